@@ -1,0 +1,467 @@
+// The buffer memory manager: a per-thread pool of up to five blocks over a
+// replaceable raw allocator, and a plain allocator with a 16-byte header.
+//
+// Pooled blocks are reused by exact fit first, then the first larger free
+// block, then a new slot while fewer than five exist, then the first smaller
+// free block is reallocated; when all five are busy the request goes to the
+// header-prefixed direct path. The hit path takes no lock: one thread-local
+// read, a check of the registry entry, and a walk of at most five slots.
+//
+// Platform pieces: a POSIX thread-specific key is the thread-local slot (all
+// ones = not allocated), the kernel thread id identifies threads, and the
+// optional allocator module is "libqalloc.so", found by the dynamic loader's
+// search path; its variables "q_malloc_dll", "q_calloc_dll", "q_realloc_dll"
+// and "q_free_dll" each hold one function pointer of the raw allocator.
+#include <dlfcn.h>
+#include <pthread.h>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+
+#include <zor/core.h>
+#include <zor/serv.h>
+
+#include "frame/memory.hpp"
+
+namespace {
+
+constexpr uint32_t kAllOnes = 0xFFFFFFFFu;
+constexpr int kSlots = 5;
+constexpr int kMaxThreads = 1024;
+constexpr uint64_t kPoolLimit = 0x2800000;  // 41,943,040 bytes
+constexpr uint64_t kHeader = 16;
+constexpr int kEnvBuffer = 17;
+
+struct ThreadRecord {
+  void *raw[kSlots];
+  void *aligned[kSlots];
+  uint64_t requested[kSlots];
+  uint64_t capacity[kSlots];
+  uint64_t in_use[kSlots];
+  int32_t slot_count;
+};
+
+using MallocFn = void *(*)(size_t);
+using CallocFn = void *(*)(size_t, size_t);
+using ReallocFn = void *(*)(void *, size_t);
+using FreeFn = void (*)(void *);
+
+// Process-wide state. Fields read outside the lock are atomics with relaxed
+// order: the manager's correctness rests on the lock and on each record being
+// touched by its own thread, not on ordering of these reads.
+std::atomic<uint32_t> TlsIndex{kAllOnes};
+std::atomic<uint32_t> MmDecided{kAllOnes};
+std::atomic<int32_t> MmDisabled{0};
+struct {
+  std::atomic<MallocFn> malloc;
+  std::atomic<CallocFn> calloc;
+  std::atomic<ReallocFn> realloc;
+  std::atomic<FreeFn> free;
+} AllocHooks;
+std::atomic<int32_t> ThreadCount{0};
+std::atomic<uint64_t> ThreadIds[kMaxThreads + 1];
+std::atomic<ThreadRecord *> ThreadRecords[kMaxThreads + 1];
+std::atomic<int64_t> DirectBytes{0};
+std::atomic<int64_t> DirectCount{0};
+
+constexpr auto relaxed = std::memory_order_relaxed;
+
+uint64_t load_in_use(const ThreadRecord *r, int s) {
+  return std::atomic_ref<const uint64_t>(r->in_use[s]).load(relaxed);
+}
+void store_in_use(ThreadRecord *r, int s, uint64_t v) {
+  std::atomic_ref<uint64_t>(r->in_use[s]).store(v, relaxed);
+}
+
+// ---------------------------------------------------------------- platform
+uint64_t current_thread_id() {
+  static thread_local __attribute__((tls_model("initial-exec"))) uint64_t id = 0;
+  if (id == 0) id = uint64_t(syscall(SYS_gettid));
+  return id;
+}
+
+uintptr_t tls_get() {
+  return reinterpret_cast<uintptr_t>(pthread_getspecific(pthread_key_t(TlsIndex.load(relaxed))));
+}
+void tls_set(uintptr_t v) {
+  pthread_setspecific(pthread_key_t(TlsIndex.load(relaxed)), reinterpret_cast<void *>(v));
+}
+
+// True, with the value in the buffer, when the variable is set and not empty:
+// the effect of a read of at most 17 bytes that returns its length.
+bool environment_set(const char *name) {
+  char buffer[kEnvBuffer];
+  const char *v = std::getenv(name);
+  if (!v || !*v) return false;
+  std::strncpy(buffer, v, kEnvBuffer - 1);
+  buffer[kEnvBuffer - 1] = '\0';
+  return buffer[0] != '\0';
+}
+
+// ---------------------------------------------------------------- decisions
+void decide_mm() {
+  if (MmDecided.load(std::memory_order_acquire) != kAllOnes) return;
+  zor_serv_lock();
+  if (MmDecided.load(relaxed) == kAllOnes) {
+    // Any non-empty value switches pooling off, "0" included.
+    if (environment_set("ZOR_DISABLE_FAST_MM"))
+      MmDisabled.store(1, relaxed);
+    else if (environment_set("ZOR_MM_DISABLE"))
+      MmDisabled.store(1, relaxed);
+    else
+      MmDisabled.store(0, relaxed);
+    MmDecided.store(1, std::memory_order_release);
+  }
+  zor_serv_unlock();
+}
+
+void init_alloc_hooks() {
+  void *module = dlopen("libqalloc.so", RTLD_NOW | RTLD_LOCAL);
+  void *vars[4] = {};
+  if (module) {
+    static const char *const names[4] = {"q_malloc_dll", "q_calloc_dll", "q_realloc_dll", "q_free_dll"};
+    for (int i = 0; i < 4; ++i) vars[i] = dlsym(module, names[i]);
+  }
+  auto held = [&](int i) { return vars[i] ? *static_cast<void **>(vars[i]) : nullptr; };
+  if (vars[0] && vars[1] && vars[2] && vars[3] && held(0) && held(1) && held(2) && held(3)) {
+    AllocHooks.calloc.store(reinterpret_cast<CallocFn>(held(1)), relaxed);
+    AllocHooks.realloc.store(reinterpret_cast<ReallocFn>(held(2)), relaxed);
+    AllocHooks.free.store(reinterpret_cast<FreeFn>(held(3)), relaxed);
+    AllocHooks.malloc.store(reinterpret_cast<MallocFn>(held(0)), std::memory_order_release);
+  } else {
+    AllocHooks.calloc.store(&std::calloc, relaxed);
+    AllocHooks.realloc.store(&std::realloc, relaxed);
+    AllocHooks.free.store(&std::free, relaxed);
+    AllocHooks.malloc.store(&std::malloc, std::memory_order_release);
+  }
+  // Released in both cases: the module stays mapped through its other references.
+  if (module) dlclose(module);
+}
+
+void ensure_hooks() {
+  if (!AllocHooks.malloc.load(std::memory_order_acquire)) init_alloc_hooks();
+}
+
+void *raw_malloc(uint64_t n) { return AllocHooks.malloc.load(relaxed)(size_t(n)); }
+void raw_free(void *p) { AllocHooks.free.load(relaxed)(p); }
+
+bool power_of_two(int64_t a) { return a > 0 && (a & (a - 1)) == 0; }
+
+// ---------------------------------------------------------------- direct path
+void *direct_allocate(uint64_t size, int32_t alignment) {
+  uint64_t pad = 0, mask = 0;
+  if (alignment >= 8) {
+    pad = power_of_two(alignment) ? uint64_t(alignment) : 64;
+    mask = pad - 1;
+  }
+  uint64_t total = size + pad + kHeader;
+  auto raw = static_cast<char *>(raw_malloc(total));
+  if (!raw) return nullptr;
+  auto result = reinterpret_cast<uint64_t *>(reinterpret_cast<uintptr_t>(raw + pad + kHeader) & ~uintptr_t(mask));
+  DirectBytes.fetch_add(int64_t(total), relaxed);
+  DirectCount.fetch_add(1, relaxed);
+  result[-2] = reinterpret_cast<uint64_t>(raw);
+  result[-1] = total;
+  return result;
+}
+
+void direct_free(void *p) {
+  auto header = static_cast<uint64_t *>(p) - 2;
+  void *raw = reinterpret_cast<void *>(header[0]);
+  if (!raw) return;
+  DirectBytes.fetch_sub(int64_t(header[1]), relaxed);
+  DirectCount.fetch_sub(1, relaxed);
+  raw_free(raw);
+}
+
+// ---------------------------------------------------------------- threads
+ThreadRecord *lookup_thread() {
+  uint64_t id = current_thread_id();
+  if (TlsIndex.load(relaxed) == kAllOnes) return nullptr;
+  uintptr_t index = tls_get();
+  if (index != 0) {
+    if (index <= uintptr_t(kMaxThreads) && ThreadIds[index].load(relaxed) == id)
+      return ThreadRecords[index].load(relaxed);
+    tls_set(0);
+    return nullptr;
+  }
+  for (int32_t i = ThreadCount.load(relaxed); i >= 1; --i) {
+    if (ThreadIds[i].load(relaxed) == id) {
+      tls_set(uintptr_t(i));
+      return ThreadRecords[i].load(relaxed);
+    }
+  }
+  return nullptr;
+}
+
+// Registers the calling thread; null when the registry is full or the
+// record cannot be allocated (the caller then takes the direct path).
+ThreadRecord *register_thread() {
+  zor_serv_lock();
+  int32_t count = ThreadCount.load(relaxed);
+  if (count == kMaxThreads) {
+    zor_serv_unlock();
+    return nullptr;
+  }
+  auto record = static_cast<ThreadRecord *>(raw_malloc(sizeof(ThreadRecord)));
+  if (!record) {
+    zor_serv_unlock();
+    return nullptr;
+  }
+  ++count;
+  ThreadCount.store(count, relaxed);
+  ThreadIds[count].store(current_thread_id(), relaxed);
+  ThreadRecords[count].store(record, relaxed);
+  if (TlsIndex.load(relaxed) != kAllOnes) tls_set(uintptr_t(count));
+  zor_serv_unlock();
+  // Cleared after the lock is released; concurrent walks are for quiet moments.
+  for (int s = 0; s < kSlots; ++s) {
+    record->raw[s] = nullptr;
+    record->requested[s] = 0;
+    record->capacity[s] = 0;
+    store_in_use(record, s, 0);
+  }
+  record->slot_count = 0;
+  return record;
+}
+
+void *place(ThreadRecord *r, int s, uint64_t size, uint64_t pad) {
+  auto raw = reinterpret_cast<uintptr_t>(r->raw[s]);
+  uintptr_t address = raw;
+  if (pad != 0 && raw % pad != 0) address = (raw & ~uintptr_t(pad - 1)) + pad;
+  r->aligned[s] = reinterpret_cast<void *>(address);
+  r->requested[s] = size;
+  store_in_use(r, s, 1);
+  return r->aligned[s];
+}
+
+// Frees every free slot of a record; true when one of its slots is in use.
+bool release_free_slots(ThreadRecord *r) {
+  bool busy = false;
+  for (int s = 0; s < r->slot_count; ++s) {
+    if (!r->raw[s]) continue;
+    if (load_in_use(r, s)) {
+      busy = true;
+      continue;
+    }
+    raw_free(r->raw[s]);
+    r->raw[s] = nullptr;
+    r->requested[s] = 0;
+    r->capacity[s] = 0;
+    store_in_use(r, s, 0);
+  }
+  if (!busy) r->slot_count = 0;
+  return busy;
+}
+
+}  // namespace
+
+// ---------------------------------------------------------------- exports
+ZOR_API void *zor_serv_allocate(uint64_t size, int32_t alignment) {
+  if (TlsIndex.load(std::memory_order_acquire) == kAllOnes) {
+    zor_serv_lock();
+    if (TlsIndex.load(relaxed) == kAllOnes) {
+      pthread_key_t key;
+      if (pthread_key_create(&key, nullptr) == 0) TlsIndex.store(uint32_t(key), std::memory_order_release);
+    }
+    zor_serv_unlock();
+  }
+  if (size == 0) return nullptr;
+  decide_mm();
+  ensure_hooks();
+  if (MmDisabled.load(relaxed) == 1 || size > kPoolLimit) return direct_allocate(size, alignment);
+
+  uint64_t pad = alignment < 4 ? 0 : (power_of_two(alignment) ? uint64_t(alignment) : 64);
+  uint64_t need = size + pad;
+
+  ThreadRecord *r = lookup_thread();
+  if (!r && !(r = register_thread())) return direct_allocate(size, alignment);
+
+  int larger = -1, smaller = -1;
+  for (int s = 0; s < r->slot_count; ++s) {
+    if (load_in_use(r, s)) continue;
+    if (r->capacity[s] == need) return place(r, s, size, pad);
+    if (r->capacity[s] > need) {
+      if (larger < 0) larger = s;
+    } else if (smaller < 0) {
+      smaller = s;
+    }
+  }
+  if (larger >= 0) return place(r, larger, size, pad);
+  int s;
+  if (r->slot_count < kSlots) {
+    s = r->slot_count++;
+  } else if (smaller >= 0) {
+    s = smaller;
+    if (r->raw[s]) raw_free(r->raw[s]);
+  } else {
+    return direct_allocate(size, alignment);
+  }
+  // A failed raw allocation leaves the slot in use with a null block and
+  // returns null, unlike the direct path.
+  r->raw[s] = raw_malloc(need);
+  r->capacity[s] = need;
+  void *p = place(r, s, size, pad);
+  return r->raw[s] ? p : nullptr;
+}
+
+ZOR_API void zor_serv_deallocate(void *p) {
+  if (!p) return;
+  decide_mm();
+  if (MmDisabled.load(relaxed) != 1) {
+    if (ThreadRecord *r = lookup_thread()) {
+      for (int s = 0; s < r->slot_count; ++s) {
+        if (r->aligned[s] == p) {
+          store_in_use(r, s, 0);
+          return;
+        }
+      }
+    }
+    // A block may come back from another thread than the one that took it.
+    zor_serv_lock();
+    for (int32_t i = 1; i <= ThreadCount.load(relaxed); ++i) {
+      ThreadRecord *r = ThreadRecords[i].load(relaxed);
+      for (int s = 0; s < r->slot_count; ++s) {
+        if (r->raw[s] && r->aligned[s] == p) {
+          store_in_use(r, s, 0);
+          zor_serv_unlock();
+          return;
+        }
+      }
+    }
+    zor_serv_unlock();
+  }
+  direct_free(p);
+}
+
+ZOR_API void zor_serv_freebuffers(void) {
+  decide_mm();
+  if (MmDisabled.load(relaxed) == 1) return;
+  zor_serv_lock();
+  bool busy = false;
+  for (int32_t i = ThreadCount.load(relaxed); i >= 1; --i)
+    busy |= release_free_slots(ThreadRecords[i].load(relaxed));
+  if (!busy) {
+    for (int32_t i = ThreadCount.load(relaxed); i >= 1; --i) {
+      ThreadIds[i].store(0, relaxed);
+      raw_free(ThreadRecords[i].load(relaxed));
+      ThreadRecords[i].store(nullptr, relaxed);
+    }
+    ThreadCount.store(0, relaxed);
+    uint32_t key = TlsIndex.load(relaxed);
+    if (key != kAllOnes) {
+      pthread_key_delete(pthread_key_t(key));
+      TlsIndex.store(kAllOnes, relaxed);
+    }
+  }
+  zor_serv_unlock();
+}
+
+ZOR_API void zor_serv_zor_thread_free_buffers(void) {
+  decide_mm();
+  if (MmDisabled.load(relaxed) == 1) return;
+  if (ThreadRecord *r = lookup_thread()) release_free_slots(r);
+}
+
+ZOR_API int64_t zor_serv_zor_memstat(int32_t *count) {
+  decide_mm();
+  if (MmDisabled.load(relaxed) == 1) {
+    *count = -1;
+    return 0;
+  }
+  int64_t slots = 0, bytes = 0;
+  zor_serv_lock();
+  for (int32_t i = 1; i <= ThreadCount.load(relaxed); ++i) {
+    const ThreadRecord *r = ThreadRecords[i].load(relaxed);
+    slots += r->slot_count;
+    for (int s = 0; s < kSlots; ++s)
+      if (r->raw[s]) bytes += int64_t(r->capacity[s]);
+  }
+  zor_serv_unlock();
+  *count = int32_t(slots + DirectCount.load(relaxed));
+  return bytes + DirectBytes.load(relaxed);
+}
+
+ZOR_API int zor_serv_disable_fast_mm(void) {
+  if (MmDecided.load(std::memory_order_acquire) != kAllOnes) return 0;
+  int result = 0;
+  zor_serv_lock();
+  if (MmDecided.load(relaxed) == kAllOnes) {
+    MmDisabled.store(1, relaxed);
+    MmDecided.store(1, std::memory_order_release);
+    result = 1;
+  }
+  zor_serv_unlock();
+  return result;
+}
+
+ZOR_API void *zor_serv_zor_malloc(uint64_t size, int32_t alignment) {
+  ensure_hooks();
+  if (size == 0) return nullptr;
+  return direct_allocate(size, alignment);
+}
+
+ZOR_API void zor_serv_zor_free(void *p) {
+  if (p) direct_free(p);
+}
+
+ZOR_API void *zor_serv_zor_calloc(uint64_t count, uint64_t elsize, int32_t alignment) {
+  ensure_hooks();
+  uint64_t bytes = count * elsize;
+  if (bytes == 0) return nullptr;
+  void *p = direct_allocate(bytes, alignment);
+  if (p) std::memset(p, 0, size_t(bytes));
+  return p;
+}
+
+ZOR_API void *zor_serv_zor_realloc(void *p, uint64_t size) {
+  if (!p) {
+    ensure_hooks();
+    if (size == 0) return nullptr;
+    uint64_t total = size + 80;
+    auto raw = static_cast<char *>(raw_malloc(total));
+    if (!raw) return nullptr;
+    auto result = reinterpret_cast<uint64_t *>(reinterpret_cast<uintptr_t>(raw + 80) & ~uintptr_t(63));
+    DirectBytes.fetch_add(int64_t(total), relaxed);
+    DirectCount.fetch_add(1, relaxed);
+    result[-2] = reinterpret_cast<uint64_t>(raw);
+    result[-1] = total;
+    return result;
+  }
+  auto header = static_cast<uint64_t *>(p) - 2;
+  auto raw = reinterpret_cast<char *>(header[0]);
+  if (!raw) return nullptr;
+  uint64_t offset = uint64_t(static_cast<char *>(p) - raw);
+  DirectBytes.fetch_sub(int64_t(header[1]), relaxed);
+  uint64_t total = size + offset;
+  auto moved = static_cast<char *>(AllocHooks.realloc.load(relaxed)(raw, size_t(total)));
+  if (!moved) return nullptr;  // the old block lives on; the statistic stays lowered
+  // A moved block keeps its old offset, not its alignment.
+  auto result = reinterpret_cast<uint64_t *>(moved + offset);
+  result[-2] = reinterpret_cast<uint64_t>(moved);
+  result[-1] = total;
+  DirectBytes.fetch_add(int64_t(total), relaxed);
+  return result;
+}
+
+namespace zor::frame {
+
+void *scratch_malloc32(int32_t bytes) {
+  if (bytes < 1) return nullptr;
+  ensure_hooks();
+  auto raw = static_cast<char *>(raw_malloc(uint64_t(bytes) + 40));
+  if (!raw) return nullptr;
+  auto result = reinterpret_cast<void **>(reinterpret_cast<uintptr_t>(raw + 39) & ~uintptr_t(31));
+  result[-1] = raw;
+  return result;
+}
+
+void scratch_free32(void *p) {
+  if (p) raw_free(static_cast<void **>(p)[-1]);
+}
+
+}  // namespace zor::frame
