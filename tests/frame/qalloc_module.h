@@ -1,0 +1,18 @@
+/* Controls of the fault-injecting allocator module (libqalloc.so). */
+#ifndef ZOR_TEST_QALLOC_MODULE_H
+#define ZOR_TEST_QALLOC_MODULE_H
+#include <stddef.h>
+#ifdef __cplusplus
+extern "C" {
+#endif
+enum { QALLOC_MALLOC, QALLOC_CALLOC, QALLOC_REALLOC, QALLOC_FREE };
+/* The next n raw allocations fail. */
+void qalloc_fail_next(long n);
+/* Every raw allocation of exactly n bytes fails (0: none). */
+void qalloc_fail_size(size_t n);
+/* Calls made through each hook so far. */
+long qalloc_count(int which);
+#ifdef __cplusplus
+}
+#endif
+#endif
