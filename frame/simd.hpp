@@ -104,3 +104,45 @@ inline f32x4 shift_merge(f32x4 lo, f32x4 hi) {
 inline double hsum(f64x2 a) { return lane0(a) + lane0(dup_hi(a)); }
 
 }  // namespace zor::simd
+
+// ---- appended for the vector layer: lane-0 arithmetic, widening, compares
+#include <cstdint>
+namespace zor::simd {
+
+// [a0 + b0, a1] / [a0 + b0, a1, a2, a3]: a scalar added into lane 0 only.
+inline f64x2 add_lo(f64x2 a, f64x2 b) { return _mm_add_sd(a, b); }
+inline f32x4 add_lo(f32x4 a, f32x4 b) { return _mm_add_ss(a, b); }
+inline f32x4 set_lo(float x) { return _mm_set_ss(x); }                         // [x, 0, 0, 0]
+inline f64x2 set_lo(double x) { return _mm_set_sd(x); }                        // [x, 0]
+inline f64x2 set_hi(double x) { return _mm_set_pd(x, 0.0); }                   // [0, x]
+inline f64x2 make(double lo, double hi) { return _mm_set_pd(hi, lo); }         // [lo, hi]
+inline f32x4 make(float a, float b, float c, float d) { return _mm_set_ps(d, c, b, a); }
+// The two low floats widened to doubles.
+inline f64x2 widen_lo(f32x4 a) { return _mm_cvtps_pd(a); }
+// [a2, a3, a2, a3]
+inline f32x4 high_pair(f32x4 a) { return _mm_movehl_ps(a, a); }
+// Lane masks (all ones where true) and selection by mask.
+inline f64x2 cmp_le(f64x2 a, f64x2 b) { return _mm_cmple_pd(a, b); }
+inline f32x4 cmp_le(f32x4 a, f32x4 b) { return _mm_cmple_ps(a, b); }
+inline f64x2 cmp_lt(f64x2 a, f64x2 b) { return _mm_cmplt_pd(a, b); }
+inline f32x4 cmp_lt(f32x4 a, f32x4 b) { return _mm_cmplt_ps(a, b); }
+inline f64x2 cmp_eq(f64x2 a, f64x2 b) { return _mm_cmpeq_pd(a, b); }
+inline f32x4 cmp_eq(f32x4 a, f32x4 b) { return _mm_cmpeq_ps(a, b); }
+inline f64x2 or_(f64x2 a, f64x2 b) { return _mm_or_pd(a, b); }
+inline f32x4 or_(f32x4 a, f32x4 b) { return _mm_or_ps(a, b); }
+inline f64x2 andnot_(f64x2 mask, f64x2 b) { return _mm_andnot_pd(mask, b); }   // ~mask & b
+inline f32x4 andnot_(f32x4 mask, f32x4 b) { return _mm_andnot_ps(mask, b); }
+inline f64x2 select(f64x2 mask, f64x2 a, f64x2 b) { return or_(and_(mask, a), andnot_(mask, b)); }
+inline f32x4 select(f32x4 mask, f32x4 a, f32x4 b) { return or_(and_(mask, a), andnot_(mask, b)); }
+// Four 32-bit integer lanes, for positions carried beside float lanes.
+using i32x4 = __m128i;
+inline i32x4 splat_i32(int x) { return _mm_set1_epi32(x); }
+inline i32x4 make_i32(int a, int b, int c, int d) { return _mm_set_epi32(d, c, b, a); }
+inline i32x4 add_i32(i32x4 a, i32x4 b) { return _mm_add_epi32(a, b); }
+inline i32x4 select(f32x4 mask, i32x4 a, i32x4 b) {
+  __m128i m = _mm_castps_si128(mask);
+  return _mm_or_si128(_mm_and_si128(m, a), _mm_andnot_si128(m, b));
+}
+inline void store_a(int32_t *p, i32x4 v) { _mm_store_si128(reinterpret_cast<__m128i *>(p), v); }
+
+}  // namespace zor::simd
