@@ -7,13 +7,12 @@
 // header-prefixed direct path. The hit path takes no lock: one thread-local
 // read, a check of the registry entry, and a walk of at most five slots.
 //
-// Platform pieces: a POSIX thread-specific key is the thread-local slot (all
-// ones = not allocated), the kernel thread id identifies threads, and the
+// Platform pieces: a generation-checked thread_local value is the thread-local
+// slot (all ones = not allocated), the kernel thread id identifies threads, and the
 // optional allocator module is "libqalloc.so", found by the dynamic loader's
 // search path; its variables "q_malloc_dll", "q_calloc_dll", "q_realloc_dll"
 // and "q_free_dll" each hold one function pointer of the raw allocator.
 #include <dlfcn.h>
-#include <pthread.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -78,17 +77,39 @@ void store_in_use(ThreadRecord *r, int s, uint64_t v) {
 }
 
 // ---------------------------------------------------------------- platform
+// The thread-local slot. A slot is "allocated" by taking a fresh generation
+// number (TlsIndex holds it; all ones = none); each thread keeps its value
+// together with the generation it was written under, so a value left from a
+// freed slot reads as 0, as it would from a newly allocated one. The kernel
+// thread id is cached beside it.
+struct ThreadLocal {
+  uint64_t id;
+  uint32_t generation;
+  uintptr_t value;
+};
+thread_local __attribute__((tls_model("initial-exec"))) ThreadLocal thread_local_slot;
+std::atomic<uint32_t> next_generation{0};
+
 uint64_t current_thread_id() {
-  static thread_local __attribute__((tls_model("initial-exec"))) uint64_t id = 0;
-  if (id == 0) id = uint64_t(syscall(SYS_gettid));
-  return id;
+  ThreadLocal &t = thread_local_slot;
+  if (t.id == 0) t.id = uint64_t(syscall(SYS_gettid));
+  return t.id;
+}
+
+// TlsAlloc: a new generation; none left once the numbers would reach all ones.
+uint32_t tls_alloc() {
+  uint32_t g = next_generation.fetch_add(1, relaxed) + 1;
+  return g == kAllOnes ? kAllOnes : g;
 }
 
 uintptr_t tls_get() {
-  return reinterpret_cast<uintptr_t>(pthread_getspecific(pthread_key_t(TlsIndex.load(relaxed))));
+  const ThreadLocal &t = thread_local_slot;
+  return t.generation == TlsIndex.load(relaxed) ? t.value : 0;
 }
 void tls_set(uintptr_t v) {
-  pthread_setspecific(pthread_key_t(TlsIndex.load(relaxed)), reinterpret_cast<void *>(v));
+  ThreadLocal &t = thread_local_slot;
+  t.generation = TlsIndex.load(relaxed);
+  t.value = v;
 }
 
 // True, with the value in the buffer, when the variable is set and not empty:
@@ -103,8 +124,7 @@ bool environment_set(const char *name) {
 }
 
 // ---------------------------------------------------------------- decisions
-void decide_mm() {
-  if (MmDecided.load(std::memory_order_acquire) != kAllOnes) return;
+[[gnu::noinline, gnu::cold]] void decide_mm_locked() {
   zor_serv_lock();
   if (MmDecided.load(relaxed) == kAllOnes) {
     // Any non-empty value switches pooling off, "0" included.
@@ -119,7 +139,11 @@ void decide_mm() {
   zor_serv_unlock();
 }
 
-void init_alloc_hooks() {
+[[gnu::always_inline]] inline void decide_mm() {
+  if (MmDecided.load(std::memory_order_acquire) == kAllOnes) decide_mm_locked();
+}
+
+[[gnu::noinline, gnu::cold]] void init_alloc_hooks() {
   void *module = dlopen("libqalloc.so", RTLD_NOW | RTLD_LOCAL);
   void *vars[4] = {};
   if (module) {
@@ -142,7 +166,7 @@ void init_alloc_hooks() {
   if (module) dlclose(module);
 }
 
-void ensure_hooks() {
+[[gnu::always_inline]] inline void ensure_hooks() {
   if (!AllocHooks.malloc.load(std::memory_order_acquire)) init_alloc_hooks();
 }
 
@@ -152,7 +176,7 @@ void raw_free(void *p) { AllocHooks.free.load(relaxed)(p); }
 bool power_of_two(int64_t a) { return a > 0 && (a & (a - 1)) == 0; }
 
 // ---------------------------------------------------------------- direct path
-void *direct_allocate(uint64_t size, int32_t alignment) {
+[[gnu::noinline]] void *direct_allocate(uint64_t size, int32_t alignment) {
   uint64_t pad = 0, mask = 0;
   if (alignment >= 8) {
     pad = power_of_two(alignment) ? uint64_t(alignment) : 64;
@@ -179,16 +203,7 @@ void direct_free(void *p) {
 }
 
 // ---------------------------------------------------------------- threads
-ThreadRecord *lookup_thread() {
-  uint64_t id = current_thread_id();
-  if (TlsIndex.load(relaxed) == kAllOnes) return nullptr;
-  uintptr_t index = tls_get();
-  if (index != 0) {
-    if (index <= uintptr_t(kMaxThreads) && ThreadIds[index].load(relaxed) == id)
-      return ThreadRecords[index].load(relaxed);
-    tls_set(0);
-    return nullptr;
-  }
+[[gnu::noinline]] ThreadRecord *scan_threads(uint64_t id) {
   for (int32_t i = ThreadCount.load(relaxed); i >= 1; --i) {
     if (ThreadIds[i].load(relaxed) == id) {
       tls_set(uintptr_t(i));
@@ -198,9 +213,20 @@ ThreadRecord *lookup_thread() {
   return nullptr;
 }
 
+[[gnu::always_inline]] inline ThreadRecord *lookup_thread() {
+  uint64_t id = current_thread_id();
+  if (TlsIndex.load(relaxed) == kAllOnes) return nullptr;
+  uintptr_t index = tls_get();
+  if (index == 0) return scan_threads(id);
+  if (index <= uintptr_t(kMaxThreads) && ThreadIds[index].load(relaxed) == id)
+    return ThreadRecords[index].load(relaxed);
+  tls_set(0);
+  return nullptr;
+}
+
 // Registers the calling thread; null when the registry is full or the
 // record cannot be allocated (the caller then takes the direct path).
-ThreadRecord *register_thread() {
+[[gnu::noinline]] ThreadRecord *register_thread() {
   zor_serv_lock();
   int32_t count = ThreadCount.load(relaxed);
   if (count == kMaxThreads) {
@@ -265,8 +291,7 @@ ZOR_API void *zor_serv_allocate(uint64_t size, int32_t alignment) {
   if (TlsIndex.load(std::memory_order_acquire) == kAllOnes) {
     zor_serv_lock();
     if (TlsIndex.load(relaxed) == kAllOnes) {
-      pthread_key_t key;
-      if (pthread_key_create(&key, nullptr) == 0) TlsIndex.store(uint32_t(key), std::memory_order_release);
+      TlsIndex.store(tls_alloc(), std::memory_order_release);
     }
     zor_serv_unlock();
   }
@@ -352,11 +377,7 @@ ZOR_API void zor_serv_freebuffers(void) {
       ThreadRecords[i].store(nullptr, relaxed);
     }
     ThreadCount.store(0, relaxed);
-    uint32_t key = TlsIndex.load(relaxed);
-    if (key != kAllOnes) {
-      pthread_key_delete(pthread_key_t(key));
-      TlsIndex.store(kAllOnes, relaxed);
-    }
+    if (TlsIndex.load(relaxed) != kAllOnes) TlsIndex.store(kAllOnes, relaxed);  // TlsFree
   }
   zor_serv_unlock();
 }
