@@ -146,3 +146,23 @@ inline i32x4 select(f32x4 mask, i32x4 a, i32x4 b) {
 inline void store_a(int32_t *p, i32x4 v) { _mm_store_si128(reinterpret_cast<__m128i *>(p), v); }
 
 }  // namespace zor::simd
+
+// ---- appended for the complex kernels: interleaved (re, im) lanes
+namespace zor::simd {
+
+// [a0, b0, a1, b1] / [a2, b2, a3, b3]: interleave, e.g. real and imaginary parts
+inline f32x4 unpack_lo(f32x4 a, f32x4 b) { return _mm_unpacklo_ps(a, b); }
+inline f32x4 unpack_hi(f32x4 a, f32x4 b) { return _mm_unpackhi_ps(a, b); }
+// [a0, a1, a0, a1]: the low complex float repeated
+inline f32x4 low_pair(f32x4 a) { return _mm_movelh_ps(a, a); }
+// Real and imaginary lanes of each complex number exchanged.
+inline f64x2 swap_re_im(f64x2 a) { return swap_lanes(a); }
+inline f32x4 swap_re_im(f32x4 a) { return swap_pairs(a); }
+// Each complex number conjugated (sign of the imaginary lanes flipped).
+inline f64x2 conj_lanes(f64x2 a) { return _mm_xor_pd(a, _mm_set_pd(-0.0, 0.0)); }
+inline f32x4 conj_lanes(f32x4 a) { return _mm_xor_ps(a, _mm_set_ps(-0.0f, 0.0f, -0.0f, 0.0f)); }
+// Cache hints.
+inline void prefetch_t0(const void *p) { _mm_prefetch(static_cast<const char *>(p), _MM_HINT_T0); }
+inline void prefetch_nta(const void *p) { _mm_prefetch(static_cast<const char *>(p), _MM_HINT_NTA); }
+
+}  // namespace zor::simd
