@@ -166,3 +166,14 @@ inline void prefetch_t0(const void *p) { _mm_prefetch(static_cast<const char *>(
 inline void prefetch_nta(const void *p) { _mm_prefetch(static_cast<const char *>(p), _MM_HINT_NTA); }
 
 }  // namespace zor::simd
+
+// ---- appended for the transpositions: 4 x 4 float transpose and 64-bit lane
+// movement of single-complex pairs
+namespace zor::simd {
+
+inline f32x4 move_lh(f32x4 a, f32x4 b) { return _mm_movelh_ps(a, b); }  // [a0, a1, b0, b1]
+inline f32x4 move_hl(f32x4 a, f32x4 b) { return _mm_movehl_ps(b, a); }  // [a2, a3, b2, b3]
+inline f64x2 as_f64(f32x4 a) { return _mm_castps_pd(a); }
+inline f32x4 as_f32(f64x2 a) { return _mm_castpd_ps(a); }
+
+}  // namespace zor::simd
