@@ -20,6 +20,10 @@ if(PKG_CONFIG)
   separate_arguments(flags)
   run(cc ${SOURCE_DIR}/main.c -o ${WORK_DIR}/consumer_pc ${flags})
   run(${CMAKE_COMMAND} -E env LD_LIBRARY_PATH=${prefix}/lib ${WORK_DIR}/consumer_pc)
+  # The two libraries link in either order.
+  run(cc ${SOURCE_DIR}/main.c -o ${WORK_DIR}/consumer_reversed -I${prefix}/include -L${prefix}/lib
+      -lzor_core -lzor_tier2)
+  run(${CMAKE_COMMAND} -E env LD_LIBRARY_PATH=${prefix}/lib ${WORK_DIR}/consumer_reversed)
 else()
   message(FATAL_ERROR "pkg-config is not installed")
 endif()
