@@ -1,0 +1,20 @@
+// The double panel copies of both rows (layouts in gemm/copy_real.hpp).
+#include <zor/gemm.h>
+
+#include "gemm/copy_real.hpp"
+
+using zor::D;
+using zor::gemm::copy_a;
+using zor::gemm::copy_b;
+using I = const int64_t *;
+
+// clang-format off
+ZOR_API void zor_blas_dgemm_copyan(I m, I k, const double *src, I lda, double *buf, I stride, const double *alpha) { copy_a<D, false>(m, k, src, lda, buf, stride, alpha); }
+ZOR_API void zor_blas_dgemm_copyat(I m, I k, const double *src, I lda, double *buf, I stride, const double *alpha) { copy_a<D, true>(m, k, src, lda, buf, stride, alpha); }
+ZOR_API void zor_blas_dgemm_copyan_bvr(I m, I k, const double *src, I lda, double *buf, I stride, const double *alpha) { copy_a<D, false>(m, k, src, lda, buf, stride, alpha); }
+ZOR_API void zor_blas_dgemm_copyat_bvr(I m, I k, const double *src, I lda, double *buf, I stride, const double *alpha) { copy_a<D, true>(m, k, src, lda, buf, stride, alpha); }
+ZOR_API void zor_blas_dgemm_copybn(I k, I n, const double *src, I ldb, double *buf, I stride, const void *unused) { copy_b<D, false, 0>(k, n, src, ldb, buf, stride, unused); }
+ZOR_API void zor_blas_dgemm_copybt(I k, I n, const double *src, I ldb, double *buf, I stride, const void *unused) { copy_b<D, true, 0>(k, n, src, ldb, buf, stride, unused); }
+ZOR_API void zor_blas_dgemm_copybn_bvr(I k, I n, const double *src, I ldb, double *buf, I stride, const void *unused) { copy_b<D, false, 1>(k, n, src, ldb, buf, stride, unused); }
+ZOR_API void zor_blas_dgemm_copybt_bvr(I k, I n, const double *src, I ldb, double *buf, I stride, const void *unused) { copy_b<D, true, 1>(k, n, src, ldb, buf, stride, unused); }
+// clang-format on

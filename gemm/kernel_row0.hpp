@@ -1,0 +1,128 @@
+// Micro-kernel of the earlier generation (row 0), one body for d and s.
+//
+// Tile: UM x 4 (d 4 x 4, s 8 x 4): two A vectors per depth step times four
+// broadcast B vectors, eight accumulators; four depth steps per pass.
+// Before the tiles of a column group, one pass widens the B panel into the
+// duplication buffer: each element stored once per lane (d twice, s four
+// times), so the depth loop needs no shuffle. Flag 2 widens a packed panel
+// (tail panels compact: 3, 2 or 1 elements per depth), flag 3 reads B in
+// place and pads the depth to a multiple of 4 with zeros.
+// Registers in the depth loop: 8 accumulators + 2 A + up to 4 B = 14 of 16.
+#pragma once
+#include <cstdint>
+
+#include "gemm/kernel_common.hpp"
+
+namespace zor::gemm {
+
+template <class T, int W, bool BetaZero, bool AlignedC>
+void tiles_row0(int64_t panels, int64_t kp, const typename T::real *a, int64_t a_stride,
+                const typename T::real *dup, typename T::real *c, int64_t ldc) {
+  using namespace zor::simd;
+  using V = typename T::vec;
+  using R = typename T::real;
+  constexpr int L = T::real_lanes, UM = 2 * L;
+  for (int64_t p = 0; p < panels; ++p) {
+    const R *ap = a + p * a_stride;
+    const R *bp = dup;
+    V x0[W], x1[W];  // rows 0..L-1 and L..2L-1 of each column
+#pragma GCC unroll 4
+    for (int j = 0; j < W; ++j) x0[j] = x1[j] = zero<V>();
+    for (int64_t l = 0; l < kp; l += 4) {
+#pragma GCC unroll 4
+      for (int s = 0; s < 4; ++s) {
+        const V a0 = load_a(ap), a1 = load_a(ap + L);
+#pragma GCC unroll 4
+        for (int j = 0; j < W; ++j) {
+          const V b = load_a(bp + j * L);
+          x0[j] = add(x0[j], mul(a0, b));
+          x1[j] = add(x1[j], mul(a1, b));
+        }
+        ap += UM;
+        bp += W * L;
+      }
+    }
+    R *cp = c + p * UM;
+#pragma GCC unroll 4
+    for (int j = 0; j < W; ++j) {
+      update_c<BetaZero, AlignedC>(cp + j * ldc, x0[j]);
+      update_c<BetaZero, AlignedC>(cp + j * ldc + L, x1[j]);
+    }
+  }
+}
+
+// Widen W columns of B (packed panel of width W, or in place) into dup.
+template <class T, int W, bool InPlace>
+void widen_row0(int64_t k, int64_t kp, const typename T::real *b, int64_t ldb, bool transb,
+                typename T::real *dup) {
+  using namespace zor::simd;
+  constexpr int L = T::real_lanes;
+  for (int j = 0; j < W; ++j) {
+    typename T::real *out = dup + j * L;
+    for (int64_t l = 0; l < kp; ++l, out += W * L)
+      store_a(out, splat(InPlace ? in_place_b(b, ldb, transb, k, l, j) : b[l * W + j]));
+  }
+}
+
+template <class T, int W, bool InPlace, bool BetaZero, bool AlignedC>
+void group_row0(int64_t panels, int64_t k, const typename T::real *a, int64_t a_stride, const typename T::real *b,
+                int64_t ldb, bool transb, typename T::real *c, int64_t ldc, typename T::real *dup) {
+  const int64_t kp = round_up(k, 4);
+  widen_row0<T, W, InPlace>(k, kp, b, ldb, transb, dup);
+  tiles_row0<T, W, BetaZero, AlignedC>(panels, kp, a, a_stride, dup, c, ldc);
+}
+
+template <class T, bool InPlace, bool BetaZero, bool AlignedC>
+void main_row0(bool transb, int64_t m4, int64_t n, int64_t k, const typename T::real *a, int64_t a_stride,
+               const typename T::real *b, int64_t ldb, typename T::real *c, int64_t ldc, typename T::real *dup) {
+  constexpr int UM = 2 * T::real_lanes;
+  const int64_t panels = m4 / UM;
+  for (int64_t j0 = 0; j0 < n; j0 += 4) {
+    // Packed: panel j0/4 of the block; in place: column j0 of B.
+    const typename T::real *bj =
+        InPlace ? (transb ? b + j0 : b + j0 * ldb) : b + (j0 / 4) * ldb;
+    typename T::real *cj = c + j0 * ldc;
+    switch (n - j0 < 4 ? n - j0 : 4) {
+      case 4: group_row0<T, 4, InPlace, BetaZero, AlignedC>(panels, k, a, a_stride, bj, ldb, transb, cj, ldc, dup); break;
+      case 3: group_row0<T, 3, InPlace, BetaZero, AlignedC>(panels, k, a, a_stride, bj, ldb, transb, cj, ldc, dup); break;
+      case 2: group_row0<T, 2, InPlace, BetaZero, AlignedC>(panels, k, a, a_stride, bj, ldb, transb, cj, ldc, dup); break;
+      default: group_row0<T, 1, InPlace, BetaZero, AlignedC>(panels, k, a, a_stride, bj, ldb, transb, cj, ldc, dup); break;
+    }
+  }
+}
+
+// Entry: full panels by the main kernel chosen by flag and beta (and the C
+// alignment for the epilogue), the remaining rows by the row-tail kernel.
+template <class T>
+void kernel_row0(const char *, const char *transb, const int64_t *m, const int64_t *n, const int64_t *k,
+                 const void *, const void *a_, const int64_t *a_stride, const void *b_, const int64_t *ldb,
+                 const void *beta, void *c_, const int64_t *ldc, void *dup_, int32_t flag) {
+  using R = typename T::real;
+  constexpr int UM = 2 * T::real_lanes;
+  const R *a = static_cast<const R *>(a_);
+  const R *b = static_cast<const R *>(b_);
+  R *c = static_cast<R *>(c_);
+  R *dup = static_cast<R *>(dup_);
+  const int64_t m4 = *m / UM * UM, r = *m - m4;
+  const bool bz = *static_cast<const R *>(beta) == R(0);
+  const bool in_place = flag != kFlagPackedB;
+  const bool bt = in_place && b_transposed(transb);
+  if (m4 != 0) {
+    const bool al = c_aligned(c, *ldc);
+    const int sel = (in_place ? 4 : 0) + (bz ? 2 : 0) + (al ? 1 : 0);
+    const auto args = [&](auto main) { main(bt, m4, *n, *k, a, *a_stride, b, *ldb, c, *ldc, dup); };
+    switch (sel) {
+      case 0: args(main_row0<T, false, false, false>); break;
+      case 1: args(main_row0<T, false, false, true>); break;
+      case 2: args(main_row0<T, false, true, false>); break;
+      case 3: args(main_row0<T, false, true, true>); break;
+      case 4: args(main_row0<T, true, false, false>); break;
+      case 5: args(main_row0<T, true, false, true>); break;
+      case 6: args(main_row0<T, true, true, false>); break;
+      default: args(main_row0<T, true, true, true>); break;
+    }
+  }
+  if (r != 0) row_tail<T, 0>(r, *n, *k, a + (m4 / UM) * *a_stride, b, *ldb, bt, flag, bz, c + m4, *ldc);
+}
+
+}  // namespace zor::gemm
