@@ -1,0 +1,230 @@
+// Shared shapes of the vector layer.
+//
+// Unit-stride skeleton (element-wise kernels): elements are peeled one by one
+// until the written stream `y` stands on a 16-byte boundary; then whole
+// vectors run in a main step of Main vectors and a ladder of halved steps
+// (each run at most once); a scalar tail finishes the last partial vector.
+// A stream that stays out of phase (4, 8 or 12 bytes) is read by shift-merge
+// of consecutive aligned vectors and, when it is written, written back by the
+// same merge, so that every load and store in the loop is an aligned one.
+// Nothing outside the stream's own elements is written; the aligned reads at
+// either end of a shifted stream may touch bytes of the same 16-byte block
+// outside it, which cannot fault.
+//
+// Strided skeleton: a negative increment starts at the far end; four
+// elements per pass, then the rest one by one, in element order (so that an
+// increment of 0 on the written operand accumulates in order).
+//
+// An operation supplies:
+//   reads_x, writes_x, reads_y, writes_y   which streams it touches
+//   void vec(V &x, V &y) const             one vector of each stream, in place
+//   void one(E &x, E &y) const             one element of each, in place
+#pragma once
+#include <cstddef>
+#include <cstdint>
+#include <utility>
+
+#include "frame/simd.hpp"
+#include "frame/traits.hpp"
+
+namespace zor::blas {
+
+template <class R> struct VecOf;
+template <> struct VecOf<float> { using type = simd::f32x4; };
+template <> struct VecOf<double> { using type = simd::f64x2; };
+template <class R> using vec_t = typename VecOf<R>::type;
+template <class R> inline constexpr int kLanes = int(16 / sizeof(R));
+
+// Real type behind an element type.
+template <class E> struct RealOf { using type = E; };
+template <class R> struct RealOf<cplx<R>> { using type = R; };
+template <class E> using real_t = typename RealOf<E>::type;
+
+inline int phase(const void *p) { return int(reinterpret_cast<uintptr_t>(p) & 15); }
+inline bool aligned_to(const void *p, size_t bytes) { return (reinterpret_cast<uintptr_t>(p) & (bytes - 1)) == 0; }
+
+// (re, im) exchanged in every complex element of a vector.
+inline simd::f64x2 swap_re_im(simd::f64x2 v) { return simd::swap_lanes(v); }
+inline simd::f32x4 swap_re_im(simd::f32x4 v) { return simd::swap_pairs(v); }
+// Real parts, imaginary parts duplicated over each complex element.
+inline simd::f64x2 dup_re(simd::f64x2 v) { return simd::dup_lo(v); }
+inline simd::f32x4 dup_re(simd::f32x4 v) { return simd::dup_even(v); }
+inline simd::f64x2 dup_im(simd::f64x2 v) { return simd::dup_hi(v); }
+inline simd::f32x4 dup_im(simd::f32x4 v) { return simd::dup_odd(v); }
+
+// a x for a complex a held as (re broadcast, im broadcast); lanes are
+// (re, im) pairs: [ar xr - ai xi, ar xi + ai xr].
+template <class V>
+inline V cmul(V ar, V ai, V x) {
+  return simd::addsub(simd::mul(ar, x), simd::mul(ai, swap_re_im(x)));
+}
+
+// Consecutive vectors of a stream that starts K bytes past a 16-byte
+// boundary, read with aligned loads only.
+template <class R, int K>
+struct InStream {
+  using V = vec_t<R>;
+  static constexpr int L = kLanes<R>;
+  const R *a;
+  V prev;
+  explicit InStream(const R *p) : a(p - K / int(sizeof(R))) {
+    if constexpr (K != 0) prev = simd::load_a(a);
+  }
+  V next() {
+    if constexpr (K == 0) {
+      V v = simd::load_a(a);
+      a += L;
+      return v;
+    } else {
+      V nx = simd::load_a(a + L);
+      V v = simd::shift_merge<K>(prev, nx);
+      prev = nx;
+      a += L;
+      return v;
+    }
+  }
+};
+
+// The matching writer: each aligned block is formed from the tail of the
+// previous logical vector and the head of the current one. The block that
+// straddles the start and the one that straddles the end are written element
+// by element.
+template <class R, int K>
+struct OutStream {
+  using V = vec_t<R>;
+  static constexpr int L = kLanes<R>;
+  static constexpr int S = K / int(sizeof(R));  // reals before the stream in its first block
+  R *a;
+  V pend;
+  bool first = true;
+  explicit OutStream(R *p) : a(p - S) {}
+  void put(V o) {
+    if constexpr (K == 0) {
+      simd::store_a(a, o);
+      a += L;
+    } else {
+      if (first) {
+        alignas(16) R t[L];
+        simd::store_a(t, o);
+        for (int j = 0; j < L - S; ++j) a[S + j] = t[j];
+        first = false;
+      } else {
+        simd::store_a(a, simd::shift_merge<16 - K>(pend, o));
+      }
+      pend = o;
+      a += L;
+    }
+  }
+  void finish() {
+    if constexpr (K != 0) {
+      if (first) return;
+      alignas(16) R t[L];
+      simd::store_a(t, pend);
+      for (int j = 0; j < S; ++j) a[j] = t[L - S + j];
+    }
+  }
+};
+
+// Runs `nv` vectors of both streams: main step Main, then Main/2, ..., 1.
+template <class Op, int Kx, int Ky, int Main>
+void run_vectors(const Op &op, int64_t nv, typename Op::R *x, typename Op::R *y) {
+  using R = typename Op::R;
+  using V = vec_t<R>;
+  InStream<R, Op::reads_x ? Kx : 0> xi(x);
+  InStream<R, Op::reads_y ? Ky : 0> yi(y);
+  OutStream<R, Op::writes_x ? Kx : 0> xo(x);
+  OutStream<R, Op::writes_y ? Ky : 0> yo(y);
+  auto block = [&]<int... J>(std::integer_sequence<int, J...>) {
+    auto one = [&]() {
+      V xv{}, yv{};
+      if constexpr (Op::reads_x) xv = xi.next();
+      if constexpr (Op::reads_y) yv = yi.next();
+      op.vec(xv, yv);
+      if constexpr (Op::writes_x) xo.put(xv);
+      if constexpr (Op::writes_y) yo.put(yv);
+    };
+    (((void)J, one()), ...);
+  };
+  for (; nv >= Main; nv -= Main) block(std::make_integer_sequence<int, Main>{});
+  auto ladder = [&]<int Step>(auto &self) {
+    if constexpr (Step >= 1) {
+      if (nv >= Step) {
+        block(std::make_integer_sequence<int, Step>{});
+        nv -= Step;
+      }
+      self.template operator()<Step / 2>(self);
+    }
+  };
+  ladder.template operator()<Main / 2>(ladder);
+  if constexpr (Op::writes_x) xo.finish();
+  if constexpr (Op::writes_y) yo.finish();
+}
+
+template <class Op, int Kx, int Main>
+void dispatch_y(const Op &op, int64_t nv, typename Op::R *x, typename Op::R *y) {
+  switch (phase(y)) {
+    case 0: return run_vectors<Op, Kx, 0, Main>(op, nv, x, y);
+    case 8:
+      if constexpr (sizeof(typename Op::E) == 16) return run_vectors<Op, Kx, 8, Main>(op, nv, x, y);
+      [[fallthrough]];
+    default: __builtin_unreachable();
+  }
+}
+
+// Unit-stride path over n elements (both bases aligned to the real type).
+// Peels on y; then x may be in any phase. Double-complex elements cannot be
+// peeled: both streams may then be 8 bytes off. A one-stream operation
+// (scaling) passes its vector as y and the same pointer as x.
+template <class Op, int Main>
+void unit_path(const Op &op, int64_t n, typename Op::E *x, typename Op::E *y) {
+  using E = typename Op::E;
+  using R = typename Op::R;
+  constexpr int per_vec = int(16 / sizeof(E));
+  if constexpr (per_vec > 1) {
+    while (n > 0 && !aligned_to(y, 16)) {
+      op.one(*x, *y);
+      ++x, ++y, --n;
+    }
+  }
+  int64_t nv = n / per_vec;
+  if (nv > 0) {
+    R *xr = reinterpret_cast<R *>(x), *yr = reinterpret_cast<R *>(y);
+    int kx = (Op::reads_x || Op::writes_x) ? phase(x) : 0;
+    switch (kx) {
+      case 0: dispatch_y<Op, 0, Main>(op, nv, xr, yr); break;
+      case 4:
+        if constexpr (sizeof(R) == 4) dispatch_y<Op, 4, Main>(op, nv, xr, yr);
+        break;
+      case 8: dispatch_y<Op, 8, Main>(op, nv, xr, yr); break;
+      case 12:
+        if constexpr (sizeof(R) == 4) dispatch_y<Op, 12, Main>(op, nv, xr, yr);
+        break;
+      default: break;
+    }
+    x += nv * per_vec;
+    y += nv * per_vec;
+    n -= nv * per_vec;
+  }
+  for (; n > 0; --n, ++x, ++y) op.one(*x, *y);
+}
+
+// Strided path: far-end start for negative increments, four per pass.
+template <class Op>
+void strided_path(const Op &op, int64_t n, typename Op::E *x, int64_t incx, typename Op::E *y, int64_t incy) {
+  if (incx < 0) x += (1 - n) * incx;
+  if (incy < 0) y += (1 - n) * incy;
+  int64_t i = 0;
+  for (; i + 4 <= n; i += 4, x += 4 * incx, y += 4 * incy) {
+    op.one(x[0], y[0]);
+    op.one(x[incx], y[incy]);
+    op.one(x[2 * incx], y[2 * incy]);
+    op.one(x[3 * incx], y[3 * incy]);
+  }
+  for (; i < n; ++i, x += incx, y += incy) op.one(*x, *y);
+}
+
+// The two-vector unit test: (1, 1) and (-1, -1) pair the same elements, and
+// both then run forward from the bases as they stand.
+inline bool unit_pair(int64_t incx, int64_t incy) { return (incx == 1 && incy == 1) || (incx == -1 && incy == -1); }
+
+}  // namespace zor::blas

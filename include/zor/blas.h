@@ -1,0 +1,173 @@
+/* Vector kernels of zor_tier2 (y := a x + y, dot products, scaling, norms,
+ * sums, index of the extreme element, copy, swap, plane rotations and the
+ * sparse vector operations), and the checked entries of zor_core that front
+ * some of them.
+ *
+ * Calling model: every argument by reference; integers are zor_int (64-bit);
+ * complex elements are interleaved (re, im) pairs of float or double, passed
+ * as void pointers. A negative increment walks the vector from its far end
+ * (first logical element at x + (1 - n) * inc), except for the ?nrm2 of the
+ * double family and dznrm2 (always upwards from x[0] with |inc|) and the
+ * i?amax/i?amin family (0 for inc < 1). An increment of 0 is legal. Complex
+ * dot products return through the first argument. Kernels validate nothing. */
+#ifndef ZOR_BLAS_H
+#define ZOR_BLAS_H
+
+#include <zor/export.h>
+
+/* ---- y := a x + y */
+ZOR_API void zor_blas_xsaxpy(const zor_int *n, const float *a, const float *x, const zor_int *incx, float *y,
+                             const zor_int *incy);
+ZOR_API void zor_blas_xdaxpy(const zor_int *n, const double *a, const double *x, const zor_int *incx, double *y,
+                             const zor_int *incy);
+ZOR_API void zor_blas_xcaxpy(const zor_int *n, const void *a, const void *x, const zor_int *incx, void *y,
+                             const zor_int *incy);
+ZOR_API void zor_blas_xzaxpy(const zor_int *n, const void *a, const void *x, const zor_int *incx, void *y,
+                             const zor_int *incy);
+
+/* ---- y := a x + b y (b = 0 never reads y) */
+ZOR_API void zor_blas_saxpby(const zor_int *n, const float *a, const float *x, const zor_int *incx, const float *b,
+                             float *y, const zor_int *incy);
+ZOR_API void zor_blas_daxpby(const zor_int *n, const double *a, const double *x, const zor_int *incx,
+                             const double *b, double *y, const zor_int *incy);
+ZOR_API void zor_blas_caxpby(const zor_int *n, const void *a, const void *x, const zor_int *incx, const void *b,
+                             void *y, const zor_int *incy);
+ZOR_API void zor_blas_zaxpby(const zor_int *n, const void *a, const void *x, const zor_int *incx, const void *b,
+                             void *y, const zor_int *incy);
+
+/* ---- dot products */
+ZOR_API float zor_blas_xsdot(const zor_int *n, const float *x, const zor_int *incx, const float *y,
+                             const zor_int *incy);
+ZOR_API double zor_blas_xddot(const zor_int *n, const double *x, const zor_int *incx, const double *y,
+                              const zor_int *incy);
+ZOR_API void zor_blas_xcdotc(void *result, const zor_int *n, const void *x, const zor_int *incx, const void *y,
+                             const zor_int *incy);
+ZOR_API void zor_blas_cdotu(void *result, const zor_int *n, const void *x, const zor_int *incx, const void *y,
+                            const zor_int *incy);
+ZOR_API void zor_blas_zdotc(void *result, const zor_int *n, const void *x, const zor_int *incx, const void *y,
+                            const zor_int *incy);
+ZOR_API void zor_blas_zdotu(void *result, const zor_int *n, const void *x, const zor_int *incx, const void *y,
+                            const zor_int *incy);
+ZOR_API double zor_blas_dsdot(const zor_int *n, const float *x, const zor_int *incx, const float *y,
+                              const zor_int *incy);
+ZOR_API float zor_blas_sdsdot(const zor_int *n, const float *sb, const float *x, const zor_int *incx,
+                              const float *y, const zor_int *incy);
+
+/* ---- x := a x */
+ZOR_API void zor_blas_sscal(const zor_int *n, const float *a, float *x, const zor_int *incx);
+ZOR_API void zor_blas_dscal(const zor_int *n, const double *a, double *x, const zor_int *incx);
+ZOR_API void zor_blas_cscal(const zor_int *n, const void *a, void *x, const zor_int *incx);
+ZOR_API void zor_blas_zscal(const zor_int *n, const void *a, void *x, const zor_int *incx);
+ZOR_API void zor_blas_csscal(const zor_int *n, const float *a, void *x, const zor_int *incx);
+ZOR_API void zor_blas_zdscal(const zor_int *n, const double *a, void *x, const zor_int *incx);
+
+/* ---- 2-norm, sum of magnitudes, |re| + |im| of one element */
+ZOR_API float zor_blas_snrm2(const zor_int *n, const float *x, const zor_int *incx);
+ZOR_API double zor_blas_dnrm2(const zor_int *n, const double *x, const zor_int *incx);
+ZOR_API float zor_blas_scnrm2(const zor_int *n, const void *x, const zor_int *incx);
+ZOR_API double zor_blas_dznrm2(const zor_int *n, const void *x, const zor_int *incx);
+ZOR_API float zor_blas_sasum(const zor_int *n, const float *x, const zor_int *incx);
+ZOR_API double zor_blas_dasum(const zor_int *n, const double *x, const zor_int *incx);
+ZOR_API float zor_blas_scasum(const zor_int *n, const void *x, const zor_int *incx);
+ZOR_API double zor_blas_dzasum(const zor_int *n, const void *x, const zor_int *incx);
+ZOR_API float zor_blas_scabs1(const void *z);
+ZOR_API double zor_blas_dcabs1(const void *z);
+
+/* ---- 1-based position of the largest / smallest magnitude (lowest on ties) */
+ZOR_API zor_int zor_blas_isamax(const zor_int *n, const float *x, const zor_int *incx);
+ZOR_API zor_int zor_blas_idamax(const zor_int *n, const double *x, const zor_int *incx);
+ZOR_API zor_int zor_blas_icamax(const zor_int *n, const void *x, const zor_int *incx);
+ZOR_API zor_int zor_blas_izamax(const zor_int *n, const void *x, const zor_int *incx);
+ZOR_API zor_int zor_blas_isamin(const zor_int *n, const float *x, const zor_int *incx);
+ZOR_API zor_int zor_blas_idamin(const zor_int *n, const double *x, const zor_int *incx);
+ZOR_API zor_int zor_blas_icamin(const zor_int *n, const void *x, const zor_int *incx);
+ZOR_API zor_int zor_blas_izamin(const zor_int *n, const void *x, const zor_int *incx);
+
+/* ---- copy y := x, swap x <-> y */
+ZOR_API void zor_blas_xscopy(const zor_int *n, const float *x, const zor_int *incx, float *y, const zor_int *incy);
+ZOR_API void zor_blas_xdcopy(const zor_int *n, const double *x, const zor_int *incx, double *y,
+                             const zor_int *incy);
+ZOR_API void zor_blas_xccopy(const zor_int *n, const void *x, const zor_int *incx, void *y, const zor_int *incy);
+ZOR_API void zor_blas_xzcopy(const zor_int *n, const void *x, const zor_int *incx, void *y, const zor_int *incy);
+ZOR_API void zor_blas_xsswap(const zor_int *n, float *x, const zor_int *incx, float *y, const zor_int *incy);
+ZOR_API void zor_blas_xdswap(const zor_int *n, double *x, const zor_int *incx, double *y, const zor_int *incy);
+ZOR_API void zor_blas_xcswap(const zor_int *n, void *x, const zor_int *incx, void *y, const zor_int *incy);
+ZOR_API void zor_blas_xzswap(const zor_int *n, void *x, const zor_int *incx, void *y, const zor_int *incy);
+
+/* ---- plane rotations: x := c x + s y, y := c y - s x (complex s: y := c y - conj(s) x) */
+ZOR_API void zor_blas_xsrot(const zor_int *n, float *x, const zor_int *incx, float *y, const zor_int *incy,
+                            const float *c, const float *s);
+ZOR_API void zor_blas_xdrot(const zor_int *n, double *x, const zor_int *incx, double *y, const zor_int *incy,
+                            const double *c, const double *s);
+ZOR_API void zor_blas_xcsrot(const zor_int *n, void *x, const zor_int *incx, void *y, const zor_int *incy,
+                             const float *c, const float *s);
+ZOR_API void zor_blas_xzdrot(const zor_int *n, void *x, const zor_int *incx, void *y, const zor_int *incy,
+                             const double *c, const double *s);
+ZOR_API void zor_blas_xcrot(const zor_int *n, void *x, const zor_int *incx, void *y, const zor_int *incy,
+                            const float *c, const void *s);
+ZOR_API void zor_blas_xzrot(const zor_int *n, void *x, const zor_int *incx, void *y, const zor_int *incy,
+                            const double *c, const void *s);
+ZOR_API void zor_blas_srotg(float *a, float *b, float *c, float *s);
+ZOR_API void zor_blas_drotg(double *a, double *b, double *c, double *s);
+ZOR_API void zor_blas_crotg(void *a, const void *b, float *c, void *s);
+ZOR_API void zor_blas_zrotg(void *a, const void *b, double *c, void *s);
+
+/* ---- modified rotations; param[0] is the flag (-2, -1, 0, 1), param[1..4] = h11, h21, h12, h22 */
+ZOR_API void zor_blas_srotm(const zor_int *n, float *x, const zor_int *incx, float *y, const zor_int *incy,
+                            const float *param);
+ZOR_API void zor_blas_drotm(const zor_int *n, double *x, const zor_int *incx, double *y, const zor_int *incy,
+                            const double *param);
+ZOR_API void zor_blas_srotmg(float *d1, float *d2, float *x1, const float *y1, float *param);
+ZOR_API void zor_blas_drotmg(double *d1, double *d2, double *x1, const double *y1, double *param);
+
+/* ---- sparse vectors: nz, the compressed x, 1-based indices, the full y */
+ZOR_API void zor_blas_sgthr(const zor_int *nz, float *x, const zor_int *indx, const float *y);
+ZOR_API void zor_blas_dgthr(const zor_int *nz, double *x, const zor_int *indx, const double *y);
+ZOR_API void zor_blas_cgthr(const zor_int *nz, void *x, const zor_int *indx, const void *y);
+ZOR_API void zor_blas_zgthr(const zor_int *nz, void *x, const zor_int *indx, const void *y);
+ZOR_API void zor_blas_sgthrz(const zor_int *nz, float *x, const zor_int *indx, float *y);
+ZOR_API void zor_blas_dgthrz(const zor_int *nz, double *x, const zor_int *indx, double *y);
+ZOR_API void zor_blas_cgthrz(const zor_int *nz, void *x, const zor_int *indx, void *y);
+ZOR_API void zor_blas_zgthrz(const zor_int *nz, void *x, const zor_int *indx, void *y);
+ZOR_API void zor_blas_ssctr(const zor_int *nz, const float *x, const zor_int *indx, float *y);
+ZOR_API void zor_blas_dsctr(const zor_int *nz, const double *x, const zor_int *indx, double *y);
+ZOR_API void zor_blas_csctr(const zor_int *nz, const void *x, const zor_int *indx, void *y);
+ZOR_API void zor_blas_zsctr(const zor_int *nz, const void *x, const zor_int *indx, void *y);
+ZOR_API void zor_blas_saxpyi(const zor_int *nz, const float *a, const float *x, const zor_int *indx, float *y);
+ZOR_API void zor_blas_daxpyi(const zor_int *nz, const double *a, const double *x, const zor_int *indx, double *y);
+ZOR_API void zor_blas_caxpyi(const zor_int *nz, const void *a, const void *x, const zor_int *indx, void *y);
+ZOR_API void zor_blas_zaxpyi(const zor_int *nz, const void *a, const void *x, const zor_int *indx, void *y);
+ZOR_API float zor_blas_sdoti(const zor_int *nz, const float *x, const zor_int *indx, const float *y);
+ZOR_API double zor_blas_ddoti(const zor_int *nz, const double *x, const zor_int *indx, const double *y);
+ZOR_API void zor_blas_cdotui(void *result, const zor_int *nz, const void *x, const zor_int *indx, const void *y);
+ZOR_API void zor_blas_zdotui(void *result, const zor_int *nz, const void *x, const zor_int *indx, const void *y);
+ZOR_API void zor_blas_cdotci(void *result, const zor_int *nz, const void *x, const zor_int *indx, const void *y);
+ZOR_API void zor_blas_zdotci(void *result, const zor_int *nz, const void *x, const zor_int *indx, const void *y);
+ZOR_API void zor_blas_sroti(const zor_int *nz, float *x, const zor_int *indx, float *y, const float *c,
+                            const float *s);
+ZOR_API void zor_blas_droti(const zor_int *nz, double *x, const zor_int *indx, double *y, const double *c,
+                            const double *s);
+
+/* ---- checked entries supplied by zor_core: the published BLAS routines of
+ * these names, with 64-bit integers; they check their arguments, report the
+ * first bad one by position, and call the kernels above. */
+ZOR_API void zor_blas_saxpy(const zor_int *n, const float *a, const float *x, const zor_int *incx, float *y,
+                            const zor_int *incy);
+ZOR_API void zor_blas_daxpy(const zor_int *n, const double *a, const double *x, const zor_int *incx, double *y,
+                            const zor_int *incy);
+ZOR_API void zor_blas_caxpy(const zor_int *n, const void *a, const void *x, const zor_int *incx, void *y,
+                            const zor_int *incy);
+ZOR_API void zor_blas_zaxpy(const zor_int *n, const void *a, const void *x, const zor_int *incx, void *y,
+                            const zor_int *incy);
+ZOR_API void zor_blas_sswap(const zor_int *n, float *x, const zor_int *incx, float *y, const zor_int *incy);
+ZOR_API void zor_blas_dswap(const zor_int *n, double *x, const zor_int *incx, double *y, const zor_int *incy);
+ZOR_API void zor_blas_cswap(const zor_int *n, void *x, const zor_int *incx, void *y, const zor_int *incy);
+ZOR_API void zor_blas_zswap(const zor_int *n, void *x, const zor_int *incx, void *y, const zor_int *incy);
+ZOR_API void zor_blas_cdotc(void *result, const zor_int *n, const void *x, const zor_int *incx, const void *y,
+                            const zor_int *incy);
+ZOR_API double zor_blas_ddot(const zor_int *n, const double *x, const zor_int *incx, const double *y,
+                             const zor_int *incy);
+ZOR_API float zor_blas_sdot(const zor_int *n, const float *x, const zor_int *incx, const float *y,
+                            const zor_int *incy);
+
+#endif

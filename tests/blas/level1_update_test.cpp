@@ -1,0 +1,168 @@
+// y := a x + y, y := a x + b y, copy and swap against the reference BLAS (or,
+// for axpby, against the formula), over sizes around the unroll widths,
+// every offset pair, zero and negative increments; guards checked after
+// every call.
+#include "level1_testing.hpp"
+
+namespace zor::test {
+namespace {
+
+using cfloat = std::complex<float>;
+using cdouble = std::complex<double>;
+
+// Runs ours and the reference on copies of the same data and compares both
+// vectors element by element within `ulps` (0: bit for bit).
+template <class E, class Ours, class Ref>
+void against_reference(uint64_t seed, double ulps, Ours ours, Ref ref) {
+  using R = real_of<E>;
+  auto cases = level1_cases(seed);
+  for (size_t k = 0; k < cases.size(); ++k) {
+    const Case &c = cases[k];
+    SCOPED_TRACE(testing::Message() << "seed " << seed << " case " << k << ": " << c);
+    Rng rng(seed * 1000 + k);
+    Strided<E> x(c.n, c.incx, c.offx, rng), y(c.n, c.incy, c.offy, rng);
+    std::vector<E> xr = x.copy(), yr = y.copy();
+    ours(c.n, x.data(), c.incx, y.data(), c.incy);
+    f_int n32 = f_int(c.n), ix = f_int(c.incx), iy = f_int(c.incy);
+    ref(&n32, xr.data(), &ix, yr.data(), &iy);
+    ASSERT_TRUE(x.buf.guards_intact());
+    ASSERT_TRUE(y.buf.guards_intact());
+    for (size_t i = 0; i < x.len; ++i)
+      ASSERT_TRUE(ulps == 0 ? same_bits(x.data()[i], xr[i]) : close(x.data()[i], xr[i], R(4), ulps)) << "x[" << i << "]";
+    for (size_t i = 0; i < y.len; ++i)
+      ASSERT_TRUE(ulps == 0 ? same_bits(y.data()[i], yr[i]) : close(y.data()[i], yr[i], R(4), ulps))
+          << "y[" << i << "] " << y.data()[i] << " vs " << yr[i];
+  }
+}
+
+template <class E>
+E alpha_value() {
+  if constexpr (std::is_floating_point_v<E>) return E(0.75);
+  else return E(0.75, -1.25);
+}
+
+TEST(Axpy, AllPrecisionsAgainstReference) {
+  auto run = [](auto tag, auto ours, auto ref) {
+    using E = decltype(tag);
+    E a = alpha_value<E>();
+    against_reference<E>(11, 0,
+        [&](int64_t n, E *x, int64_t incx, E *y, int64_t incy) { ours(&n, &a, x, &incx, y, &incy); },
+        [&](f_int *n, E *x, f_int *incx, E *y, f_int *incy) { ref(n, &a, x, incx, y, incy); });
+  };
+  run(float(), zor_blas_xsaxpy, saxpy_);
+  run(double(), zor_blas_xdaxpy, daxpy_);
+  run(cfloat(), [](auto... p) { zor_blas_xcaxpy(p...); }, [](auto... p) { caxpy_(p...); });
+  for_both_kernels([&] { run(cdouble(), [](auto... p) { zor_blas_xzaxpy(p...); }, [](auto... p) { zaxpy_(p...); }); });
+}
+
+TEST(Axpy, ZeroAlphaTouchesNothingAndNanAlphaIsApplied) {
+  double y[3] = {1.0, std::nan(""), -0.0}, x[3] = {1, 2, 3};
+  int64_t n = 3, one = 1;
+  double zero = 0.0, minus_zero = -0.0;
+  zor_blas_xdaxpy(&n, &zero, x, &one, y, &one);
+  zor_blas_xdaxpy(&n, &minus_zero, x, &one, y, &one);
+  EXPECT_TRUE(same_bits(y[2], -0.0) && std::isnan(y[1]));
+  double nan = std::nan("");
+  zor_blas_xdaxpy(&n, &nan, x, &one, y, &one);
+  EXPECT_TRUE(std::isnan(y[0]) && std::isnan(y[2]));
+  cfloat ca(0.0f, 1.0f), cy[2] = {{1, 1}, {2, 2}}, cx[2] = {{1, 0}, {0, 1}};
+  int64_t two = 2;
+  zor_blas_xcaxpy(&two, &ca, cx, &one, cy, &one);  // zero only if both parts are
+  EXPECT_EQ(cy[0], cfloat(1, 2));
+}
+
+TEST(Axpy, ZeroIncrementOnYAccumulatesInOrder) {
+  std::vector<double> x = {1e16, 1.0, -1e16, 1.0, 3.0};
+  double y = 0.5, a = 1.0;
+  int64_t n = 5, one = 1, zero = 0;
+  zor_blas_xdaxpy(&n, &a, x.data(), &one, &y, &zero);
+  double expect = 0.5;
+  for (double v : x) expect = a * v + expect;
+  EXPECT_TRUE(same_bits(y, expect));
+}
+
+// y := a x + b y from the formula; b = 0 never reads y (NaN there is lost).
+TEST(Axpby, AllPrecisionsAgainstFormula) {
+  auto run = [](auto tag, auto ours, auto a, auto b) {
+    using E = decltype(tag);
+    against_reference<E>(12, 0, [&](int64_t n, E *x, int64_t incx, E *y, int64_t incy) { ours(&n, &a, x, &incx, &b, y, &incy); },
+        [&](f_int *n, E *x, f_int *incx, E *y, f_int *incy) {
+          if (*n < 1 || (a == E(0) && b == E(1))) return;
+          int64_t nn = *n, ix = *incx, iy = *incy;
+          E *xs = ix < 0 ? x + (1 - nn) * ix : x, *ys = iy < 0 ? y + (1 - nn) * iy : y;
+          for (int64_t i = 0; i < nn; ++i) {
+            E &t = ys[i * iy];
+            t = b == E(0) ? a * xs[i * ix] : a * xs[i * ix] + b * t;
+          }
+        });
+  };
+  for (int k = 0; k < 2; ++k) {
+    float bs = k ? 0.0f : -0.5f;
+    double bd = k ? 0.0 : 1.5;
+    run(float(), zor_blas_saxpby, 0.75f, bs);
+    run(double(), zor_blas_daxpby, -1.25, bd);
+    run(cfloat(), [](auto... p) { zor_blas_caxpby(p...); }, cfloat(0.5f, 2.0f), cfloat(bs, k ? 0.0f : 0.25f));
+    for_both_kernels([&] {
+      run(cdouble(), [](auto... p) { zor_blas_zaxpby(p...); }, cdouble(0.5, 2.0), cdouble(bd, k ? 0.0 : 0.25));
+    });
+  }
+}
+
+TEST(Axpby, ZeroBetaIgnoresNanInY) {
+  double x[5] = {1, 2, 3, 4, 5}, y[5], a = 2.0, b = 0.0;
+  std::fill(y, y + 5, std::nan(""));
+  int64_t n = 5, one = 1;
+  zor_blas_daxpby(&n, &a, x, &one, &b, y, &one);
+  for (int i = 0; i < 5; ++i) EXPECT_EQ(y[i], 2.0 * x[i]);
+}
+
+TEST(CopySwap, AllPrecisionsAgainstReference) {
+  auto run = [](auto tag, auto ours, auto ref) {
+    using E = decltype(tag);
+    against_reference<E>(13, 0, [&](int64_t n, E *x, int64_t incx, E *y, int64_t incy) { ours(&n, x, &incx, y, &incy); },
+                         [&](f_int *n, E *x, f_int *incx, E *y, f_int *incy) { ref(n, x, incx, y, incy); });
+  };
+  run(float(), zor_blas_xscopy, scopy_);
+  run(double(), zor_blas_xdcopy, dcopy_);
+  run(cfloat(), [](auto... p) { zor_blas_xccopy(p...); }, [](auto... p) { ccopy_(p...); });
+  run(cdouble(), [](auto... p) { zor_blas_xzcopy(p...); }, [](auto... p) { zcopy_(p...); });
+  run(float(), zor_blas_xsswap, sswap_);
+  run(double(), zor_blas_xdswap, dswap_);
+  run(cfloat(), [](auto... p) { zor_blas_xcswap(p...); }, [](auto... p) { cswap_(p...); });
+  run(cdouble(), [](auto... p) { zor_blas_xzswap(p...); }, [](auto... p) { zswap_(p...); });
+}
+
+// The provider's entries forward to the kernels, return at once for n < 1,
+// and report a missing argument without writing.
+TEST(CheckedEntries, ForwardAndRefuseMissingArguments) {
+  double x[4] = {1, 2, 3, 4}, y[4] = {1, 1, 1, 1}, a = 2;
+  int64_t n = 4, one = 1, zero = 0;
+  zor_blas_daxpy(&n, &a, x, &one, y, &one);
+  EXPECT_EQ(y[3], 9.0);
+  EXPECT_EQ(zor_blas_ddot(&n, x, &one, y, &one), 1 * 3 + 2 * 5 + 3 * 7 + 4 * 9);
+  zor_blas_dswap(&n, x, &one, y, &one);
+  EXPECT_EQ(x[0], 3.0);
+  zor_blas_daxpy(&zero, &a, x, &one, y, &one);
+  EXPECT_EQ(y[0], 1.0);
+  testing::internal::CaptureStderr();
+  zor_blas_daxpy(&n, &a, x, nullptr, y, &one);
+  zor_blas_sdot(&n, nullptr, &one, nullptr, &one);
+  std::string text = testing::internal::GetCapturedStderr();
+  EXPECT_NE(text.find("DAXPY parameter number 4"), std::string::npos) << text;
+  EXPECT_NE(text.find("SDOT parameter number 2"), std::string::npos) << text;
+  EXPECT_EQ(y[0], 1.0);
+  float fx[3] = {1, 2, 3}, fy[3] = {1, 1, 1}, fa = 1;
+  zor_blas_saxpy(&n, &fa, fx, &one, fy, &zero);
+  EXPECT_EQ(fy[0], 7.0f);
+  cfloat cx[2] = {{1, 2}, {3, 4}}, cy[2] = {{1, 0}, {0, 1}}, r;
+  int64_t two = 2;
+  zor_blas_cdotc(&r, &two, cx, &one, cy, &one);
+  EXPECT_EQ(r, std::conj(cx[0]) * cy[0] + std::conj(cx[1]) * cy[1]);
+  cdouble zx[1] = {{1, 1}}, zy[1] = {{0, 0}}, za(2, 0);
+  zor_blas_zaxpy(&one, &za, zx, &one, zy, &one);
+  zor_blas_zswap(&one, zx, &one, zy, &one);
+  EXPECT_EQ(zx[0], cdouble(2, 2));
+}
+
+}  // namespace
+}  // namespace zor::test
