@@ -1,0 +1,101 @@
+/* The GEMM engine of zor_tier2 in single and double complex, the
+ * three-multiplication complex products and the real-by-complex products.
+ *
+ * Complex data are interleaved (real part first) and passed as untyped
+ * pointers: float pairs for the c routines, double pairs for the z routines.
+ * Integers by reference as 64-bit values unless noted; matrices column-major.
+ * The descriptor routines shared by all precisions are in <zor/gemm.h>.
+ */
+#ifndef ZOR_GEMM_COMPLEX_H
+#define ZOR_GEMM_COMPLEX_H
+
+#include <stdint.h>
+#include <zor/export.h>
+#include <zor/gemm.h>
+
+/* ---- kernel rows, blocking and buffers (as for d and s in <zor/gemm.h>) */
+ZOR_API void zor_blas_cgemm_get_optimal_kernel(zor_gemm_desc *desc);
+ZOR_API void zor_blas_zgemm_get_optimal_kernel(zor_gemm_desc *desc);
+ZOR_API int32_t zor_blas_cgemm_get_kernel(int32_t row, zor_gemm_desc *desc);
+ZOR_API int32_t zor_blas_zgemm_get_kernel(int32_t row, zor_gemm_desc *desc);
+ZOR_API void zor_blas_cgemm_get_blks_size(const int64_t *m, const int64_t *n, const int64_t *k, zor_gemm_desc *desc);
+ZOR_API void zor_blas_zgemm_get_blks_size(const int64_t *m, const int64_t *n, const int64_t *k, zor_gemm_desc *desc);
+ZOR_API void zor_blas_cgemm_get_blks_size_bvr(const int64_t *m, const int64_t *n, const int64_t *k, zor_gemm_desc *desc);
+ZOR_API void zor_blas_zgemm_get_blks_size_bvr(const int64_t *m, const int64_t *n, const int64_t *k, zor_gemm_desc *desc);
+ZOR_API int32_t zor_blas_cgemm_get_bufs_size(int32_t request, int32_t mode, const int64_t *m, const int64_t *n,
+                                             const int64_t *k, zor_gemm_desc *desc);
+ZOR_API int32_t zor_blas_zgemm_get_bufs_size(int32_t request, int32_t mode, const int64_t *m, const int64_t *n,
+                                             const int64_t *k, zor_gemm_desc *desc);
+ZOR_API int32_t zor_blas_cgemm_get_bufs(int32_t request, void **base, zor_gemm_desc *desc);
+ZOR_API int32_t zor_blas_zgemm_get_bufs(int32_t request, void **base, zor_gemm_desc *desc);
+ZOR_API void zor_blas_cgemm_free_bufs(void *base);
+ZOR_API void zor_blas_zgemm_free_bufs(void *base);
+
+/* ---- panel copies: m x k block of op(A) times alpha (the 'c' forms
+ * conjugate first), k x n block of op(B); row 0 and the _bvr forms of row 1 */
+#define ZOR_COMPLEX_COPY_A(name)                                                                           \
+  ZOR_API void name(const int64_t *m, const int64_t *k, const void *src, const int64_t *lda, void *buffer, \
+                    const int64_t *panel_stride, const void *alpha)
+#define ZOR_COMPLEX_COPY_B(name)                                                                           \
+  ZOR_API void name(const int64_t *k, const int64_t *n, const void *src, const int64_t *ldb, void *buffer, \
+                    const int64_t *panel_stride, const void *unused)
+ZOR_COMPLEX_COPY_A(zor_blas_cgemm_copyan);
+ZOR_COMPLEX_COPY_A(zor_blas_cgemm_copyat);
+ZOR_COMPLEX_COPY_A(zor_blas_cgemm_copyac);
+ZOR_COMPLEX_COPY_A(zor_blas_cgemm_copyan_bvr);
+ZOR_COMPLEX_COPY_A(zor_blas_cgemm_copyat_bvr);
+ZOR_COMPLEX_COPY_A(zor_blas_cgemm_copyac_bvr);
+ZOR_COMPLEX_COPY_A(zor_blas_zgemm_copyan);
+ZOR_COMPLEX_COPY_A(zor_blas_zgemm_copyat);
+ZOR_COMPLEX_COPY_A(zor_blas_zgemm_copyac);
+ZOR_COMPLEX_COPY_A(zor_blas_zgemm_copyan_bvr);
+ZOR_COMPLEX_COPY_A(zor_blas_zgemm_copyat_bvr);
+ZOR_COMPLEX_COPY_A(zor_blas_zgemm_copyac_bvr);
+ZOR_COMPLEX_COPY_B(zor_blas_cgemm_copybn);
+ZOR_COMPLEX_COPY_B(zor_blas_cgemm_copybt);
+ZOR_COMPLEX_COPY_B(zor_blas_cgemm_copybc);
+ZOR_COMPLEX_COPY_B(zor_blas_cgemm_copybn_bvr);
+ZOR_COMPLEX_COPY_B(zor_blas_cgemm_copybt_bvr);
+ZOR_COMPLEX_COPY_B(zor_blas_cgemm_copybc_bvr);
+ZOR_COMPLEX_COPY_B(zor_blas_zgemm_copybn);
+ZOR_COMPLEX_COPY_B(zor_blas_zgemm_copybt);
+ZOR_COMPLEX_COPY_B(zor_blas_zgemm_copybc);
+ZOR_COMPLEX_COPY_B(zor_blas_zgemm_copybn_bvr);
+ZOR_COMPLEX_COPY_B(zor_blas_zgemm_copybt_bvr);
+ZOR_COMPLEX_COPY_B(zor_blas_zgemm_copybc_bvr);
+#undef ZOR_COMPLEX_COPY_A
+#undef ZOR_COMPLEX_COPY_B
+
+/* The complex rows' extended copy, one routine under four names: copies
+ * nothing, returns 0 for the request codes 256 and 4096, else 1. */
+#define ZOR_COMPLEX_COPY_EXT(name)                                                                             \
+  ZOR_API int32_t name(int32_t request, const char *trans, const int64_t *rows, const int64_t *cols,           \
+                       const void *src, const int64_t *ld, void *re, void *im, void *sum, const int64_t *stride)
+ZOR_COMPLEX_COPY_EXT(zor_blas_cgemm_copya_ext);
+ZOR_COMPLEX_COPY_EXT(zor_blas_cgemm_copyb_ext);
+ZOR_COMPLEX_COPY_EXT(zor_blas_zgemm_copya_ext);
+ZOR_COMPLEX_COPY_EXT(zor_blas_zgemm_copyb_ext);
+#undef ZOR_COMPLEX_COPY_EXT
+
+/* ---- drivers: C := alpha op(A) op(B) + beta C with op 'N', 'T' or 'C'.
+ * xgemm_par returns 0, or 1 for an unknown plan or a failed allocation with
+ * a pre-packed operand; the complex rows support plans 2, 8, 32 and 64
+ * (0 lets the driver choose, which is always 2). */
+#define ZOR_COMPLEX_GEMM(name)                                                                              \
+  ZOR_API void name(const char *transa, const char *transb, const int64_t *m, const int64_t *n, const int64_t *k, \
+                    const void *alpha, const void *a, const int64_t *lda, const void *b, const int64_t *ldb,    \
+                    const void *beta, void *c, const int64_t *ldc)
+#define ZOR_COMPLEX_GEMM_PAR(name)                                                                              \
+  ZOR_API int32_t name(const char *transa, const char *transb, const int64_t *m, const int64_t *n,              \
+                       const int64_t *k, const void *alpha, const void *a, const int64_t *lda, const void *b,   \
+                       const int64_t *ldb, const void *beta, void *c, const int64_t *ldc, int32_t plan,         \
+                       zor_gemm_desc *desc)
+ZOR_COMPLEX_GEMM(zor_blas_xcgemm);
+ZOR_COMPLEX_GEMM(zor_blas_xzgemm);
+ZOR_COMPLEX_GEMM_PAR(zor_blas_xcgemm_par);
+ZOR_COMPLEX_GEMM_PAR(zor_blas_xzgemm_par);
+/* C := beta C; beta zero stores zeros without reading C. */
+ZOR_API void zor_blas_cgemm_mscale(const int64_t *m, const int64_t *n, const void *beta, void *c, const int64_t *ldc);
+ZOR_API void zor_blas_zgemm_mscale(const int64_t *m, const int64_t *n, const void *beta, void *c, const int64_t *ldc);
+
+#endif
