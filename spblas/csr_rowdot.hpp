@@ -1,0 +1,62 @@
+// The four-sum row dot, the shape of every inner loop of the CSR kernels.
+//
+// Entries p..q-1 of a row against a dense vector x: four independent sums
+// s0..s3 take entries p, p+1, p+2, p+3, then p+4.. and so on, in count/4
+// passes; then s = ((s0 + s1) + s2) + s3, and the count mod 4 entries left
+// are added to s one at a time, in order. Each term is vals[k] * x(col),
+// the value conjugated when the kernel conjugates. Sums stay in the element
+// type (no wider accumulator in single precision). Every element of x is
+// loaded singly: there is no gather.
+//
+// Double precision with contiguous x keeps s0, s1 and s2, s3 as two vector
+// sums (same additions in the same order, so the same bits), and touches the
+// x elements of the row a few rows ahead so that random columns are in cache
+// by the time the row comes.
+#pragma once
+#include "frame/simd.hpp"
+#include "spblas/csr_common.hpp"
+
+namespace zor::spblas {
+
+template <bool Conj, class E, class I, int Base, class X>
+inline E row_dot(const Csr<E, I, Base> &a, int64_t p, int64_t q, X x) {
+  const E *v = a.vals;
+  const I *cols = a.cols;
+  int64_t k = p;
+  if constexpr (std::is_same_v<E, double> && std::is_same_v<X, Contiguous<const double>>) {
+    using namespace zor::simd;
+    const double *xp = x.p;
+    f64x2 s01 = zero<f64x2>(), s23 = zero<f64x2>();
+    for (; k + 4 <= q; k += 4) {
+      f64x2 x01 = load_half_hi(load_lo(xp + (int64_t(cols[k]) - Base)), xp + (int64_t(cols[k + 1]) - Base));
+      f64x2 x23 = load_half_hi(load_lo(xp + (int64_t(cols[k + 2]) - Base)), xp + (int64_t(cols[k + 3]) - Base));
+      s01 = add(s01, mul(load_u(v + k), x01));
+      s23 = add(s23, mul(load_u(v + k + 2), x23));
+    }
+    double s = ((lane0(s01) + lane0(dup_hi(s01))) + lane0(s23)) + lane0(dup_hi(s23));
+    for (; k < q; ++k) s += v[k] * xp[int64_t(cols[k]) - Base];
+    return s;
+  } else {
+    E s0 = zero_of<E>(), s1 = zero_of<E>(), s2 = zero_of<E>(), s3 = zero_of<E>();
+    for (; k + 4 <= q; k += 4) {
+      s0 = s0 + rd<Conj>(v[k]) * x(int64_t(cols[k]) - Base);
+      s1 = s1 + rd<Conj>(v[k + 1]) * x(int64_t(cols[k + 1]) - Base);
+      s2 = s2 + rd<Conj>(v[k + 2]) * x(int64_t(cols[k + 2]) - Base);
+      s3 = s3 + rd<Conj>(v[k + 3]) * x(int64_t(cols[k + 3]) - Base);
+    }
+    E s = ((s0 + s1) + s2) + s3;
+    for (; k < q; ++k) s = s + rd<Conj>(v[k]) * x(int64_t(cols[k]) - Base);
+    return s;
+  }
+}
+
+// Touch the x elements of row i so that they are on their way to the cache.
+template <class E, class I, int Base, class X>
+inline void touch_row(const Csr<E, I, Base> &a, int64_t i, X x) {
+  if constexpr (std::is_same_v<X, Contiguous<const double>> || std::is_same_v<X, Contiguous<const float>>) {
+    int64_t p = a.begin(i), q = a.end(i);
+    for (int64_t k = p; k < q; ++k) zor::simd::prefetch_t0(x.p + (int64_t(a.cols[k]) - Base));
+  }
+}
+
+}  // namespace zor::spblas
