@@ -18,5 +18,5 @@ for prog in $(find build/bench/bench -type f -executable -name 'bench_*' | sort)
   name=$(basename "$prog")
   [[ -n "$filter" && "$name" != *"$filter"* ]] && continue
   echo "== $name"
-  if [ -x "bench/${name#bench_}.sh" ]; then "bench/${name#bench_}.sh" "$prog"; else "$prog"; fi
+  "$prog"
 done
