@@ -43,7 +43,6 @@ void tiles_row1(int64_t panels, int64_t kp, const typename T::real *a, int64_t a
   using V = typename T::vec;
   using R = typename T::real;
   constexpr int L = T::real_lanes, UM = 2 * L;
-  const V even = even_lanes<V>();
   for (int64_t p = 0; p < panels; ++p) {
     const R *ap = a + p * a_stride;
     const R *bp = bsrc;
@@ -51,7 +50,7 @@ void tiles_row1(int64_t panels, int64_t kp, const typename T::real *a, int64_t a
 #pragma GCC unroll 2
     for (int v = 0; v < NV; ++v) d0[v] = d1[v] = s0[v] = s1[v] = zero<V>();
     for (int64_t l = 0; l < kp; l += 4) {
-#pragma GCC unroll 4
+#pragma GCC unroll 1
       for (int s = 0; s < 4; ++s) {
         const V a0 = load_a(ap), a1 = load_a(ap + L);
 #pragma GCC unroll 2
@@ -68,6 +67,7 @@ void tiles_row1(int64_t panels, int64_t kp, const typename T::real *a, int64_t a
       }
     }
     R *cp = c + p * UM;
+    const V even = even_lanes<V>();
 #pragma GCC unroll 2
     for (int v = 0; v < NV; ++v) {
       R *ce = cp + (2 * v) * ldc;
