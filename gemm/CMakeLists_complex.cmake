@@ -4,4 +4,5 @@ target_sources(zor_tier2 PRIVATE
   tables_c.cpp tables_z.cpp
   copy_complex.cpp
   kernel_complex_row0.cpp kernel_complex_row1.cpp kernel_complex_entry.cpp
-  drivers_complex.cpp)
+  drivers_complex.cpp
+  gemm3m.cpp)

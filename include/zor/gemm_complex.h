@@ -98,4 +98,27 @@ ZOR_COMPLEX_GEMM_PAR(zor_blas_xzgemm_par);
 ZOR_API void zor_blas_cgemm_mscale(const int64_t *m, const int64_t *n, const void *beta, void *c, const int64_t *ldc);
 ZOR_API void zor_blas_zgemm_mscale(const int64_t *m, const int64_t *n, const void *beta, void *c, const int64_t *ldc);
 
+/* ---- three real multiplications in place of four, on the real engine of
+ * the matching precision; same arguments as zor_blas_x?gemm. */
+ZOR_COMPLEX_GEMM(zor_blas_xcgemm3m);
+ZOR_COMPLEX_GEMM(zor_blas_xzgemm3m);
+/* Split a rows x cols block of op(X) ('n', 't', 'c': as is, transposed,
+ * conjugate-transposed) into real parts, imaginary parts and their sums,
+ * column-major with leading dimension rows. Sizes by value. */
+#define ZOR_3M_COPY(name, R) \
+  ZOR_API void name(int64_t rows, int64_t cols, const void *src, int64_t ld, R *re, R *im, R *sum)
+ZOR_3M_COPY(zor_blas_cgemm3m_copyan, float);
+ZOR_3M_COPY(zor_blas_cgemm3m_copyat, float);
+ZOR_3M_COPY(zor_blas_cgemm3m_copyac, float);
+ZOR_3M_COPY(zor_blas_cgemm3m_copybn, float);
+ZOR_3M_COPY(zor_blas_cgemm3m_copybt, float);
+ZOR_3M_COPY(zor_blas_cgemm3m_copybc, float);
+ZOR_3M_COPY(zor_blas_zgemm3m_copyan, double);
+ZOR_3M_COPY(zor_blas_zgemm3m_copyat, double);
+ZOR_3M_COPY(zor_blas_zgemm3m_copyac, double);
+ZOR_3M_COPY(zor_blas_zgemm3m_copybn, double);
+ZOR_3M_COPY(zor_blas_zgemm3m_copybt, double);
+ZOR_3M_COPY(zor_blas_zgemm3m_copybc, double);
+#undef ZOR_3M_COPY
+
 #endif
