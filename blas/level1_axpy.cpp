@@ -9,38 +9,11 @@
 // c 16 (32 complex), z 16. A zero `a` (complex: both parts) returns without
 // touching y; the test is `0 == a`, so a NaN `a` is applied.
 #include <zor/blas.h>
-#include <zor/core.h>
 
 #include "blas/level1_skeleton.hpp"
 
 namespace zor::blas {
 namespace {
-
-template <class R> inline bool is_zero(R a) { return R(0) == a; }
-template <class R> inline bool is_zero(cplx<R> a) { return R(0) == a.re && R(0) == a.im; }
-template <class R> inline bool is_one(R a) { return R(1) == a; }
-template <class R> inline bool is_one(cplx<R> a) { return R(1) == a.re && R(0) == a.im; }
-
-// A scalar factor in vector form: real broadcast, or (re, im) broadcasts.
-template <class E>
-struct Factor {
-  using R = real_t<E>;
-  using V = vec_t<R>;
-  E s;
-  V re, im;
-  explicit Factor(E a) : s(a) {
-    if constexpr (std::is_same_v<E, R>) {
-      re = simd::splat(a);
-    } else {
-      re = simd::splat(a.re);
-      im = simd::splat(a.im);
-    }
-  }
-  V times(V x) const {
-    if constexpr (std::is_same_v<E, R>) return simd::mul(re, x);
-    else return cmul(re, im, x);
-  }
-};
 
 template <class Elem>
 struct AxpyOp {
@@ -106,11 +79,6 @@ void axpby(const zor_int *n, const void *a, const void *x, const zor_int *incx, 
     run_two<decltype(op), Main, true>(op, *n, xp, *incx, yp, *incy);
   }
 }
-
-// The double-complex entries have two kernels, chosen by the processor's
-// micro-architecture answer; the single-complex ones make the same query and
-// have one kernel.
-inline bool alternative_kernel() { return zor_serv_get_microarchitecture() == 33; }
 
 }  // namespace
 }  // namespace zor::blas

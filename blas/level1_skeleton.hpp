@@ -22,7 +22,10 @@
 #pragma once
 #include <cstddef>
 #include <cstdint>
+#include <type_traits>
 #include <utility>
+
+#include <zor/core.h>
 
 #include "frame/simd.hpp"
 #include "frame/traits.hpp"
@@ -58,6 +61,37 @@ template <class V>
 inline V cmul(V ar, V ai, V x) {
   return simd::addsub(simd::mul(ar, x), simd::mul(ai, swap_re_im(x)));
 }
+
+template <class R> inline bool is_zero(R a) { return R(0) == a; }
+template <class R> inline bool is_zero(cplx<R> a) { return R(0) == a.re && R(0) == a.im; }
+template <class R> inline bool is_one(R a) { return R(1) == a; }
+template <class R> inline bool is_one(cplx<R> a) { return R(1) == a.re && R(0) == a.im; }
+
+// A scalar factor in vector form: real broadcast, or (re, im) broadcasts.
+template <class E>
+struct Factor {
+  using R = real_t<E>;
+  using V = vec_t<R>;
+  E s;
+  V re, im;
+  explicit Factor(E a) : s(a) {
+    if constexpr (std::is_same_v<E, R>) {
+      re = simd::splat(a);
+    } else {
+      re = simd::splat(a.re);
+      im = simd::splat(a.im);
+    }
+  }
+  V times(V x) const {
+    if constexpr (std::is_same_v<E, R>) return simd::mul(re, x);
+    else return cmul(re, im, x);
+  }
+};
+
+// The double-complex entries have two kernels, chosen by the processor's
+// micro-architecture answer (33: the alternative); the single-complex ones
+// make the same query and have one kernel.
+inline bool alternative_kernel() { return zor_serv_get_microarchitecture() == 33; }
 
 // Consecutive vectors of a stream that starts K bytes past a 16-byte
 // boundary, read with aligned loads only.

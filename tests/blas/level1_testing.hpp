@@ -58,6 +58,8 @@ void srot_(const f_int *, float *, const f_int *, float *, const f_int *, const 
 void drot_(const f_int *, double *, const f_int *, double *, const f_int *, const double *, const double *);
 void csrot_(const f_int *, void *, const f_int *, void *, const f_int *, const float *, const float *);
 void zdrot_(const f_int *, void *, const f_int *, void *, const f_int *, const double *, const double *);
+void crot_(const f_int *, void *, const f_int *, void *, const f_int *, const float *, const void *);
+void zrot_(const f_int *, void *, const f_int *, void *, const f_int *, const double *, const void *);
 void srotg_(float *, float *, float *, float *);
 void drotg_(double *, double *, double *, double *);
 void crotg_(void *, const void *, float *, void *);
@@ -122,6 +124,13 @@ template <class E>
 E random_value(Rng &rng) {
   if constexpr (std::is_floating_point_v<E>) return E(rng.uniform());
   else return E(real_of<E>(rng.uniform()), real_of<E>(rng.uniform()));
+}
+
+// Products as the library forms them (no recovery of infinities).
+template <class A, class B>
+auto tmul(A a, B b) {
+  if constexpr (std::is_floating_point_v<A> || std::is_floating_point_v<B>) return a * b;
+  else return A(a.real() * b.real() - a.imag() * b.imag(), a.real() * b.imag() + a.imag() * b.real());
 }
 
 // One vector argument: n logical elements with increment inc, placed

@@ -132,6 +132,160 @@ TEST(CopySwap, AllPrecisionsAgainstReference) {
   run(cdouble(), [](auto... p) { zor_blas_xzswap(p...); }, [](auto... p) { zswap_(p...); });
 }
 
+// Scaling: reference for positive increments; for 0 and negative ones (where
+// the reference does nothing) the same set of elements scaled in place, the
+// one element of increment 0 scaled n times.
+TEST(Scal, AllFormsAgainstReferenceAndModel) {
+  auto run = [](auto tag, auto factor, auto ours, auto ref) {
+    using E = decltype(tag);
+    using F = decltype(factor);
+    against_reference<E>(14, 0, [&](int64_t n, E *, int64_t, E *y, int64_t incy) { ours(&n, &factor, y, &incy); },
+        [&](f_int *n, E *, f_int *, E *y, f_int *incy) {
+          if (*incy > 0) return ref(n, &factor, y, incy);
+          int64_t step = -int64_t(*incy);
+          if (*incy == 0)
+            for (f_int i = 0; i < *n; ++i) y[0] = tmul(F(factor), y[0]);
+          else
+            for (int64_t i = 0; i < *n; ++i) y[i * step] = tmul(F(factor), y[i * step]);
+        });
+  };
+  run(float(), -1.5f, zor_blas_sscal, sscal_);
+  run(double(), 0.625, zor_blas_dscal, dscal_);
+  run(cfloat(), cfloat(0.5f, -2.0f), [](auto... p) { zor_blas_cscal(p...); }, [](auto... p) { cscal_(p...); });
+  run(cfloat(), 3.0f, [](auto... p) { zor_blas_csscal(p...); }, [](auto... p) { csscal_(p...); });
+  run(cdouble(), -0.75, [](auto... p) { zor_blas_zdscal(p...); }, [](auto... p) { zdscal_(p...); });
+  for_both_kernels([&] {
+    run(cdouble(), cdouble(1.25, 0.5), [](auto... p) { zor_blas_zscal(p...); }, [](auto... p) { zscal_(p...); });
+  });
+}
+
+TEST(Scal, DscalByOneTouchesNothingSscalByOneWrites) {
+  double d[3] = {std::nan(""), -0.0, 1.0}, one_d = 1.0, zero_d = 0.0;
+  int64_t n = 3, one = 1;
+  const std::vector<unsigned char> guard(sizeof d, 0);
+  zor_blas_dscal(&n, &one_d, d, &one);
+  EXPECT_TRUE(std::isnan(d[0]) && same_bits(d[1], -0.0));
+  zor_blas_dscal(&n, &zero_d, d, &one);  // 0 times NaN stays NaN
+  EXPECT_TRUE(std::isnan(d[0]) && d[2] == 0.0);
+  // sscal writes every element for 1.0: a signalling NaN comes back quiet.
+  float f[2];
+  uint32_t snan = 0x7f800001u;
+  std::memcpy(&f[0], &snan, 4);
+  f[1] = 2.0f;
+  float one_f = 1.0f;
+  int64_t two = 2;
+  zor_blas_sscal(&two, &one_f, f, &one);
+  uint32_t after;
+  std::memcpy(&after, &f[0], 4);
+  EXPECT_EQ(after, 0x7fc00001u);
+}
+
+TEST(Rot, AllFormsAgainstReference) {
+  auto run = [](auto tag, auto c, auto s, auto ours, auto ref) {
+    using E = decltype(tag);
+    against_reference<E>(15, 0, [&](int64_t n, E *x, int64_t incx, E *y, int64_t incy) { ours(&n, x, &incx, y, &incy, &c, &s); },
+                         [&](f_int *n, E *x, f_int *incx, E *y, f_int *incy) { ref(n, x, incx, y, incy, &c, &s); });
+  };
+  run(float(), 0.6f, -0.8f, zor_blas_xsrot, srot_);
+  run(double(), 0.28, 0.96, zor_blas_xdrot, drot_);
+  run(cfloat(), 0.6f, 0.8f, [](auto... p) { zor_blas_xcsrot(p...); }, [](auto... p) { csrot_(p...); });
+  run(cdouble(), -0.6, 0.8, [](auto... p) { zor_blas_xzdrot(p...); }, [](auto... p) { zdrot_(p...); });
+  run(cfloat(), 0.6f, cfloat(0.48f, 0.64f), [](auto... p) { zor_blas_xcrot(p...); }, [](auto... p) { crot_(p...); });
+  run(cdouble(), 0.6, cdouble(-0.48, 0.64), [](auto... p) { zor_blas_xzrot(p...); }, [](auto... p) { zrot_(p...); });
+}
+
+TEST(Rotm, EveryFlagAgainstReference) {
+  for (double flag : {-2.0, -1.0, 0.0, 1.0}) {
+    SCOPED_TRACE(flag);
+    double dp[5] = {flag, 0.5, -1.25, 2.0, 0.75};
+    float sp[5] = {float(flag), 0.5f, -1.25f, 2.0f, 0.75f};
+    against_reference<double>(16, 0, [&](int64_t n, double *x, int64_t incx, double *y, int64_t incy) { zor_blas_drotm(&n, x, &incx, y, &incy, dp); },
+                              [&](f_int *n, double *x, f_int *incx, double *y, f_int *incy) { drotm_(n, x, incx, y, incy, dp); });
+    against_reference<float>(17, 0, [&](int64_t n, float *x, int64_t incx, float *y, int64_t incy) { zor_blas_srotm(&n, x, &incx, y, &incy, sp); },
+                             [&](f_int *n, float *x, f_int *incx, float *y, f_int *incy) { srotm_(n, x, incx, y, incy, sp); });
+  }
+}
+
+// Sparse operations against loops written from their definitions, with
+// repeated indices.
+TEST(Sparse, AgainstDefinitions) {
+  Rng rng(18);
+  for (int trial = 0; trial < 50; ++trial) {
+    int64_t nz = rng.integer(0, 40), m = 50;
+    std::vector<int64_t> indx(size_t(nz + 1));
+    for (auto &j : indx) j = rng.integer(1, m);
+    std::vector<double> x(size_t(nz + 1)), y(static_cast<size_t>(m));
+    for (auto &v : x) v = rng.uniform();
+    for (auto &v : y) v = rng.uniform();
+    auto y0 = y, x0 = x;
+    // axpyi, doti
+    double a = 0.5;
+    zor_blas_daxpyi(&nz, &a, x.data(), indx.data(), y.data());
+    auto ye = y0;
+    for (int64_t i = 0; i < nz; ++i) ye[indx[i] - 1] = a * x[i] + ye[indx[i] - 1];
+    ASSERT_EQ(y, ye);
+    double s0 = 0, s1 = 0;
+    for (int64_t i = 0; i + 1 < nz; i += 2) s0 += x[i] * y[indx[i] - 1], s1 += x[i + 1] * y[indx[i + 1] - 1];
+    double expect = s0 + s1;
+    if (nz % 2) expect += x[nz - 1] * y[indx[nz - 1] - 1];
+    ASSERT_TRUE(same_bits(zor_blas_ddoti(&nz, x.data(), indx.data(), y.data()), nz > 0 ? expect : 0.0));
+    // gthrz: a repeated index gathers 0 the second time
+    auto yz = y;
+    std::vector<double> g(size_t(nz + 1), -7.0);
+    zor_blas_dgthrz(&nz, g.data(), indx.data(), yz.data());
+    auto yy = y;
+    for (int64_t i = 0; i < nz; ++i) {
+      ASSERT_EQ(g[i], yy[indx[i] - 1]);
+      yy[indx[i] - 1] = 0;
+    }
+    ASSERT_EQ(yz, yy);
+    ASSERT_EQ(g[nz], -7.0);
+    // sctr: later duplicates win; gthr reads back
+    zor_blas_dsctr(&nz, x.data(), indx.data(), yz.data());
+    for (int64_t i = 0; i < nz; ++i) yy[indx[i] - 1] = x[i];
+    ASSERT_EQ(yz, yy);
+    zor_blas_dgthr(&nz, g.data(), indx.data(), yz.data());
+    for (int64_t i = 0; i < nz; ++i) ASSERT_EQ(g[i], yz[indx[i] - 1]);
+    // droti
+    double c = 0.6, s = 0.8;
+    auto xr = x, yr = y;
+    zor_blas_droti(&nz, xr.data(), indx.data(), yr.data(), &c, &s);
+    auto xe = x, ye2 = y;
+    for (int64_t i = 0; i < nz; ++i) {
+      double t = xe[i], &v = ye2[indx[i] - 1];
+      xe[i] = c * t + s * v;
+      v = (-(s * t)) + c * v;
+    }
+    ASSERT_EQ(xr, xe);
+    ASSERT_EQ(yr, ye2);
+    // complex forms: one running sum in order; conjugated x for dotci
+    std::vector<cdouble> cx(size_t(nz + 1)), cy(static_cast<size_t>(m));
+    for (auto &v : cx) v = cdouble(rng.uniform(), rng.uniform());
+    for (auto &v : cy) v = cdouble(rng.uniform(), rng.uniform());
+    cdouble ru, rc, eu = 0, ec = 0;
+    zor_blas_zdotui(&ru, &nz, cx.data(), indx.data(), cy.data());
+    zor_blas_zdotci(&rc, &nz, cx.data(), indx.data(), cy.data());
+    for (int64_t i = 0; i < nz; ++i) {
+      cdouble p = cx[i], q = cy[indx[i] - 1];
+      eu += cdouble(p.real() * q.real() - p.imag() * q.imag(), p.real() * q.imag() + p.imag() * q.real());
+      ec += cdouble(p.real() * q.real() + p.imag() * q.imag(), p.real() * q.imag() - p.imag() * q.real());
+    }
+    ASSERT_EQ(ru, eu);
+    ASSERT_EQ(rc, ec);
+    std::vector<cfloat> fx(size_t(nz + 1)), fy(static_cast<size_t>(m));
+    for (auto &v : fx) v = cfloat(float(rng.uniform()), float(rng.uniform()));
+    for (auto &v : fy) v = cfloat(float(rng.uniform()), float(rng.uniform()));
+    auto fye = fy;
+    cfloat fa(0.5f, -1.0f);
+    zor_blas_caxpyi(&nz, &fa, fx.data(), indx.data(), fy.data());
+    for (int64_t i = 0; i < nz; ++i) {
+      cfloat p = fx[i], &q = fye[indx[i] - 1];
+      q = cfloat(fa.real() * p.real() - fa.imag() * p.imag(), fa.real() * p.imag() + fa.imag() * p.real()) + q;
+    }
+    ASSERT_EQ(fy, fye);
+  }
+}
+
 // The provider's entries forward to the kernels, return at once for n < 1,
 // and report a missing argument without writing.
 TEST(CheckedEntries, ForwardAndRefuseMissingArguments) {

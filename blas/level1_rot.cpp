@@ -1,0 +1,251 @@
+// Plane rotations, their set-up, and the modified (fast) Givens rotations.
+//
+// x?rot: x := c x + s y, y := c y - s x (complex s: y := c y - conj(s) x).
+// Vector path for increments exactly 1 and bases aligned to the real type:
+// y peeled to 16 bytes, x shift-merged and written back by the same merge;
+// otherwise a strided loop. No early return for c = 1, s = 0.
+//
+// ?rotm: returns for n < 1 or a flag of -2 (tested as 2 + flag == 0). Flag
+// > 0: x := h11 x + y, y := -x + h22 y; flag 0: x := x + h12 y,
+// y := h21 x + y; flag < 0: the full matrix. Increments 1, 1 take the vector
+// path (from 8 elements for a positive flag, from 2 otherwise); other equal
+// positive increments and the rest a loop, far end first for a negative one.
+//
+// ?rotmg: the modified-Givens set-up with gam 4096 and gamsq 16777216; the
+// reciprocals are the decimal constants below, applied by multiplication.
+#include <zor/blas.h>
+
+#include <cmath>
+
+#include "blas/level1_skeleton.hpp"
+
+namespace zor::blas {
+namespace {
+
+// c real; s real or complex.
+template <class Elem, class S>
+struct RotOp {
+  using E = Elem;
+  using R = real_t<E>;
+  using V = vec_t<R>;
+  static constexpr bool reads_x = true, writes_x = true, reads_y = true, writes_y = true;
+  Factor<R> c;
+  Factor<S> s, sc;  // s and conj(s)
+  void vec(V &x, V &y) const {
+    V nx = simd::add(c.times(x), s.times(y));
+    y = simd::sub(c.times(y), sc.times(x));
+    x = nx;
+  }
+  void one(E &x, E &y) const {
+    E nx = c.s * x + s.s * y;
+    y = c.s * y - sc.s * x;
+    x = nx;
+  }
+};
+
+template <class S> S conj_of(S s) { return s; }
+template <class R> cplx<R> conj_of(cplx<R> s) { return conj(s); }
+
+template <class E, class S, int Main>
+void rot(int64_t n, void *x, int64_t incx, void *y, int64_t incy, real_t<E> c, S s) {
+  if (n < 1) return;
+  using Op = RotOp<E, S>;
+  Op op{Factor<real_t<E>>(c), Factor<S>(s), Factor<S>(conj_of(s))};
+  E *xp = static_cast<E *>(x), *yp = static_cast<E *>(y);
+  if (incx == 1 && incy == 1 && aligned_to(xp, sizeof(real_t<E>)) && aligned_to(yp, sizeof(real_t<E>)))
+    unit_path<Op, Main>(op, n, xp, yp);
+  else
+    strided_path(op, n, xp, incx, yp, incy);
+}
+
+// ---------------------------------------------------------------- rotg
+template <class R>
+void rotg(R *a, R *b, R *c, R *s) {
+  R aa = std::fabs(*a), ab = std::fabs(*b);
+  R roe = aa > ab ? *a : *b;
+  R scale = aa + ab;
+  if (scale == R(0)) {
+    *c = 1, *s = 0, *a = 0, *b = 0;
+    return;
+  }
+  R ra = *a / scale, rb = *b / scale;
+  R r = scale * std::sqrt(ra * ra + rb * rb);
+  if (roe < R(0)) r = -r;
+  *c = *a / r;
+  *s = *b / r;
+  R z = R(1);
+  if (aa > ab) z = *s;
+  if (ab >= aa && *c != R(0)) z = R(1) / *c;
+  *a = r;
+  *b = z;
+}
+
+template <class R>
+void crotg(cplx<R> *a, const cplx<R> *b, R *c, cplx<R> *s) {
+  R aa = std::hypot(a->re, a->im);
+  if (aa == R(0)) {
+    *c = 0;
+    *s = {1, 0};
+    *a = *b;
+    return;
+  }
+  R ab = std::hypot(b->re, b->im);
+  R scale = aa + ab;
+  R pa = std::hypot(a->re / scale, a->im / scale), pb = std::hypot(b->re / scale, b->im / scale);
+  R norm = scale * std::sqrt(pa * pa + pb * pb);
+  cplx<R> alpha{a->re / aa, a->im / aa};
+  *c = aa / norm;
+  cplx<R> t = alpha * conj(*b);
+  *s = {t.re / norm, t.im / norm};
+  *a = {alpha.re * norm, alpha.im * norm};
+}
+
+// ---------------------------------------------------------------- rotm
+template <class Real>
+struct RotmOp {
+  using E = Real;
+  using R = Real;
+  using V = vec_t<R>;
+  static constexpr bool reads_x = true, writes_x = true, reads_y = true, writes_y = true;
+  int kind;  // > 0, 0, < 0 as the flag
+  R h11, h21, h12, h22;
+  V v11, v21, v12, v22;
+  void vec(V &x, V &y) const {
+    V w = x, z = y;
+    if (kind > 0) {
+      x = simd::add(simd::mul(w, v11), z);
+      y = simd::add(simd::xor_(w, simd::splat(R(-0.0))), simd::mul(v22, z));
+    } else if (kind == 0) {
+      x = simd::add(w, simd::mul(z, v12));
+      y = simd::add(simd::mul(w, v21), z);
+    } else {
+      x = simd::add(simd::mul(w, v11), simd::mul(z, v12));
+      y = simd::add(simd::mul(w, v21), simd::mul(z, v22));
+    }
+  }
+  void one(E &x, E &y) const {
+    R w = x, z = y;
+    if (kind > 0) x = w * h11 + z, y = -w + h22 * z;
+    else if (kind == 0) x = w + z * h12, y = w * h21 + z;
+    else x = w * h11 + z * h12, y = w * h21 + z * h22;
+  }
+};
+
+template <class R, int Main>
+void rotm(int64_t n, R *x, int64_t incx, R *y, int64_t incy, const R *param) {
+  R flag = param[0];
+  if (n < 1 || R(2) + flag == R(0)) return;
+  RotmOp<R> op{flag > 0 ? 1 : (flag == 0 ? 0 : -1), param[1], param[2], param[3], param[4]};
+  op.v11 = simd::splat(op.h11), op.v21 = simd::splat(op.h21), op.v12 = simd::splat(op.h12), op.v22 = simd::splat(op.h22);
+  int64_t from = op.kind > 0 ? 8 : 2;
+  if (incx == 1 && incy == 1 && n >= from && aligned_to(x, sizeof(R)) && aligned_to(y, sizeof(R)))
+    unit_path<RotmOp<R>, Main>(op, n, x, y);
+  else
+    strided_path(op, n, x, incx, y, incy);
+}
+
+// ---------------------------------------------------------------- rotmg
+template <class R>
+struct RotmgConstants;
+template <> struct RotmgConstants<double> {
+  static constexpr double gam = 4096.0, gamsq = 16777216.0, rgamsq = 5.960464477539e-08, rgam = 0.000244140625;
+};
+template <> struct RotmgConstants<float> {
+  static constexpr float gam = 4096.0f, gamsq = 16777216.0f, rgamsq = 5.960464477539063e-08f, rgam = 2.44141e-04f;
+};
+
+template <class R>
+void rotmg(R *d1, R *d2, R *x1, const R *y1, R *param) {
+  using K = RotmgConstants<R>;
+  R flag, h11 = 0, h12 = 0, h21 = 0, h22 = 0;
+  if (*d1 < R(0)) {
+    flag = -1;
+    *d1 = 0, *d2 = 0, *x1 = 0;
+  } else {
+    R p2 = *d2 * *y1;
+    if (p2 == R(0)) {
+      param[0] = -2;
+      return;
+    }
+    R p1 = *d1 * *x1, q2 = p2 * *y1, q1 = p1 * *x1;
+    if (std::fabs(q1) > std::fabs(q2)) {
+      R t = *y1 / p1;
+      h12 = t * *d2;
+      h21 = -(*d1 * t);
+      R u = R(1) - h21 * h12, ru = R(1) / u;
+      flag = 0;
+      *x1 = *x1 * u;
+      *d1 = *d1 * ru;
+      *d2 = *d2 * ru;
+    } else if (q2 < R(0)) {
+      flag = -1;
+      *d1 = 0, *d2 = 0, *x1 = 0;
+    } else {
+      R t = *x1 / p2;
+      h11 = *d1 * t;
+      h22 = *d2 * t;
+      R u = h11 * h22 + R(1), ru = R(1) / u;
+      flag = 1;
+      *x1 = u * *y1;
+      R old_d1 = *d1;
+      *d1 = *d2 * ru;
+      *d2 = old_d1 * ru;
+    }
+    auto to_full = [&]() {
+      if (flag == R(0)) h11 = 1, h22 = 1;
+      else if (flag > R(0)) h21 = -1, h12 = 1;
+      flag = -1;
+    };
+    if (*d1 != R(0)) {
+      while (*d1 <= K::rgamsq || *d1 >= K::gamsq) {
+        to_full();
+        if (*d1 <= K::rgamsq) {
+          *d1 = *d1 * K::gamsq;
+          *x1 = *x1 * K::rgam, h11 = h11 * K::rgam, h12 = h12 * K::rgam;
+        } else {
+          *d1 = *d1 * K::rgamsq;
+          *x1 = *x1 * K::gam, h11 = h11 * K::gam, h12 = h12 * K::gam;
+        }
+      }
+    }
+    if (*d2 != R(0)) {
+      while (std::fabs(*d2) <= K::rgamsq || std::fabs(*d2) >= K::gamsq) {
+        to_full();
+        if (std::fabs(*d2) <= K::rgamsq) {
+          *d2 = *d2 * K::gamsq;
+          h21 = h21 * K::rgam, h22 = h22 * K::rgam;
+        } else {
+          *d2 = *d2 * K::rgamsq;
+          h21 = h21 * K::gam, h22 = h22 * K::gam;
+        }
+      }
+    }
+  }
+  if (flag < R(0)) param[1] = h11, param[2] = h21, param[3] = h12, param[4] = h22;
+  else if (flag == R(0)) param[2] = h21, param[3] = h12;
+  else param[1] = h11, param[4] = h22;
+  param[0] = flag;
+}
+
+}  // namespace
+}  // namespace zor::blas
+
+using namespace zor::blas;
+using zor::cplx;
+
+// clang-format off
+ZOR_API void zor_blas_xsrot(const zor_int *n, float *x, const zor_int *incx, float *y, const zor_int *incy, const float *c, const float *s) { rot<float, float, 8>(*n, x, *incx, y, *incy, *c, *s); }
+ZOR_API void zor_blas_xdrot(const zor_int *n, double *x, const zor_int *incx, double *y, const zor_int *incy, const double *c, const double *s) { rot<double, double, 4>(*n, x, *incx, y, *incy, *c, *s); }
+ZOR_API void zor_blas_xcsrot(const zor_int *n, void *x, const zor_int *incx, void *y, const zor_int *incy, const float *c, const float *s) { rot<cplx<float>, float, 8>(*n, x, *incx, y, *incy, *c, *s); }
+ZOR_API void zor_blas_xzdrot(const zor_int *n, void *x, const zor_int *incx, void *y, const zor_int *incy, const double *c, const double *s) { rot<cplx<double>, double, 4>(*n, x, *incx, y, *incy, *c, *s); }
+ZOR_API void zor_blas_xcrot(const zor_int *n, void *x, const zor_int *incx, void *y, const zor_int *incy, const float *c, const void *s) { rot<cplx<float>, cplx<float>, 4>(*n, x, *incx, y, *incy, *c, *static_cast<const cplx<float> *>(s)); }
+ZOR_API void zor_blas_xzrot(const zor_int *n, void *x, const zor_int *incx, void *y, const zor_int *incy, const double *c, const void *s) { rot<cplx<double>, cplx<double>, 4>(*n, x, *incx, y, *incy, *c, *static_cast<const cplx<double> *>(s)); }
+ZOR_API void zor_blas_srotg(float *a, float *b, float *c, float *s) { rotg(a, b, c, s); }
+ZOR_API void zor_blas_drotg(double *a, double *b, double *c, double *s) { rotg(a, b, c, s); }
+ZOR_API void zor_blas_crotg(void *a, const void *b, float *c, void *s) { crotg(static_cast<cplx<float> *>(a), static_cast<const cplx<float> *>(b), c, static_cast<cplx<float> *>(s)); }
+ZOR_API void zor_blas_zrotg(void *a, const void *b, double *c, void *s) { crotg(static_cast<cplx<double> *>(a), static_cast<const cplx<double> *>(b), c, static_cast<cplx<double> *>(s)); }
+ZOR_API void zor_blas_srotm(const zor_int *n, float *x, const zor_int *incx, float *y, const zor_int *incy, const float *param) { rotm<float, 8>(*n, x, *incx, y, *incy, param); }
+ZOR_API void zor_blas_drotm(const zor_int *n, double *x, const zor_int *incx, double *y, const zor_int *incy, const double *param) { rotm<double, 4>(*n, x, *incx, y, *incy, param); }
+ZOR_API void zor_blas_srotmg(float *d1, float *d2, float *x1, const float *y1, float *param) { rotmg(d1, d2, x1, y1, param); }
+ZOR_API void zor_blas_drotmg(double *d1, double *d2, double *x1, const double *y1, double *param) { rotmg(d1, d2, x1, y1, param); }
+// clang-format on
