@@ -20,7 +20,7 @@
 //   z, and c, z op s     36  20
 #pragma once
 #include <cstdint>
-#include <emmintrin.h>
+#include <limits>
 
 namespace zor::spblas {
 
@@ -36,6 +36,15 @@ struct MmWeights {
   static constexpr int q = (Letter == 'z' || Op == 's') ? 20 : 12;
 };
 
+// Truncation as the processor's conversion does it: a value out of range
+// (or NaN) becomes the most negative integer of the width.
+template <class Int>
+inline Int truncate(double v) {
+  constexpr double low = double(std::numeric_limits<Int>::min());  // -2^(bits-1), exact
+  if (!(v >= low && v < -low)) return std::numeric_limits<Int>::min();
+  return Int(v);
+}
+
 template <bool Lp64>
 inline MmPlan mm_plan(int64_t m, int64_t last_row_end, int64_t k, int p, int q) {
   int64_t A = (last_row_end - 1) / m;
@@ -44,13 +53,12 @@ inline MmPlan mm_plan(int64_t m, int64_t last_row_end, int64_t k, int p, int q) 
   int64_t block, nblocks;
   bool small;
   if constexpr (Lp64) {
-    // cvttsd2si of 32 bits: out of range gives INT32_MIN.
-    int32_t work = _mm_cvttsd_si32(_mm_set_sd(work_d));
-    block = _mm_cvttsd_si32(_mm_set_sd(block_d));
+    int32_t work = truncate<int32_t>(work_d);
+    block = truncate<int32_t>(block_d);
     small = float(work) < 17000000.0f;
   } else {
-    int64_t work = _mm_cvttsd_si64(_mm_set_sd(work_d));
-    block = _mm_cvttsd_si64(_mm_set_sd(block_d));
+    int64_t work = truncate<int64_t>(work_d);
+    block = truncate<int64_t>(block_d);
     small = work < 17000000;
   }
   if (block == 0) return {true, m, 1};
