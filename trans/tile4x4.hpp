@@ -87,12 +87,15 @@ struct Tile4x4 {
     return t;
   }
 
+  // Row j of the transposed tile to b[0..3].
+  static void store_row(const Regs &t, int j, E *b) {
+    for (int k = 0; k < per_row; ++k) {
+      if constexpr (sizeof(E) == 4) simd::store_u(b + 4 * k, t.row[j][k]);
+      else simd::store_u(reinterpret_cast<double *>(b) + 2 * k, t.row[j][k]);
+    }
+  }
   static void store(const Regs &t, E *b, u64 ldb) {
-    for (int j = 0; j < 4; ++j)
-      for (int k = 0; k < per_row; ++k) {
-        if constexpr (sizeof(E) == 4) simd::store_u(b + j * ldb + 4 * k, t.row[j][k]);
-        else simd::store_u(reinterpret_cast<double *>(b + j * ldb) + 2 * k, t.row[j][k]);
-      }
+    for (int j = 0; j < 4; ++j) store_row(t, j, b + j * ldb);
   }
 
   // b := op(a)^T alpha
