@@ -5,4 +5,5 @@ target_sources(zor_tier2 PRIVATE
   copy_complex.cpp
   kernel_complex_row0.cpp kernel_complex_row1.cpp kernel_complex_entry.cpp
   drivers_complex.cpp
-  gemm3m.cpp)
+  gemm3m.cpp
+  mixed_real_complex.cpp)

@@ -121,4 +121,59 @@ ZOR_3M_COPY(zor_blas_zgemm3m_copybt, double);
 ZOR_3M_COPY(zor_blas_zgemm3m_copybc, double);
 #undef ZOR_3M_COPY
 
+/* ---- real A times complex B: C = alpha op(A) op(B) + beta C, alpha, beta,
+ * B and C complex, A real (double for dz, float for sc). */
+#define ZOR_MIXED_GEMM(name, R)                                                                                  \
+  ZOR_API void name(const char *transa, const char *transb, const int64_t *m, const int64_t *n, const int64_t *k, \
+                    const void *alpha, const R *a, const int64_t *lda, const void *b, const int64_t *ldb,         \
+                    const void *beta, void *c, const int64_t *ldc)
+ZOR_MIXED_GEMM(zor_blas_xdzgemm, double);
+ZOR_MIXED_GEMM(zor_blas_xscgemm, float);
+/* The direct loops, for any size; no working memory. */
+ZOR_MIXED_GEMM(zor_blas_dzgemm_pst, double);
+ZOR_MIXED_GEMM(zor_blas_scgemm_pst, float);
+#undef ZOR_MIXED_GEMM
+/* C := beta C (complex beta; zero clears without reading). */
+ZOR_API void zor_blas_dzgemm_mscale(const int64_t *m, const int64_t *n, const void *beta, void *c, const int64_t *ldc);
+ZOR_API void zor_blas_scgemm_mscale(const int64_t *m, const int64_t *n, const void *beta, void *c, const int64_t *ldc);
+/* alpha op(B) of a k x n block split into real and imaginary parts: plain
+ * arrays with leading dimension ld (copyb), or the packed B blocks of the
+ * real kernel row held in desc (1_copyb). */
+ZOR_API void zor_blas_dzgemm_copyb(const char *transb, int64_t k, int64_t n, const void *b, int64_t ldb,
+                                   const void *alpha, double *re, double *im, int64_t ld);
+ZOR_API void zor_blas_scgemm_copyb(const char *transb, int64_t k, int64_t n, const void *b, int64_t ldb,
+                                   const void *alpha, float *re, float *im, int64_t ld);
+ZOR_API void zor_blas_dzgemm1_copyb(const char *transb, int64_t k, int64_t n, const void *b, int64_t ldb,
+                                    const void *alpha, double *re, double *im, const zor_gemm_desc *desc);
+ZOR_API void zor_blas_scgemm1_copyb(const char *transb, int64_t k, int64_t n, const void *b, int64_t ldb,
+                                    const void *alpha, float *re, float *im, const zor_gemm_desc *desc);
+/* An m x n block of C split into two real arrays (ld) and joined back. */
+ZOR_API void zor_blas_dzgemm_copyc_fwd(int64_t m, int64_t n, const void *c, int64_t ldc, double *re, double *im,
+                                       int64_t ld);
+ZOR_API void zor_blas_scgemm_copyc_fwd(int64_t m, int64_t n, const void *c, int64_t ldc, float *re, float *im,
+                                       int64_t ld);
+ZOR_API void zor_blas_dzgemm_copyc_bwd(int64_t m, int64_t n, const double *re, const double *im, int64_t ld, void *c,
+                                       int64_t ldc);
+ZOR_API void zor_blas_scgemm_copyc_bwd(int64_t m, int64_t n, const float *re, const float *im, int64_t ld, void *c,
+                                       int64_t ldc);
+/* C := beta C + (re + i im), beta zero not reading C. One-part form: the
+ * imaginary block follows the real one at t + ld n; two-part form: separate. */
+ZOR_API void zor_blas_dzgemm1_copyc_b_bwd(int64_t m, int64_t n, const double *t, int64_t ld, const void *beta, void *c,
+                                          int64_t ldc);
+ZOR_API void zor_blas_scgemm1_copyc_b_bwd(int64_t m, int64_t n, const float *t, int64_t ld, const void *beta, void *c,
+                                          int64_t ldc);
+ZOR_API void zor_blas_dzgemm2_copyc_b_bwd(int64_t m, int64_t n, const double *re, int64_t ld_re, const double *im,
+                                          int64_t ld_im, const void *beta, void *c, int64_t ldc);
+ZOR_API void zor_blas_scgemm2_copyc_b_bwd(int64_t m, int64_t n, const float *re, int64_t ld_re, const float *im,
+                                          int64_t ld_im, const void *beta, void *c, int64_t ldc);
+/* Two real rows x cols arrays at 4096-byte boundaries in one pooled block;
+ * returns the block (null on failure), released by freebufs. */
+ZOR_API void *zor_blas_dzgemm_getbufs(int64_t rows, int64_t cols, double **re, double **im);
+ZOR_API void *zor_blas_scgemm_getbufs(int64_t rows, int64_t cols, float **re, float **im);
+ZOR_API void zor_blas_dzgemm_freebufs(void *base);
+ZOR_API void zor_blas_scgemm_freebufs(void *base);
+
+#undef ZOR_COMPLEX_GEMM
+#undef ZOR_COMPLEX_GEMM_PAR
+
 #endif
