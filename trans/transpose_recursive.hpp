@@ -75,8 +75,9 @@ struct RecursiveTranspose {
 
   static void run(u64 r, u64 c, E alpha, const E *a, u64 lda, u64 sa, E *b, u64 ldb, u64 sb) {
     const bool unit = sa == 1 && sb == 1;
-    while (r > 4 || c > 4) {
+    for (;;) {
       if (r == line_block && c == line_block && unit) return line_block_transpose(alpha, a, lda, b, ldb);
+      if (r <= 4 && c <= 4) break;
       if (r <= c) {
         u64 h = c / 2;
         run(r, h, alpha, a, lda, sa, b, ldb, sb);
