@@ -1,0 +1,196 @@
+// CSR y += A x against a plain C row loop, against Eigen's sparse product
+// (row-major, its default 32-bit indices) and against the bandwidth bound:
+// the bytes the product must move (values, column numbers, row arrays, x
+// once, y read and written) at the rate of a triad over arrays of the same
+// total size, measured in this run. And the mm kernel with 8 dense columns
+// against 8 calls of mv.
+//
+//   bench_spblas [n]   random n x n matrix with 10 entries a row (default
+//                      1000000) and the 5-point Laplacian of a sqrt(n) grid
+#include <zor/spblas.h>
+
+#include <Eigen/SparseCore>
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <random>
+#include <vector>
+
+#include "common.hpp"
+
+using zor::bench::best_seconds;
+using zor::bench::keep;
+using zor::bench::report;
+
+namespace {
+
+// Zero-based CSR with touching rows.
+struct Matrix {
+  const char *name;
+  int64_t m = 0;
+  std::vector<int64_t> ptr, cols;
+  std::vector<double> vals;
+};
+
+Matrix random_matrix(int64_t n) {
+  Matrix a{"random, 10 a row"};
+  a.m = n;
+  std::mt19937_64 rng(5);
+  std::uniform_int_distribution<int64_t> col(0, n - 1);
+  a.ptr.push_back(0);
+  for (int64_t i = 0; i < n; ++i) {
+    int64_t c[10];
+    for (auto &v : c) v = col(rng);
+    std::sort(c, c + 10);
+    for (int64_t v : c) a.cols.push_back(v), a.vals.push_back(1.0 + double(v % 7) * 0.125);
+    a.ptr.push_back(int64_t(a.cols.size()));
+  }
+  return a;
+}
+
+Matrix laplacian(int64_t side) {
+  Matrix a{"5-point Laplacian"};
+  a.m = side * side;
+  a.ptr.push_back(0);
+  for (int64_t r = 0; r < side; ++r)
+    for (int64_t c = 0; c < side; ++c) {
+      int64_t i = r * side + c;
+      auto add = [&](int64_t j, double v) { a.cols.push_back(j), a.vals.push_back(v); };
+      if (r > 0) add(i - side, -1);
+      if (c > 0) add(i - 1, -1);
+      add(i, 4);
+      if (c + 1 < side) add(i + 1, -1);
+      if (r + 1 < side) add(i + side, -1);
+      a.ptr.push_back(int64_t(a.cols.size()));
+    }
+  return a;
+}
+
+// The loop anyone writes first: one sum a row.
+void plain_loop(const Matrix &a, double alpha, const double *x, double *y) {
+  for (int64_t i = 0; i < a.m; ++i) {
+    double s = 0;
+    for (int64_t k = a.ptr[i]; k < a.ptr[i + 1]; ++k) s += a.vals[k] * x[a.cols[k]];
+    y[i] += alpha * s;
+  }
+}
+
+// Seconds of a triad a = b + s c over arrays of `bytes` in total.
+double triad_rate(double bytes) {
+  size_t n = size_t(bytes / 24) + 1;
+  std::vector<double> a(n), b(n, 1.0), c(n, 2.0);
+  double t = best_seconds([&] {
+    const double s = 0.5;
+    for (size_t i = 0; i < n; ++i) a[i] = b[i] + s * c[i];
+    keep(a[n / 2]);
+  });
+  return 24.0 * double(n) / t;
+}
+
+void run(const Matrix &a) {
+  const int64_t m = a.m, nnz = int64_t(a.vals.size());
+  std::vector<double> x(m), y(m, 0.0);
+  for (int64_t i = 0; i < m; ++i) x[i] = 1.0 / double(1 + i % 13);
+  double alpha = 1.0;
+
+  // Our arrays: begin and end rows (the two row arrays may be one shifted by
+  // one), zero-based and one-based columns, and the 32-bit twins.
+  std::vector<int64_t> cols1(a.cols);
+  for (auto &c : cols1) ++c;
+  std::vector<int32_t> ptr32(a.ptr.begin(), a.ptr.end()), cols32(a.cols.begin(), a.cols.end());
+  int64_t first = 1, last = m;
+  int32_t first32 = 1, last32 = int32_t(m);
+
+  std::printf("\n%s: %lld rows, %lld entries\n", a.name, (long long)m, (long long)nnz);
+  double flops = 2.0 * double(nnz);
+  auto gf = [&](double s) { return flops / s * 1e-9; };
+
+  double t0 = best_seconds([&] {
+    zor_spblas_dcsr0ng__c__mvout_par(&first, &last, &last, &alpha, a.vals.data(), a.cols.data(), a.ptr.data(),
+                                     a.ptr.data() + 1, x.data(), y.data());
+    keep(y[0]);
+  });
+  double t1 = best_seconds([&] {
+    zor_spblas_dcsr1ng__f__mvout_par(&first, &last, &last, &alpha, a.vals.data(), cols1.data(), a.ptr.data(),
+                                     a.ptr.data() + 1, x.data(), y.data());
+    keep(y[0]);
+  });
+  double t32 = best_seconds([&] {
+    zor_spblas_lp64_dcsr0ng__c__mvout_par(&first32, &last32, &last32, &alpha, a.vals.data(), cols32.data(),
+                                          ptr32.data(), ptr32.data() + 1, x.data(), y.data());
+    keep(y[0]);
+  });
+  double tp = best_seconds([&] {
+    plain_loop(a, alpha, x.data(), y.data());
+    keep(y[0]);
+  });
+
+  Eigen::SparseMatrix<double, Eigen::RowMajor, int> e(m, m);
+  {
+    std::vector<Eigen::Triplet<double, int>> trips;
+    trips.reserve(nnz);
+    for (int64_t i = 0; i < m; ++i)
+      for (int64_t k = a.ptr[i]; k < a.ptr[i + 1]; ++k) trips.emplace_back(int(i), int(a.cols[k]), a.vals[k]);
+    e.setFromTriplets(trips.begin(), trips.end());
+    e.makeCompressed();
+  }
+  Eigen::Map<Eigen::VectorXd> ex(x.data(), m), ey(y.data(), m);
+  double te = best_seconds([&] {
+    ey.noalias() += e * ex;
+    keep(y[0]);
+  });
+
+  // Bytes the product moves with 64-bit indices: value and column of each
+  // entry, two row arrays, x once, y read and written.
+  double bytes64 = double(nnz) * 16 + double(m) * (16 + 8 + 16);
+  double bytes32 = double(nnz) * 12 + double(m) * (8 + 8 + 16);
+  double rate = triad_rate(bytes64);
+  std::printf("triad over %.0f MB: %.2f GB/s\n", bytes64 * 1e-6, rate * 1e-9);
+  double bound64 = bytes64 / rate, bound32 = bytes32 / rate;
+
+  report("dcsr0ng__c__mvout_par vs plain loop", "GF/s", gf(t0), gf(tp), "plain row loop");
+  report("dcsr1ng__f__mvout_par vs plain loop", "GF/s", gf(t1), gf(tp), "plain row loop");
+  report("dcsr0ng__c__mvout_par vs Eigen", "GF/s", gf(t0), gf(te), "Eigen (int idx)");
+  report("dcsr1ng__f__mvout_par vs Eigen", "GF/s", gf(t1), gf(te), "Eigen (int idx)");
+  report("lp64_dcsr0ng__c__mvout_par vs Eigen", "GF/s", gf(t32), gf(te), "Eigen (int idx)");
+  report("dcsr0ng__c__mvout_par vs bound", "GF/s", gf(t0), gf(bound64), "bandwidth bound");
+  report("dcsr1ng__f__mvout_par vs bound", "GF/s", gf(t1), gf(bound64), "bandwidth bound");
+  report("lp64_dcsr0ng__c__mvout_par vs bound", "GF/s", gf(t32), gf(bound32), "bandwidth bound");
+
+  // Eight dense columns at once against eight mv calls, column-major (f)
+  // and row-major (c).
+  const int64_t nrhs = 8;
+  std::vector<double> b(m * nrhs), c(m * nrhs, 0.0), bt(m * nrhs), ct(m * nrhs, 0.0);
+  for (int64_t i = 0; i < m * nrhs; ++i) b[i] = bt[i] = 1.0 / double(1 + i % 11);
+  int64_t nr = nrhs, ld = m;
+  double tmm = best_seconds([&] {
+    zor_spblas_dcsr1ng__f__mmout_par(&first, &nr, &last, &last, &alpha, a.vals.data(), cols1.data(), a.ptr.data(),
+                                     a.ptr.data() + 1, b.data(), &ld, c.data(), &ld);
+    keep(c[0]);
+  }, 3);
+  double t8 = best_seconds([&] {
+    for (int64_t j = 0; j < nrhs; ++j)
+      zor_spblas_dcsr1ng__f__mvout_par(&first, &last, &last, &alpha, a.vals.data(), cols1.data(), a.ptr.data(),
+                                       a.ptr.data() + 1, b.data() + j * m, c.data() + j * m);
+    keep(c[0]);
+  }, 3);
+  double tmmc = best_seconds([&] {
+    zor_spblas_dcsr0ng__c__mmout_par(&first, &nr, &last, &last, &alpha, a.vals.data(), a.cols.data(),
+                                     a.ptr.data(), a.ptr.data() + 1, bt.data(), &nr, ct.data(), &nr);
+    keep(ct[0]);
+  }, 3);
+  report("dcsr1ng__f__mmout_par, 8 columns", "GF/s", gf(tmm / nrhs), gf(t8 / nrhs), "8 x f mv");
+  report("dcsr0ng__c__mmout_par, 8 columns", "GF/s", gf(tmmc / nrhs), gf(t8 / nrhs), "8 x f mv");
+}
+
+}  // namespace
+
+int main(int argc, char **argv) {
+  int64_t n = argc > 1 ? std::atoll(argv[1]) : 1000000;
+  run(random_matrix(n));
+  int64_t side = int64_t(std::sqrt(double(n)));
+  run(laplacian(side));
+  return 0;
+}
