@@ -102,7 +102,7 @@ std::vector<E> random_vector(Rng &rng, size_t n) {
 // base block, 5 x 4 (cut once), odd and even squares, then random ones.
 inline std::vector<std::pair<u64, u64>> shapes(Rng &rng, int random_count, u64 largest) {
   std::vector<std::pair<u64, u64>> s = {{0, 5}, {5, 0}, {1, 1}, {1, 9}, {9, 1}, {2, 3}, {3, 2}, {4, 4},
-                                        {5, 4}, {4, 5}, {7, 7}, {8, 8}, {16, 16}, {33, 31}, {64, 64}};
+                                        {5, 4}, {4, 5}, {7, 7}, {8, 8}, {16, 16}, {33, 31}, {64, 64}, {70, 70}};
   for (int k = 0; k < random_count; ++k) s.push_back({u64(rng.integer(1, largest)), u64(rng.integer(1, largest))});
   return s;
 }
