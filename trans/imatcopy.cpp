@@ -101,9 +101,10 @@ void copy_rows_in_place(u64 R, u64 C, typename T::elem alpha, typename T::elem *
 // once, from its smallest source position (the leader). Positions outside
 // the source (the gap when lda > C, or beyond the last row) pass through the
 // walk: their old content is not read, and nothing follows them. alpha is
-// applied once per element, at the store, fixed points included.
+// applied once per element, at the store, fixed points included. No tile,
+// no scratch: constant extra space.
 //
-// The cost is one division per step. When every position of the walk fits
+// The cost is one division per step, mostly in the leader tests. When every position of the walk fits
 // in 32 bits the quotient comes from a 64-bit reciprocal (exact for all
 // 32-bit dividends and divisors from 2 up); otherwise from the divide
 // instruction.
@@ -120,32 +121,62 @@ struct DivideBy32 {
 template <class T, bool Conj, class Div>
 void transpose_cycles(u64 R, u64 C, typename T::elem alpha, typename T::elem *ab, u64 lda, u64 ldb, Div div) {
   using E = typename T::elem;
-  for (u64 i = 0; i < R; ++i)
-    for (u64 j = 0; j < C; ++j) {
-      const u64 p = i * lda + j;
-      // Leader test: follow the cycle until a source position not above p.
-      u64 t = i + j * ldb;
-      for (;;) {
-        u64 q = div(t), r = t - q * lda;
-        if (t <= p && r < C) break;
-        t = q + r * ldb;
-      }
-      if (t != p) continue;
-      // The walk: carry each element to its place.
-      E v = ab[p];
-      bool carrying = true;
-      u64 q = i, r = j;
-      do {
-        t = q + r * ldb;
-        q = div(t);
-        r = t - q * lda;
-        bool in_source = r < C && q < R;
-        E w = in_source ? ab[t] : E{};
-        if (carrying) ab[t] = scaled<T, Conj>(v, alpha);
-        v = w;
-        carrying = in_source;
-      } while (t != p);
+  // With q = t / lda and r = t % lda, next(t) = q + r ldb = t ldb - q (lda ldb - 1)
+  // in wrapping arithmetic: one multiply after the division instead of two.
+  const u64 m1 = lda * ldb - 1;
+  auto next = [&](u64 t, u64 q) { return t * ldb - q * m1; };
+
+  // The walk from a leader p: carry each element to its place. A scout
+  // runs eight positions ahead and prefetches; positions are arithmetic,
+  // so only the elements are waited for.
+  auto walk = [&](u64 p) {
+    E v = ab[p];
+    bool carrying = true;
+    u64 t = p, q = div(p), s = p, qs = q;
+    for (int k = 0; k < 8; ++k) s = next(s, qs), qs = div(s);
+    do {
+      s = next(s, qs);
+      qs = div(s);
+      simd::prefetch_t0(ab + s);
+      t = next(t, q);
+      q = div(t);
+      bool in_source = t - q * lda < C && q < R;
+      E w = in_source ? ab[t] : E{};
+      if (carrying) ab[t] = scaled<T, Conj>(v, alpha);
+      v = w;
+      carrying = in_source;
+    } while (t != p);
+  };
+
+  // Leader test of p: follow the cycle until a source position not above
+  // p; p leads when that is p itself. The tests only compute, so four run
+  // side by side, each lane taking the next source position (row by row)
+  // when its test ends, and a walk is made as soon as its leader is known.
+  struct Lane {
+    u64 p, t;
+    bool busy;
+  };
+  u64 i = 0, j = 0;
+  auto take = [&](Lane &l) {
+    l.busy = i < R;
+    if (!l.busy) return;
+    l.p = i * lda + j;
+    l.t = i + j * ldb;
+    if (++j == C) j = 0, ++i;
+  };
+  auto step = [&](Lane &l) {
+    if (!l.busy) return;
+    u64 q = div(l.t);
+    if (l.t <= l.p && l.t - q * lda < C) {
+      if (l.t == l.p) walk(l.p);
+      take(l);
+    } else {
+      l.t = next(l.t, q);
     }
+  };
+  Lane l0, l1, l2, l3;  // separate variables, so that they live in registers
+  take(l0), take(l1), take(l2), take(l3);
+  while (l0.busy || l1.busy || l2.busy || l3.busy) step(l0), step(l1), step(l2), step(l3);
 }
 
 template <class T, bool Conj>
