@@ -48,7 +48,7 @@ inline void mv_rows(const Csr<E, I, K.base> &a, E alpha, X x, Y y, int64_t lo, i
   constexpr bool conj_read = K.op == 'c' || K.op == 's';
   constexpr char S = K.structure;
   if constexpr (S == 'g' && (K.op == 'n' || K.op == 's')) {
-    constexpr int64_t ahead = 4;
+    constexpr int64_t ahead = 16;
     for (int64_t i = lo; i <= hi; ++i) {
       if (i + ahead <= hi) touch_row(a, i + ahead, x);
       int64_t p = a.begin(i), q = a.end(i);

@@ -10,7 +10,7 @@
 //
 // Double precision with contiguous x keeps s0, s1 and s2, s3 as two vector
 // sums (same additions in the same order, so the same bits), and touches the
-// x elements of the row a few rows ahead so that random columns are in cache
+// x elements of the row 16 rows ahead so that random columns are in cache
 // by the time the row comes.
 #pragma once
 #include "frame/simd.hpp"

@@ -15,6 +15,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <functional>
 #include <random>
 #include <vector>
 
@@ -25,6 +26,24 @@ using zor::bench::keep;
 using zor::bench::report;
 
 namespace {
+
+// The machine is shared: the contenders are timed in turns, several rounds,
+// and each keeps its best time, so that a burst of load elsewhere does not
+// land on one of them only.
+struct Contest {
+  std::vector<std::function<void()>> bodies;
+  std::vector<double> best;
+  int add(std::function<void()> f) {
+    bodies.push_back(std::move(f));
+    best.push_back(1e30);
+    return int(bodies.size()) - 1;
+  }
+  void run(int rounds = 6) {
+    for (int r = 0; r < rounds; ++r)
+      for (size_t i = 0; i < bodies.size(); ++i) best[i] = std::min(best[i], best_seconds(bodies[i], 1, 0.05));
+  }
+  double operator[](int i) const { return best[i]; }
+};
 
 // Zero-based CSR with touching rows.
 struct Matrix {
@@ -77,18 +96,6 @@ void plain_loop(const Matrix &a, double alpha, const double *x, double *y) {
   }
 }
 
-// Seconds of a triad a = b + s c over arrays of `bytes` in total.
-double triad_rate(double bytes) {
-  size_t n = size_t(bytes / 24) + 1;
-  std::vector<double> a(n), b(n, 1.0), c(n, 2.0);
-  double t = best_seconds([&] {
-    const double s = 0.5;
-    for (size_t i = 0; i < n; ++i) a[i] = b[i] + s * c[i];
-    keep(a[n / 2]);
-  });
-  return 24.0 * double(n) / t;
-}
-
 void run(const Matrix &a) {
   const int64_t m = a.m, nnz = int64_t(a.vals.size());
   std::vector<double> x(m), y(m, 0.0);
@@ -107,22 +114,24 @@ void run(const Matrix &a) {
   double flops = 2.0 * double(nnz);
   auto gf = [&](double s) { return flops / s * 1e-9; };
 
-  double t0 = best_seconds([&] {
+  Contest k;
+  auto g = [&](int i) { return gf(k[i]); };
+  int t0 = k.add([&] {
     zor_spblas_dcsr0ng__c__mvout_par(&first, &last, &last, &alpha, a.vals.data(), a.cols.data(), a.ptr.data(),
                                      a.ptr.data() + 1, x.data(), y.data());
     keep(y[0]);
   });
-  double t1 = best_seconds([&] {
+  int t1 = k.add([&] {
     zor_spblas_dcsr1ng__f__mvout_par(&first, &last, &last, &alpha, a.vals.data(), cols1.data(), a.ptr.data(),
                                      a.ptr.data() + 1, x.data(), y.data());
     keep(y[0]);
   });
-  double t32 = best_seconds([&] {
+  int t32 = k.add([&] {
     zor_spblas_lp64_dcsr0ng__c__mvout_par(&first32, &last32, &last32, &alpha, a.vals.data(), cols32.data(),
                                           ptr32.data(), ptr32.data() + 1, x.data(), y.data());
     keep(y[0]);
   });
-  double tp = best_seconds([&] {
+  int tp = k.add([&] {
     plain_loop(a, alpha, x.data(), y.data());
     keep(y[0]);
   });
@@ -137,7 +146,7 @@ void run(const Matrix &a) {
     e.makeCompressed();
   }
   Eigen::Map<Eigen::VectorXd> ex(x.data(), m), ey(y.data(), m);
-  double te = best_seconds([&] {
+  int te = k.add([&] {
     ey.noalias() += e * ex;
     keep(y[0]);
   });
@@ -146,18 +155,25 @@ void run(const Matrix &a) {
   // entry, two row arrays, x once, y read and written.
   double bytes64 = double(nnz) * 16 + double(m) * (16 + 8 + 16);
   double bytes32 = double(nnz) * 12 + double(m) * (8 + 8 + 16);
-  double rate = triad_rate(bytes64);
+  std::vector<double> ta(size_t(bytes64 / 24) + 1), tb(ta.size(), 1.0), tc(ta.size(), 2.0);
+  int tt = k.add([&] {
+    const double s = 0.5;
+    for (size_t i = 0; i < ta.size(); ++i) ta[i] = tb[i] + s * tc[i];
+    keep(ta[ta.size() / 2]);
+  });
+  k.run();
+  double rate = 24.0 * double(ta.size()) / k[tt];
   std::printf("triad over %.0f MB: %.2f GB/s\n", bytes64 * 1e-6, rate * 1e-9);
   double bound64 = bytes64 / rate, bound32 = bytes32 / rate;
 
-  report("dcsr0ng__c__mvout_par vs plain loop", "GF/s", gf(t0), gf(tp), "plain row loop");
-  report("dcsr1ng__f__mvout_par vs plain loop", "GF/s", gf(t1), gf(tp), "plain row loop");
-  report("dcsr0ng__c__mvout_par vs Eigen", "GF/s", gf(t0), gf(te), "Eigen (int idx)");
-  report("dcsr1ng__f__mvout_par vs Eigen", "GF/s", gf(t1), gf(te), "Eigen (int idx)");
-  report("lp64_dcsr0ng__c__mvout_par vs Eigen", "GF/s", gf(t32), gf(te), "Eigen (int idx)");
-  report("dcsr0ng__c__mvout_par vs bound", "GF/s", gf(t0), gf(bound64), "bandwidth bound");
-  report("dcsr1ng__f__mvout_par vs bound", "GF/s", gf(t1), gf(bound64), "bandwidth bound");
-  report("lp64_dcsr0ng__c__mvout_par vs bound", "GF/s", gf(t32), gf(bound32), "bandwidth bound");
+  report("dcsr0ng__c__mvout_par vs plain loop", "GF/s", g(t0), g(tp), "plain row loop");
+  report("dcsr1ng__f__mvout_par vs plain loop", "GF/s", g(t1), g(tp), "plain row loop");
+  report("dcsr0ng__c__mvout_par vs Eigen", "GF/s", g(t0), g(te), "Eigen (int idx)");
+  report("dcsr1ng__f__mvout_par vs Eigen", "GF/s", g(t1), g(te), "Eigen (int idx)");
+  report("lp64_dcsr0ng__c__mvout_par vs Eigen", "GF/s", g(t32), g(te), "Eigen (int idx)");
+  report("dcsr0ng__c__mvout_par vs bound", "GF/s", g(t0), gf(bound64), "bandwidth bound");
+  report("dcsr1ng__f__mvout_par vs bound", "GF/s", g(t1), gf(bound64), "bandwidth bound");
+  report("lp64_dcsr0ng__c__mvout_par vs bound", "GF/s", g(t32), gf(bound32), "bandwidth bound");
 
   // Eight dense columns at once against eight mv calls, column-major (f)
   // and row-major (c).
@@ -165,24 +181,26 @@ void run(const Matrix &a) {
   std::vector<double> b(m * nrhs), c(m * nrhs, 0.0), bt(m * nrhs), ct(m * nrhs, 0.0);
   for (int64_t i = 0; i < m * nrhs; ++i) b[i] = bt[i] = 1.0 / double(1 + i % 11);
   int64_t nr = nrhs, ld = m;
-  double tmm = best_seconds([&] {
+  Contest mm;
+  int tmm = mm.add([&] {
     zor_spblas_dcsr1ng__f__mmout_par(&first, &nr, &last, &last, &alpha, a.vals.data(), cols1.data(), a.ptr.data(),
                                      a.ptr.data() + 1, b.data(), &ld, c.data(), &ld);
     keep(c[0]);
-  }, 3);
-  double t8 = best_seconds([&] {
+  });
+  int t8 = mm.add([&] {
     for (int64_t j = 0; j < nrhs; ++j)
       zor_spblas_dcsr1ng__f__mvout_par(&first, &last, &last, &alpha, a.vals.data(), cols1.data(), a.ptr.data(),
                                        a.ptr.data() + 1, b.data() + j * m, c.data() + j * m);
     keep(c[0]);
-  }, 3);
-  double tmmc = best_seconds([&] {
+  });
+  int tmmc = mm.add([&] {
     zor_spblas_dcsr0ng__c__mmout_par(&first, &nr, &last, &last, &alpha, a.vals.data(), a.cols.data(),
                                      a.ptr.data(), a.ptr.data() + 1, bt.data(), &nr, ct.data(), &nr);
     keep(ct[0]);
-  }, 3);
-  report("dcsr1ng__f__mmout_par, 8 columns", "GF/s", gf(tmm / nrhs), gf(t8 / nrhs), "8 x f mv");
-  report("dcsr0ng__c__mmout_par, 8 columns", "GF/s", gf(tmmc / nrhs), gf(t8 / nrhs), "8 x f mv");
+  });
+  mm.run(3);
+  report("dcsr1ng__f__mmout_par, 8 columns", "GF/s", gf(mm[tmm] / nrhs), gf(mm[t8] / nrhs), "8 x f mv");
+  report("dcsr0ng__c__mmout_par, 8 columns", "GF/s", gf(mm[tmmc] / nrhs), gf(mm[t8] / nrhs), "8 x f mv");
 }
 
 }  // namespace
