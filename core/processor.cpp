@@ -53,7 +53,8 @@ bool override_of(int answer, int64_t *out) {
 int32_t clamp32(int64_t v) { return v > INT32_MAX ? INT32_MAX : (v < 0 ? 0 : int32_t(v)); }
 
 // Sizes of the first-level data cache and the second-level cache, from the
-// deterministic cache leaves (4 on Intel, 0x8000001D on AMD), else sysfs.
+// deterministic cache-parameter leaf (4, or the extended 0x8000001D on
+// processors that describe their caches there), else from sysfs.
 struct CacheSizes {
   int64_t l1 = 0, l2 = 0;
   CacheSizes() {
@@ -66,16 +67,11 @@ struct CacheSizes {
   bool from_cpuid() {
     unsigned a, b, c, d;
     if (!__get_cpuid(0, &a, &b, &c, &d)) return false;
-    unsigned max_leaf = a;
-    bool intel = b == 0x756e6547u;  // "Genu"
-    unsigned leaf = 4;
-    if (!intel) {
-      unsigned ext = __get_cpuid_max(0x80000000u, nullptr);
-      if (ext < 0x8000001Du) return false;
-      leaf = 0x8000001Du;
-    } else if (max_leaf < 4) {
-      return false;
-    }
+    if (a >= 4 && walk_leaf(4)) return true;
+    return __get_cpuid_max(0x80000000u, nullptr) >= 0x8000001Du && walk_leaf(0x8000001Du);
+  }
+  bool walk_leaf(unsigned leaf) {
+    unsigned a, b, c, d;
     for (unsigned i = 0; i < 16; ++i) {
       __cpuid_count(leaf, i, a, b, c, d);
       unsigned type = a & 0x1f;
