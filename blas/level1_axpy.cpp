@@ -22,7 +22,7 @@ struct AxpyOp {
   using V = vec_t<R>;
   static constexpr bool reads_x = true, writes_x = false, reads_y = true, writes_y = true;
   Factor<E> a;
-  void vec(V &x, V &y) const { y = simd::add(a.times(x), y); }
+  ZOR_HOT void vec(V &x, V &y) const { y = simd::add(a.times(x), y); }
   void one(E &x, E &y) const { y = a.s * x + y; }
 };
 
@@ -34,7 +34,7 @@ struct AxpbyOp {
   using V = vec_t<R>;
   static constexpr bool reads_x = true, writes_x = false, reads_y = !BetaZero, writes_y = true;
   Factor<E> a, b;
-  void vec(V &x, V &y) const {
+  ZOR_HOT void vec(V &x, V &y) const {
     if constexpr (BetaZero) y = a.times(x);
     else y = simd::add(a.times(x), b.times(y));
   }

@@ -39,11 +39,11 @@ template <class R, bool Conj>
 struct ComplexSum {
   using V = vec_t<R>;
   V re_e = simd::zero<V>(), im_e = simd::zero<V>(), re_o = simd::zero<V>(), im_o = simd::zero<V>();
-  void even(V x, V y) {
+  ZOR_HOT void even(V x, V y) {
     re_e = add(re_e, mul(dup_re(x), y));
     im_e = add(im_e, mul(dup_im(x), y));
   }
-  void odd(V x, V y) {
+  ZOR_HOT void odd(V x, V y) {
     re_o = add(re_o, mul(dup_re(x), y));
     im_o = add(im_o, mul(dup_im(x), y));
   }
@@ -79,7 +79,7 @@ inline vec_t<R> gather(const cplx<R> *p, int64_t inc) {
 
 template <class R, bool Conj, int Main, class XS, class YS>
 void alternate(ComplexSum<R, Conj> &s, XS &xs, YS &ys, int64_t nv) {
-  auto block = [&]<int Count>() {
+  auto block = [&]<int Count>() ZOR_HOT {
     for (int j = 0; j < Count; j += 2) {
       s.even(xs.next(), ys.next());
       s.odd(xs.next(), ys.next());

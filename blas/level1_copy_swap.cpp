@@ -21,7 +21,7 @@ struct CopyOp {
   using R = real_t<E>;
   using V = vec_t<R>;
   static constexpr bool reads_x = true, writes_x = false, reads_y = false, writes_y = true;
-  void vec(V &x, V &y) const { y = x; }
+  ZOR_HOT void vec(V &x, V &y) const { y = x; }
   void one(E &x, E &y) const { y = x; }
 };
 
@@ -31,7 +31,7 @@ struct SwapOp {
   using R = real_t<E>;
   using V = vec_t<R>;
   static constexpr bool reads_x = true, writes_x = true, reads_y = true, writes_y = true;
-  void vec(V &x, V &y) const { std::swap(x, y); }
+  ZOR_HOT void vec(V &x, V &y) const { std::swap(x, y); }
   void one(E &x, E &y) const { std::swap(x, y); }
 };
 

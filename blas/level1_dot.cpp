@@ -43,7 +43,7 @@ struct PairSum {
   YS &ys;
   V a, b;
   template <int Count>
-  void block() {
+  ZOR_HOT void block() {
     static_assert(Count % 2 == 0);
     for (int j = 0; j < Count; j += 2) {
       a = add(a, mul(xs.next(), ys.next()));

@@ -31,7 +31,7 @@ struct RotOp {
   static constexpr bool reads_x = true, writes_x = true, reads_y = true, writes_y = true;
   Factor<R> c;
   Factor<S> s, sc;  // s and conj(s)
-  void vec(V &x, V &y) const {
+  ZOR_HOT void vec(V &x, V &y) const {
     V nx = simd::add(c.times(x), s.times(y));
     y = simd::sub(c.times(y), sc.times(x));
     x = nx;
@@ -110,7 +110,7 @@ struct RotmOp {
   int kind;  // > 0, 0, < 0 as the flag
   R h11, h21, h12, h22;
   V v11, v21, v12, v22;
-  void vec(V &x, V &y) const {
+  ZOR_HOT void vec(V &x, V &y) const {
     V w = x, z = y;
     if (kind > 0) {
       x = simd::add(simd::mul(w, v11), z);

@@ -24,7 +24,7 @@ struct ScalOp {
   using V = vec_t<R>;
   static constexpr bool reads_x = false, writes_x = false, reads_y = true, writes_y = true;
   Factor<F> a;
-  void vec(V &, V &y) const { y = a.times(y); }
+  ZOR_HOT void vec(V &, V &y) const { y = a.times(y); }
   void one(E &, E &y) const { y = a.s * y; }
 };
 

@@ -30,6 +30,10 @@
 #include "frame/simd.hpp"
 #include "frame/traits.hpp"
 
+// Hot-loop pieces are forced inline: the compiler's own limits give up on
+// the wide unrolled blocks otherwise.
+#define ZOR_HOT __attribute__((always_inline))
+
 namespace zor::blas {
 
 template <class R> struct VecOf;
@@ -47,8 +51,8 @@ inline int phase(const void *p) { return int(reinterpret_cast<uintptr_t>(p) & 15
 inline bool aligned_to(const void *p, size_t bytes) { return (reinterpret_cast<uintptr_t>(p) & (bytes - 1)) == 0; }
 
 // (re, im) exchanged in every complex element of a vector.
-inline simd::f64x2 swap_re_im(simd::f64x2 v) { return simd::swap_lanes(v); }
-inline simd::f32x4 swap_re_im(simd::f32x4 v) { return simd::swap_pairs(v); }
+ZOR_HOT inline simd::f64x2 swap_re_im(simd::f64x2 v) { return simd::swap_lanes(v); }
+ZOR_HOT inline simd::f32x4 swap_re_im(simd::f32x4 v) { return simd::swap_pairs(v); }
 // Real parts, imaginary parts duplicated over each complex element.
 inline simd::f64x2 dup_re(simd::f64x2 v) { return simd::dup_lo(v); }
 inline simd::f32x4 dup_re(simd::f32x4 v) { return simd::dup_even(v); }
@@ -58,7 +62,7 @@ inline simd::f32x4 dup_im(simd::f32x4 v) { return simd::dup_odd(v); }
 // a x for a complex a held as (re broadcast, im broadcast); lanes are
 // (re, im) pairs: [ar xr - ai xi, ar xi + ai xr].
 template <class V>
-inline V cmul(V ar, V ai, V x) {
+ZOR_HOT inline V cmul(V ar, V ai, V x) {
   return simd::addsub(simd::mul(ar, x), simd::mul(ai, swap_re_im(x)));
 }
 
@@ -82,7 +86,7 @@ struct Factor {
       im = simd::splat(a.im);
     }
   }
-  V times(V x) const {
+  ZOR_HOT V times(V x) const {
     if constexpr (std::is_same_v<E, R>) return simd::mul(re, x);
     else return cmul(re, im, x);
   }
@@ -101,21 +105,24 @@ struct InStream {
   static constexpr int L = kLanes<R>;
   const R *a;
   V prev;
-  explicit InStream(const R *p) : a(p - K / int(sizeof(R))) {
-    if constexpr (K != 0) prev = simd::load_a(a);
+  explicit InStream(const R *p) : a(p - K / int(sizeof(R))) { prev = simd::load_a(a); }
+  ZOR_HOT V next() {
+    V nx = simd::load_a(a + L);
+    V v = simd::shift_merge<K>(prev, nx);
+    prev = nx;
+    a += L;
+    return v;
   }
-  V next() {
-    if constexpr (K == 0) {
-      V v = simd::load_a(a);
-      a += L;
-      return v;
-    } else {
-      V nx = simd::load_a(a + L);
-      V v = simd::shift_merge<K>(prev, nx);
-      prev = nx;
-      a += L;
-      return v;
-    }
+};
+template <class R>
+struct InStream<R, 0> {
+  using V = vec_t<R>;
+  const R *a;
+  explicit InStream(const R *p) : a(p) {}
+  ZOR_HOT V next() {
+    V v = simd::load_a(a);
+    a += kLanes<R>;
+    return v;
   }
 };
 
@@ -132,31 +139,35 @@ struct OutStream {
   V pend;
   bool first = true;
   explicit OutStream(R *p) : a(p - S) {}
-  void put(V o) {
-    if constexpr (K == 0) {
-      simd::store_a(a, o);
-      a += L;
+  ZOR_HOT void put(V o) {
+    if (first) {
+      alignas(16) R t[L];
+      simd::store_a(t, o);
+      for (int j = 0; j < L - S; ++j) a[S + j] = t[j];
+      first = false;
     } else {
-      if (first) {
-        alignas(16) R t[L];
-        simd::store_a(t, o);
-        for (int j = 0; j < L - S; ++j) a[S + j] = t[j];
-        first = false;
-      } else {
-        simd::store_a(a, simd::shift_merge<16 - K>(pend, o));
-      }
-      pend = o;
-      a += L;
+      simd::store_a(a, simd::shift_merge<16 - K>(pend, o));
     }
+    pend = o;
+    a += L;
   }
   void finish() {
-    if constexpr (K != 0) {
-      if (first) return;
-      alignas(16) R t[L];
-      simd::store_a(t, pend);
-      for (int j = 0; j < S; ++j) a[j] = t[L - S + j];
-    }
+    if (first) return;
+    alignas(16) R t[L];
+    simd::store_a(t, pend);
+    for (int j = 0; j < S; ++j) a[j] = t[L - S + j];
   }
+};
+template <class R>
+struct OutStream<R, 0> {
+  using V = vec_t<R>;
+  R *a;
+  explicit OutStream(R *p) : a(p) {}
+  ZOR_HOT void put(V o) {
+    simd::store_a(a, o);
+    a += kLanes<R>;
+  }
+  void finish() {}
 };
 
 // Runs `nv` vectors of both streams: main step Main, then Main/2, ..., 1.
@@ -168,16 +179,40 @@ void run_vectors(const Op &op, int64_t nv, typename Op::R *x, typename Op::R *y)
   InStream<R, Op::reads_y ? Ky : 0> yi(y);
   OutStream<R, Op::writes_x ? Kx : 0> xo(x);
   OutStream<R, Op::writes_y ? Ky : 0> yo(y);
-  auto block = [&]<int... J>(std::integer_sequence<int, J...>) {
-    auto one = [&]() {
-      V xv{}, yv{};
-      if constexpr (Op::reads_x) xv = xi.next();
-      if constexpr (Op::reads_y) yv = yi.next();
-      op.vec(xv, yv);
-      if constexpr (Op::writes_x) xo.put(xv);
-      if constexpr (Op::writes_y) yo.put(yv);
+  // Each block works on local copies of the streams and the operation: the
+  // vector stores may alias any memory, and would otherwise force every
+  // pointer and factor to be reloaded after each store.
+  auto block = [&]<int... J>(std::integer_sequence<int, J...>) ZOR_HOT {
+    const Op o = op;
+    auto xi_ = xi;
+    auto yi_ = yi;
+    auto xo_ = xo;
+    auto yo_ = yo;
+    // Groups of up to four vectors: all loads, then the arithmetic, then
+    // the stores, so that no load waits behind a store it cannot pass.
+    constexpr int G = sizeof...(J) < 4 ? int(sizeof...(J)) : 4;
+    auto group = [&]() ZOR_HOT {
+      V xv[G], yv[G];
+#pragma GCC unroll 4
+      for (int j = 0; j < G; ++j) {
+        if constexpr (Op::reads_x) xv[j] = xi_.next();
+        else xv[j] = V{};
+      }
+#pragma GCC unroll 4
+      for (int j = 0; j < G; ++j) {
+        if constexpr (Op::reads_y) yv[j] = yi_.next();
+        else yv[j] = V{};
+      }
+#pragma GCC unroll 4
+      for (int j = 0; j < G; ++j) o.vec(xv[j], yv[j]);
+#pragma GCC unroll 4
+      for (int j = 0; j < G; ++j) {
+        if constexpr (Op::writes_x) xo_.put(xv[j]);
+        if constexpr (Op::writes_y) yo_.put(yv[j]);
+      }
     };
-    (((void)J, one()), ...);
+    (((void)J, (J % G == 0 ? group() : void())), ...);
+    xi = xi_, yi = yi_, xo = xo_, yo = yo_;
   };
   for (; nv >= Main; nv -= Main) block(std::make_integer_sequence<int, Main>{});
   auto ladder = [&]<int Step>(auto &self) {
