@@ -6,6 +6,11 @@
 // scale every row; 'T'/'C' exchange the pairs (i, j), (j, i). Every other
 // shape is a rectangular copy ('N'/'R') or the cycle-following
 // transposition ('T'/'C'), both in constant extra space.
+//
+// Measured on the development machine (shared, 2 cores): the square double
+// transposition of 4096 x 4096 moves about 6 GB/s (a memcpy of the same
+// bytes 10 to 11); the rectangle 3000 x 5000 about 0.2 GB/s, spent in the
+// leader tests and the walk's cache misses.
 #include <algorithm>
 
 #include "frame/simd.hpp"
