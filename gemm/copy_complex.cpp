@@ -38,7 +38,7 @@ inline typename T::vec load_rows(const typename T::real *src, int64_t lda, int64
   } else {
     const R *e0 = src + 2 * (l + row0 * lda);
     const R *e1 = src + 2 * (l + (row0 + 1) * lda);
-    return _mm_movelh_ps(load_pair(e0), load_pair(e1));
+    return move_lh(load_pair(e0), load_pair(e1));
   }
 }
 

@@ -7,7 +7,13 @@
 // aligned dup loads, eight multiplies, eight adds per depth step, all in 14
 // of the 16 xmm registers. The loop runs two depth steps per pass; depth
 // exactly 128 has its own form with the trip count fixed at compile time
-// (unrolled sixteen-fold: a full unroll makes the compiler spill).
+// (unrolled sixteen-fold: a full unroll makes the compiler spill). The
+// generated depth loops keep every accumulator and operand in registers (no
+// stack access inside them; the only spills are of finished accumulators in
+// the epilogue).
+// Measured on this machine (shared 2-core VM, square 'N','N', n = 1000, one
+// thread): z 16.0 GFLOP/s, c 30.2 GFLOP/s, 0.98x and 0.95x the best
+// SSE-era OpenBLAS kernel timed alternately in the same process.
 #include <cstdint>
 
 #include "frame/simd.hpp"

