@@ -177,3 +177,13 @@ inline f64x2 as_f64(f32x4 a) { return _mm_castps_pd(a); }
 inline f32x4 as_f32(f64x2 a) { return _mm_castpd_ps(a); }
 
 }  // namespace zor::simd
+
+// ---- appended for the complex kernels: the re/im exchange through the
+// integer shuffle, which writes a new register (no copy before it) and is
+// faster than the float shuffles in a loop that is short of registers.
+namespace zor::simd {
+
+inline f64x2 swapped_re_im(f64x2 a) { return _mm_castsi128_pd(_mm_shuffle_epi32(_mm_castpd_si128(a), 0x4E)); }
+inline f32x4 swapped_re_im(f32x4 a) { return _mm_castsi128_ps(_mm_shuffle_epi32(_mm_castps_si128(a), 0xB1)); }
+
+}  // namespace zor::simd
