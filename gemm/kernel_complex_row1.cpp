@@ -59,7 +59,7 @@ inline void tile_row1(int64_t k, const typename T::real *a, const typename T::re
     const R *bl = bs + NC * L * l;
     for (int j = 0; j < NC; ++j) {
       V b = load_a(bl + j * L);
-      V s = swap_re_im(b);
+      V s = swapped_re_im(b);
       p0[j] = add(p0[j], mul(a0, b));
       p1[j] = add(p1[j], mul(a1, b));
       s0[j] = add(s0[j], mul(a0, s));
