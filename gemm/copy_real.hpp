@@ -137,4 +137,64 @@ void copy_b(const int64_t *k_, const int64_t *n_, const typename T::real *src, c
   }
 }
 
+// Packing from an element accessor get(i, l) (A) or get(l, j) (B), for the
+// extended copies below: same layouts as the copies above, alpha 1.
+template <class T, class Get>
+void pack_a_with(int64_t m, int64_t k, Get get, typename T::real *buf, int64_t stride) {
+  using R = typename T::real;
+  using P = RealPanels<T>;
+  const int64_t kp = round_up(k, P::UK);
+  for (int64_t p = 0; p * P::UM < m; ++p) {
+    R *out = buf + p * stride;
+    const int64_t i0 = p * P::UM, w = m - i0 < P::UM ? m - i0 : P::UM;
+    for (int64_t l = 0; l < kp; ++l, out += P::UM)
+      for (int64_t i = 0; i < P::UM; ++i) out[i] = i < w && l < k ? get(i0 + i, l) : R(0);
+  }
+}
+template <class T, int Row, class Get>
+void pack_b_with(int64_t k, int64_t n, Get get, typename T::real *buf, int64_t stride) {
+  using R = typename T::real;
+  using P = RealPanels<T>;
+  const int64_t kp = round_up(k, P::UK);
+  for (int64_t j0 = 0; j0 < n; j0 += P::UN) {
+    const int64_t c = n - j0 < P::UN ? n - j0 : P::UN;
+    const int64_t w = c == P::UN ? P::UN : P::tail_width(c, Row);
+    R *out = buf + (j0 / P::UN) * stride;
+    for (int64_t l = 0; l < kp; ++l, out += w)
+      for (int64_t j = 0; j < w; ++j) out[j] = j < c && l < k ? get(l, j0 + j) : R(0);
+  }
+}
+
+// Extended copies of the three-multiplication path: request 256 splits a
+// block of a complex operand (interleaved, in the form 'N', 'T' or 'C' given
+// by trans) straight into three packed blocks of this real row: real parts,
+// imaginary parts (negated for 'C') and their sums. A: rows x cols = m x k of
+// op(A); B: k x n of op(B). Other requests do nothing and return 1.
+template <class T, int Row, bool IsA>
+int32_t copy_ext(int32_t request, const char *trans, const int64_t *rows_, const int64_t *cols_,
+                 const void *src_, const int64_t *ld_, void *re_, void *im_, void *sum_, const int64_t *stride_) {
+  using R = typename T::real;
+  if (request != 256) return 1;
+  const int64_t rows = *rows_, cols = *cols_, ld = *ld_, stride = *stride_;
+  if (rows < 1 || cols < 1) return 0;
+  const R *src = static_cast<const R *>(src_);
+  const bool plain = (*trans & ~0x20) == 'N', conj = (*trans & ~0x20) == 'C';
+  // Interleaved element (r, c) of op(X): real part at [0], imaginary at [1].
+  const auto at = [&](int64_t r, int64_t c) { return src + 2 * (plain ? r + c * ld : c + r * ld); };
+  const auto re = [&](int64_t r, int64_t c) { return at(r, c)[0]; };
+  const auto im = [&](int64_t r, int64_t c) { return conj ? -at(r, c)[1] : at(r, c)[1]; };
+  const auto sum = [&](int64_t r, int64_t c) { return re(r, c) + im(r, c); };
+  R *outs[3] = {static_cast<R *>(re_), static_cast<R *>(im_), static_cast<R *>(sum_)};
+  if constexpr (IsA) {
+    pack_a_with<T>(rows, cols, re, outs[0], stride);
+    pack_a_with<T>(rows, cols, im, outs[1], stride);
+    pack_a_with<T>(rows, cols, sum, outs[2], stride);
+  } else {
+    pack_b_with<T, Row>(rows, cols, re, outs[0], stride);
+    pack_b_with<T, Row>(rows, cols, im, outs[1], stride);
+    pack_b_with<T, Row>(rows, cols, sum, outs[2], stride);
+  }
+  return 0;
+}
+
 }  // namespace zor::gemm

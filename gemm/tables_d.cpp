@@ -24,19 +24,18 @@ namespace zor::gemm {
 #define B_COPY(f) reinterpret_cast<CopyBFn>(f)
 
 // Row 0 widens B into the duplication buffer; row 1 multiplies by lane swaps.
-// The conjugate copies of a real row are the transposed ones. The extended
-// copies of the three-multiplication path are not in this build (null).
+// The conjugate copies of a real row are the transposed ones.
 template <> const KernelRow GemmTable<D>::rows[2] = {
   // um un uk dup mm mn mk mask  blocks, buffer sizes, buffers
   //                             copies of A: n, t, c; of B: n, t, c; kernel; extended copies of A, B
   {4, 4, 4, 2, 2, 2, 2, 382, zor_blas_dgemm_get_blks_size, zor_blas_dgemm_get_bufs_size, zor_blas_dgemm_get_bufs,
     A_COPY(zor_blas_dgemm_copyan), A_COPY(zor_blas_dgemm_copyat), A_COPY(zor_blas_dgemm_copyat),
     B_COPY(zor_blas_dgemm_copybn), B_COPY(zor_blas_dgemm_copybt), B_COPY(zor_blas_dgemm_copybt),
-    gemm_kernel_d, nullptr, nullptr},
+    gemm_kernel_d, zor_blas_dgemm_copya_ext, zor_blas_dgemm_copyb_ext},
   {4, 4, 4, 1, 4, 4, 4, 126, zor_blas_dgemm_get_blks_size_bvr, zor_blas_dgemm_get_bufs_size, zor_blas_dgemm_get_bufs,
     A_COPY(zor_blas_dgemm_copyan_bvr), A_COPY(zor_blas_dgemm_copyat_bvr), A_COPY(zor_blas_dgemm_copyat_bvr),
     B_COPY(zor_blas_dgemm_copybn_bvr), B_COPY(zor_blas_dgemm_copybt_bvr), B_COPY(zor_blas_dgemm_copybt_bvr),
-    gemm_kernel_d_bvr, nullptr, nullptr},
+    gemm_kernel_d_bvr, zor_blas_dgemm_copya_ext_bvr, zor_blas_dgemm_copyb_ext_bvr},
 };
 template <> const int32_t GemmTable<D>::row_of_answer[2] = {0, 1};
 

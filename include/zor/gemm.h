@@ -88,6 +88,23 @@ ZOR_API int32_t zor_blas_xdgemm_par(const char *transa, const char *transb, cons
                                   int32_t plan, zor_gemm_desc *desc);
 ZOR_API void zor_blas_dgemm_mscale(const int64_t *m, const int64_t *n, const double *beta, double *c, const int64_t *ldc);
 
+/* Extended copies of the three-multiplication path: request 256 splits a
+ * complex block (form 'N', 'T' or 'C') into three packed blocks of this
+ * precision's panels: real parts, imaginary parts, their sums. 0, or 1 for
+ * another request. A: rows x cols = m x k; B: k x n. */
+ZOR_API int32_t zor_blas_dgemm_copya_ext(int32_t request, const char *trans, const int64_t *rows, const int64_t *cols,
+                                       const void *src, const int64_t *ld, void *re, void *im, void *sum,
+                                       const int64_t *panel_stride);
+ZOR_API int32_t zor_blas_dgemm_copyb_ext(int32_t request, const char *trans, const int64_t *rows, const int64_t *cols,
+                                       const void *src, const int64_t *ld, void *re, void *im, void *sum,
+                                       const int64_t *panel_stride);
+ZOR_API int32_t zor_blas_dgemm_copya_ext_bvr(int32_t request, const char *trans, const int64_t *rows, const int64_t *cols,
+                                       const void *src, const int64_t *ld, void *re, void *im, void *sum,
+                                       const int64_t *panel_stride);
+ZOR_API int32_t zor_blas_dgemm_copyb_ext_bvr(int32_t request, const char *trans, const int64_t *rows, const int64_t *cols,
+                                       const void *src, const int64_t *ld, void *re, void *im, void *sum,
+                                       const int64_t *panel_stride);
+
 /* ---- float: kernel rows, blocking and buffers.
  * get_kernel: 1 for a row index of 2 or above (descriptor unchanged), else 0.
  * get_bufs_size: requests 100..106, modes 107 (working sizes) and 108 (block
@@ -133,5 +150,22 @@ ZOR_API int32_t zor_blas_xsgemm_par(const char *transa, const char *transb, cons
                                   const float *b, const int64_t *ldb, const float *beta, float *c, const int64_t *ldc,
                                   int32_t plan, zor_gemm_desc *desc);
 ZOR_API void zor_blas_sgemm_mscale(const int64_t *m, const int64_t *n, const float *beta, float *c, const int64_t *ldc);
+
+/* Extended copies of the three-multiplication path: request 256 splits a
+ * complex block (form 'N', 'T' or 'C') into three packed blocks of this
+ * precision's panels: real parts, imaginary parts, their sums. 0, or 1 for
+ * another request. A: rows x cols = m x k; B: k x n. */
+ZOR_API int32_t zor_blas_sgemm_copya_ext(int32_t request, const char *trans, const int64_t *rows, const int64_t *cols,
+                                       const void *src, const int64_t *ld, void *re, void *im, void *sum,
+                                       const int64_t *panel_stride);
+ZOR_API int32_t zor_blas_sgemm_copyb_ext(int32_t request, const char *trans, const int64_t *rows, const int64_t *cols,
+                                       const void *src, const int64_t *ld, void *re, void *im, void *sum,
+                                       const int64_t *panel_stride);
+ZOR_API int32_t zor_blas_sgemm_copya_ext_bvr(int32_t request, const char *trans, const int64_t *rows, const int64_t *cols,
+                                       const void *src, const int64_t *ld, void *re, void *im, void *sum,
+                                       const int64_t *panel_stride);
+ZOR_API int32_t zor_blas_sgemm_copyb_ext_bvr(int32_t request, const char *trans, const int64_t *rows, const int64_t *cols,
+                                       const void *src, const int64_t *ld, void *re, void *im, void *sum,
+                                       const int64_t *panel_stride);
 
 #endif

@@ -225,3 +225,69 @@ TEST(GemmKernels, BetaZeroKernelsNeverReadC) {
 }
 
 }  // namespace
+
+namespace {
+
+// The extended copies give the panels that splitting the complex block into
+// real, imaginary (conjugated for 'C') and sum arrays and packing each with
+// the row's own copy gives.
+template <class R>
+void check_extended_copies() {
+  using G = Gemm<R>;
+  using Ext = int32_t (*)(int32_t, const char *, const int64_t *, const int64_t *, const void *, const int64_t *,
+                          void *, void *, void *, const int64_t *);
+  Rng rng(41);
+  for (int row : {0, 1})
+    for (char form : {'N', 'T', 'C'})
+      for (int64_t rows : {1, 5, 9})
+        for (int64_t cols : {1, 6}) {
+          SCOPED_TRACE(testing::Message() << "row " << row << " form " << form << " " << rows << "x" << cols);
+          Desc d = Desc::row<R>(row);
+          const bool plain = form == 'N';
+          const int64_t ld = (plain ? rows : cols) + 1;
+          std::vector<R> src(size_t(2 * ld * (plain ? cols : rows)));
+          for (auto &x : src) x = R(rng.uniform());
+          std::vector<R> parts[3];
+          for (auto &p : parts) p.assign(size_t(rows * cols), R(0));
+          for (int64_t c = 0; c < cols; ++c)
+            for (int64_t r = 0; r < rows; ++r) {
+              const R *e = &src[size_t(2 * (plain ? r + c * ld : c + r * ld))];
+              const R re = e[0], im = form == 'C' ? -e[1] : e[1];
+              parts[0][size_t(r + c * rows)] = re;
+              parts[1][size_t(r + c * rows)] = im;
+              parts[2][size_t(r + c * rows)] = re + im;
+            }
+          const int64_t kdepth = 16, astride = d->unroll_m * kdepth, bstride = 4 * kdepth;
+          for (bool is_a : {true, false}) {
+            const int64_t stride = is_a ? astride : bstride;
+            std::vector<AlignedVec<R>> got, want;
+            for (int t = 0; t < 3; ++t) {
+              got.emplace_back(size_t(stride * 4), R(-5));
+              want.emplace_back(size_t(stride * 4), R(-5));
+            }
+            Ext ext = reinterpret_cast<Ext>(is_a ? d->copy_a_ext : d->copy_b_ext);
+            ASSERT_EQ(ext(256, &form, &rows, &cols, src.data(), &ld, got[0].p, got[1].p, got[2].p, &stride), 0);
+            const R one = 1;
+            for (int t = 0; t < 3; ++t) {
+              if (is_a)
+                reinterpret_cast<void (*)(const int64_t *, const int64_t *, const R *, const int64_t *, R *,
+                                          const int64_t *, const R *)>(d->copy_an)(&rows, &cols, parts[t].data(),
+                                                                                   &rows, want[t].p, &stride, &one);
+              else
+                reinterpret_cast<void (*)(const int64_t *, const int64_t *, const R *, const int64_t *, R *,
+                                          const int64_t *, const void *)>(d->copy_bn)(&rows, &cols, parts[t].data(),
+                                                                                      &rows, want[t].p, &stride,
+                                                                                      nullptr);
+              ASSERT_EQ(std::memcmp(got[t].p, want[t].p, size_t(stride * 4) * sizeof(R)), 0) << is_a << t;
+            }
+            EXPECT_EQ(ext(4096, &form, &rows, &cols, src.data(), &ld, got[0].p, got[1].p, got[2].p, &stride), 1);
+          }
+        }
+}
+
+TEST(GemmPanels, ExtendedCopiesSplitComplexBlocks) {
+  check_extended_copies<double>();
+  check_extended_copies<float>();
+}
+
+}  // namespace
