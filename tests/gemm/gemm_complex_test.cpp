@@ -7,12 +7,15 @@
 
 #include <zor/core.h>
 #include <zor/gemm_complex.h>
+#include <zor/serv.h>
 
 #include <cmath>
+#include <thread>
 #include <vector>
 
 #include "common/reference_blas.h"
 #include "gemm/desc.hpp"
+#include "qalloc_module.h"
 #include "complex_testing.hpp"
 
 namespace {
@@ -342,6 +345,32 @@ TEST(ComplexGemmPanels, ConjugateBeforeAlphaAndTailWidths) {
     }
     if (row == 0) EXPECT_EQ(tail[4], Cx<float>(99, 99));  // compact: nothing past 4 steps
   }
+}
+
+// Without working memory plan 2 takes the small path and gives the product;
+// a pre-packed plan has no way round and returns 1.
+TYPED_TEST(ComplexGemm, FailedAllocation) {
+  using R = TypeParam;
+  std::thread([] {
+    Rng rng(6000);
+    void *first = zor_serv_allocate(64, 0);  // registers this thread with the pool
+    zor_serv_deallocate(first);
+    qalloc_fail_next(1);
+    Case<R> cs{"C", "N", 37, 21, 44, 45, 46, 39, {R(0.5), R(1)}, {R(0.25), R(-0.5)}, 8};
+    ASSERT_TRUE(run_case(cs, rng));
+
+    const int64_t m = 8, n = 4, k = 8, stride = 64;
+    std::vector<Cx<R>> a(256), b(256), c(m * n, Cx<R>(1, 1));
+    const Cx<R> one{1, 0};
+    zor_gemm_desc_storage storage;
+    auto *d = reinterpret_cast<zor_gemm_desc *>(&storage);
+    zor_blas_cgemm_zero_desc(d);
+    Prec<R>::optimal(d);
+    qalloc_fail_next(1);
+    EXPECT_EQ(Prec<R>::par("N", "N", &m, &n, &k, &one, a.data(), &stride, b.data(), &stride, &one, c.data(), &m, 64, d),
+              1);
+    for (const auto &x : c) EXPECT_EQ(x, Cx<R>(1, 1));
+  }).join();
 }
 
 }  // namespace
