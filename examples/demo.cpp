@@ -1,9 +1,58 @@
 // A first look at the library: who it is, what the provider says about the
-// processor, and the working-memory pool at work.
+// processor, the working-memory pool at work, and one call into each family.
 #include <cstdio>
+#include <vector>
 
+#include <zor/blas.h>
 #include <zor/core.h>
+#include <zor/gemm.h>
 #include <zor/serv.h>
+#include <zor/spblas.h>
+#include <zor/trans.h>
+
+namespace {
+
+// Vector kernels: y := 2x + y, then x . y. Every argument by reference.
+void vectors() {
+  const zor_int n = 5, one = 1;
+  const double two = 2.0;
+  double x[] = {1, 2, 3, 4, 5}, y[] = {1, 1, 1, 1, 1};
+  zor_blas_xdaxpy(&n, &two, x, &one, y, &one);
+  std::printf("daxpy: y = 2x + 1 = [%g %g %g %g %g], x . y = %g\n", y[0], y[1], y[2], y[3], y[4],
+              zor_blas_xddot(&n, x, &one, y, &one));
+}
+
+// The packed GEMM engine: C := A B for 300 x 300 matrices of ones.
+void matrix_multiply() {
+  const int64_t n = 300;
+  const double alpha = 1.0, beta = 0.0;
+  std::vector<double> a(n * n, 1.0), b(n * n, 1.0), c(n * n, -1.0);
+  zor_blas_xdgemm("N", "N", &n, &n, &n, &alpha, a.data(), &n, b.data(), &n, &beta, c.data(), &n);
+  std::printf("dgemm: 300 x 300 ones times ones, every entry %g (c[0] = %g, c[last] = %g)\n", double(n), c[0],
+              c[n * n - 1]);
+}
+
+// Matrix copy: the transpose of a 2 x 3 row-major matrix.
+void transpose() {
+  const double a[] = {1, 2, 3, 4, 5, 6};
+  double b[6] = {};
+  zor_trans_zor_domatcopy('R', 'T', 2, 3, 1.0, a, 3, b, 2);
+  std::printf("domatcopy: [1 2 3; 4 5 6]^T = [%g %g; %g %g; %g %g]\n", b[0], b[1], b[2], b[3], b[4], b[5]);
+}
+
+// Sparse: y += A x for the 3 x 3 second-difference matrix in zero-based CSR.
+void sparse() {
+  const double vals[] = {2, -1, -1, 2, -1, -1, 2};
+  const int64_t cols[] = {0, 1, 0, 1, 2, 1, 2};
+  const int64_t row_begin[] = {0, 2, 5}, row_end[] = {2, 5, 7};
+  const int64_t first = 1, last = 3, m = 3;
+  const double alpha = 1.0, x[] = {1, 2, 3};
+  double y[3] = {0, 0, 0};
+  zor_spblas_dcsr0ng__c__mvout_par(&first, &last, &m, &alpha, vals, cols, row_begin, row_end, x, y);
+  std::printf("sparse mv: tridiag(-1, 2, -1) [1 2 3] = [%g %g %g]\n", y[0], y[1], y[2]);
+}
+
+}  // namespace
 
 int main() {
   char version[198];
@@ -30,5 +79,10 @@ int main() {
   zor_serv_freebuffers();
   bytes = zor_serv_zor_memstat(&buffers);
   std::printf("after freebuffers: %d buffers, %lld bytes\n", buffers, static_cast<long long>(bytes));
+
+  vectors();
+  matrix_multiply();
+  transpose();
+  sparse();
   return 0;
 }
