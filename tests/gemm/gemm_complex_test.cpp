@@ -242,7 +242,7 @@ TYPED_TEST(ComplexGemm, PrepackedPlans) {
       ASSERT_EQ(P::get_kernel(row, d), 0);
       zor_blas_cgemm_set_blks_size(64, 64, 64, d);
       // Packed operands: A with alpha in, panel strides for depth k' = 32.
-      const int64_t um = row == 0 ? (sizeof(R) == 4 ? 4 : 2) : (sizeof(R) == 4 ? 4 : 2);
+      const int64_t um = sizeof(R) == 4 ? 4 : 2;  // A panel width in both rows
       const int64_t kp = 32, a_stride = um * kp, b_stride = kp * 2;
       const int64_t a_panels = (m + um - 1) / um, b_panels = (n + 1) / 2;
       std::vector<Cx<R>> apack(a_panels * a_stride + 16), bpack(b_panels * b_stride + 16);
@@ -260,8 +260,8 @@ TYPED_TEST(ComplexGemm, PrepackedPlans) {
       const bool pa = plan == 8 || plan == 64, pb = plan == 32 || plan == 64;
       const int64_t lda = pa ? a_stride : m, ldb = pb ? b_stride : k;
       // With A pre-packed, alpha is already in it.
-      const Cx<R> *al = pa && plan != 64 ? &one : &alpha;
-      ASSERT_EQ(P::par("N", "N", &m, &n, &k, plan == 64 ? &one : al, pa ? (void *)ap : a.data(), &lda,
+      const Cx<R> *al = pa ? &one : &alpha;
+      ASSERT_EQ(P::par("N", "N", &m, &n, &k, al, pa ? (void *)ap : a.data(), &lda,
                        pb ? (void *)bp : b.data(), &ldb, &beta, c.data(), &m, plan, d),
                 0)
           << "plan " << plan;
