@@ -43,6 +43,7 @@ template <> struct RealEngine<Z> {
 };
 
 constexpr int64_t kBlockM = 1000, kBlockN = 1000, kBlockK = 128;
+constexpr int32_t kSplitRequest = 256;  // extended copy: split into real, imaginary, sum panels
 
 bool form_of(const char *flag, Form *f) {
   switch (*flag) {
@@ -179,34 +180,26 @@ bool packed_route(Form fa, Form fb, const char *transa, const char *transb, int6
   const int64_t m = M, n = N, k = K;
   d->get_bufs_size(kReqAB, kModeWorking, &m, &n, &k, d);
   const int64_t ldt = M < kBlockM ? M : kBlockM;
-  const bool ext = d->copy_a_ext != nullptr && d->copy_b_ext != nullptr;
-  // Without the row's extended copies the split goes through plain arrays
-  // and the row's own copy packs each of them.
-  const uint64_t split_bytes = ext ? 0 : 3 * uint64_t(kBlockK) * uint64_t(kBlockM > kBlockN ? kBlockM : kBlockN) * sizeof(R) + 128;
   void *a_area = zor_serv_allocate(3 * uint64_t(d->a_bytes) + 384, 128);
   void *b_area = zor_serv_allocate(3 * uint64_t(d->b_bytes) + 384, 128);
   void *t_area = zor_serv_allocate(3 * uint64_t(ldt) * uint64_t(N + 4) * sizeof(R) + 128, 128);
-  void *s_area = split_bytes ? zor_serv_allocate(split_bytes, 128) : nullptr;
   auto release = [&] {
     zor_serv_deallocate(a_area);
     zor_serv_deallocate(b_area);
     zor_serv_deallocate(t_area);
-    zor_serv_deallocate(s_area);
   };
   if (zor_serv_check_ptr(a_area, "xgemm3m") != 0 || zor_serv_check_ptr(b_area, "xgemm3m") != 0 ||
-      zor_serv_check_ptr(t_area, "xgemm3m") != 0 || (split_bytes && zor_serv_check_ptr(s_area, "xgemm3m") != 0)) {
+      zor_serv_check_ptr(t_area, "xgemm3m") != 0) {
     release();
     return false;
   }
-  R *ap[3], *bp[3], *tp[3], *sp[3];
+  R *ap[3], *bp[3], *tp[3];
   char *at = static_cast<char *>(a_area);
   for (int t = 0; t < 3; ++t, at += d->a_bytes) ap[t] = reinterpret_cast<R *>(at = align128(at));
   at = static_cast<char *>(b_area);
   for (int t = 0; t < 3; ++t, at += d->b_bytes) bp[t] = reinterpret_cast<R *>(at = align128(at));
   R *tbase = reinterpret_cast<R *>(align128(t_area));
   for (int t = 0; t < 3; ++t) tp[t] = tbase + t * ldt * (N + 4);
-  R *sbase = s_area ? reinterpret_cast<R *>(align128(s_area)) : nullptr;
-  for (int t = 0; t < 3; ++t) sp[t] = sbase ? sbase + t * kBlockK * (kBlockM > kBlockN ? kBlockM : kBlockN) : nullptr;
 
   const R one = 1, zero = 0;
   const int64_t a_stride = d->a_panel_stride, b_stride = d->b_panel_stride;
@@ -215,21 +208,11 @@ bool packed_route(Form fa, Form fb, const char *transa, const char *transb, int6
     for (int64_t l = 0; l < K; l += kBlockK) {
       int64_t kb = K - l < kBlockK ? K - l : kBlockK;
       const R *asrc = at_op(a, lda, fa, i, l);
-      if (ext) {
-        d->copy_a_ext(256, transa, &mb, &kb, asrc, &lda, ap[0], ap[1], ap[2], &a_stride);
-      } else {
-        split3_by_form<T>(fa, mb, kb, asrc, lda, sp[0], sp[1], sp[2]);
-        for (int t = 0; t < 3; ++t) d->copy_an(&mb, &kb, sp[t], &mb, ap[t], &a_stride, &one);
-      }
+      d->copy_a_ext(kSplitRequest, transa, &mb, &kb, asrc, &lda, ap[0], ap[1], ap[2], &a_stride);
       for (int64_t j = 0; j < N; j += kBlockN) {
         int64_t nb = N - j < kBlockN ? N - j : kBlockN;
         const R *bsrc = at_op(b, ldb, fb, l, j);
-        if (ext) {
-          d->copy_b_ext(256, transb, &kb, &nb, bsrc, &ldb, bp[0], bp[1], bp[2], &b_stride);
-        } else {
-          split3_by_form<T>(fb, kb, nb, bsrc, ldb, sp[0], sp[1], sp[2]);
-          for (int t = 0; t < 3; ++t) d->copy_bn(&kb, &nb, sp[t], &kb, bp[t], &b_stride, nullptr);
-        }
+        d->copy_b_ext(kSplitRequest, transb, &kb, &nb, bsrc, &ldb, bp[0], bp[1], bp[2], &b_stride);
         for (int t = 0; t < 3; ++t) {
           if (E::xgemm_par("N", "N", &mb, &nb, &kb, &one, ap[t], &a_stride, bp[t], &b_stride, l == 0 ? &zero : &one,
                            tp[t] + j * ldt, &ldt, kPlanPrepackedAB, d) != 0) {
@@ -322,7 +305,8 @@ void xgemm3m(const char *transa, const char *transb, const int64_t *m_, const in
   if (zor_blas_cgemm_api_support() != 0) {
     zor_blas_cgemm_zero_desc(&d);
     E::optimal_kernel(&d);
-    packed = (d.plan_mask & kPlanMask3m) != 0 && (d.plan_mask & kPlanPrepackedAB) != 0;
+    packed = (d.plan_mask & kPlanMask3m) != 0 && (d.plan_mask & kPlanPrepackedAB) != 0 && d.copy_a_ext != nullptr &&
+             d.copy_b_ext != nullptr;
   }
   if (!flags_known) return;  // an unknown flag: no update of C
   if (packed) {
