@@ -29,7 +29,7 @@ void tiles_row0(int64_t panels, int64_t kp, const typename T::real *a, int64_t a
 #pragma GCC unroll 4
     for (int j = 0; j < W; ++j) x0[j] = x1[j] = zero<V>();
     for (int64_t l = 0; l < kp; l += 4) {
-#pragma GCC unroll 1
+#pragma GCC unroll 2
       for (int s = 0; s < 4; ++s) {
         const V a0 = load_a(ap), a1 = load_a(ap + L);
 #pragma GCC unroll 4
