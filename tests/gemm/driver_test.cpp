@@ -148,23 +148,6 @@ TEST(GemmDriver, LaterRowWithSmallAndLargeSecondLevelCache) {
   zor_core_unforce(ZOR_CORE_L2_SIZE);
 }
 
-// Both rows sum each element in the same order: their blocked results agree
-// bit for bit.
-TEST(GemmDriver, RowsAgreeBitForBit) {
-  Rng rng0(5), rng1(5);
-  Problem<double> p0('T', 'N', 203, 61, 530, 1, 0.7, 0.2, 0, rng0);
-  Problem<double> p1('T', 'N', 203, 61, 530, 1, 0.7, 0.2, 0, rng1);
-  {
-    ForceRow force(0);
-    p0.run_ours();
-  }
-  {
-    ForceRow force(1);
-    p1.run_ours();
-  }
-  EXPECT_EQ(std::memcmp(p0.c.data(), p1.c.data(), p0.c.buf.size() * sizeof(double)), 0);
-}
-
 TEST(GemmDriver, SpecialScalarsAndEmptyShapes) {
   for (int row : {0, 1}) {
     ForceRow force(row);

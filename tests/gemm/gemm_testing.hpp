@@ -30,14 +30,9 @@ template <class R> struct Gemm;
   template <> struct Gemm<R> {                                                     \
     static constexpr auto xgemm = zor_blas_x##p##gemm;                             \
     static constexpr auto xgemm_par = zor_blas_x##p##gemm_par;                     \
-    static constexpr auto mscale = zor_blas_##p##gemm_mscale;                      \
     static constexpr auto get_kernel = zor_blas_##p##gemm_get_kernel;              \
-    static constexpr auto get_optimal_kernel = zor_blas_##p##gemm_get_optimal_kernel; \
     static constexpr auto get_blks_size = zor_blas_##p##gemm_get_blks_size;        \
     static constexpr auto get_blks_size_bvr = zor_blas_##p##gemm_get_blks_size_bvr; \
-    static constexpr auto get_bufs_size = zor_blas_##p##gemm_get_bufs_size;        \
-    static constexpr auto get_bufs = zor_blas_##p##gemm_get_bufs;                  \
-    static constexpr auto free_bufs = zor_blas_##p##gemm_free_bufs;                \
     static constexpr auto copyan = zor_blas_##p##gemm_copyan;                      \
     static constexpr auto copyat = zor_blas_##p##gemm_copyat;                      \
     static constexpr auto copybn = zor_blas_##p##gemm_copybn;                      \
@@ -46,7 +41,6 @@ template <class R> struct Gemm;
     static constexpr auto copyat_bvr = zor_blas_##p##gemm_copyat_bvr;              \
     static constexpr auto copybn_bvr = zor_blas_##p##gemm_copybn_bvr;              \
     static constexpr auto copybt_bvr = zor_blas_##p##gemm_copybt_bvr;              \
-    static constexpr char letter = #p[0];                                          \
   };
 ZOR_TEST_GEMM_API(double, d)
 ZOR_TEST_GEMM_API(float, s)
