@@ -100,8 +100,10 @@ void alternate(ComplexSum<R, Conj> &s, XS &xs, YS &ys, int64_t nv) {
 
 template <class R, bool Conj, int Main, int KX, int KY>
 void unit_vectors(ComplexSum<R, Conj> &s, const cplx<R> *x, const cplx<R> *y, int64_t nv) {
-  InStream<R, KX> xs(reinterpret_cast<const R *>(x));
-  InStream<R, KY> ys(reinterpret_cast<const R *>(y));
+  const R *xr = &x->re, *yr = &y->re;
+  const int64_t reals = nv * kLanes<R>;  // what the vectors cover
+  InStream<R, KX, true> xs(xr, xr + reals);
+  InStream<R, KY, true> ys(yr, yr + reals);
   alternate<R, Conj, Main>(s, xs, ys, nv);
 }
 
@@ -182,8 +184,8 @@ cplx<double> zdot_second(int64_t n, const cplx<double> *x, int64_t incx, const c
   if (n < 1) return {0, 0};
   if (incx != 1 || incy != 1 || !aligned_to(x, 8) || !aligned_to(y, 8)) return scalar_loop(s, n, x, incx, y, incy);
   auto run = [&]<int KX, int KY>() {
-    InStream<double, KX> xs(&x->re);
-    InStream<double, KY> ys(&y->re);
+    InStream<double, KX, true> xs(&x->re, &x->re + 2 * n);
+    InStream<double, KY, true> ys(&y->re, &y->re + 2 * n);
     int64_t i = 0;
     for (; i + 8 <= n; i += 8)
       for (int j = 0; j < 8; j += 2) {

@@ -76,8 +76,8 @@ bool vector_ladder(Sum &s, int64_t &nv) {
 // ---------------------------------------------------------------- double
 template <int KX, int KY>
 double ddot_vectors(int64_t n, const double *x, const double *y, simd::f64x2 b, bool peeled) {
-  InStream<double, KX> xs(x);
-  InStream<double, KY> ys(y);
+  InStream<double, KX, true> xs(x, x + n);
+  InStream<double, KY, true> ys(y, y + n);
   PairSum<double, decltype(xs), decltype(ys)> s{xs, ys, simd::zero<simd::f64x2>(), b};
   int64_t nv = n / 2;
   bool one_ran = vector_ladder<16>(s, nv);
@@ -130,7 +130,7 @@ double ddot(int64_t n, const double *x, int64_t incx, const double *y, int64_t i
 template <int KY>
 float sdot_vectors(int64_t n, const float *x, const float *y, simd::f32x4 b) {
   InStream<float, 0> xs(x);
-  InStream<float, KY> ys(y);
+  InStream<float, KY, true> ys(y, y + n);
   PairSum<float, decltype(xs), decltype(ys)> s{xs, ys, simd::zero<simd::f32x4>(), b};
   int64_t nv = n / 4;
   bool one_ran = vector_ladder<8>(s, nv);

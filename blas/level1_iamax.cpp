@@ -6,7 +6,8 @@
 // Real forms: the first element is the start; elements from the second on
 // are taken one by one until the second element's address is 16-byte
 // aligned (with a base not aligned to the element, all of them). Then each
-// vector lane keeps a running extreme and its position, replaced when the
+// vector lane (four sets of lanes taking successive vectors in turn) keeps a
+// running extreme and its position, replaced when the
 // candidate is not less than or equal to the lane's value (amin: not greater
 // than or equal); the lane value itself is the vector max (min), which keeps
 // the numeric value against a NaN candidate while recording its position.
@@ -38,7 +39,6 @@ template <class R> struct Positions;
 template <> struct Positions<double> {
   using P = f64x2;
   static P start(int64_t first) { return simd::make(double(first), double(first + 1)); }
-  static P step() { return simd::splat(2.0); }
   static P add(P a, P b) { return simd::add(a, b); }
   static P splat(int64_t v) { return simd::splat(double(v)); }
   static void lanes(P p, int64_t *out) {
@@ -50,7 +50,6 @@ template <> struct Positions<double> {
 template <> struct Positions<float> {
   using P = simd::i32x4;
   static P start(int64_t first) { return simd::make_i32(int(first), int(first + 1), int(first + 2), int(first + 3)); }
-  static P step() { return simd::splat_i32(4); }
   static P add(P a, P b) { return simd::add_i32(a, b); }
   static P splat(int64_t v) { return simd::splat_i32(int(v)); }
   static void lanes(P p, int64_t *out) {
@@ -76,35 +75,46 @@ int64_t real_extreme(int64_t n, const R *x, int64_t incx) {
   if (n == 1) return 1;
   R best = std::fabs(x[0]);
   int64_t at = 1, i = 1;  // i: 0-based index of the next element
-  bool lanes_ok = aligned_to(x, sizeof(R)) && (sizeof(R) == 8 || n < (int64_t(1) << 31) - 8);
+  bool lanes_ok = aligned_to(x, sizeof(R)) && (sizeof(R) == 8 || n < (int64_t(1) << 31) - 64);
   if (incx == 1 && lanes_ok)
     while (i < n && !aligned_to(x + i, 16)) scalar_step<Max>(std::fabs(x[i]), i + 1, best, at), ++i;
   if (lanes_ok && n - i >= L) {
-    V m = simd::splat(best);
-    typename Pos::P p = Pos::splat(at), cur = Pos::start(i + 1), step = Pos::step();
-    auto lane_step = [&](V v) {
-      V keep = Max ? simd::cmp_le(v, m) : simd::cmp_le(m, v);
-      p = simd::select(keep, p, cur);
-      m = Max ? simd::max(v, m) : simd::min(v, m);
-      cur = Pos::add(cur, step);
-    };
-    if (incx == 1) {
-      for (; i + L <= n; i += L) lane_step(simd::abs(simd::load_a(x + i)));
-    } else {
-      for (; i + L <= n; i += L) {
-        alignas(16) R g[L];
-        for (int j = 0; j < L; ++j) g[j] = x[(i + j) * incx];
-        lane_step(simd::abs(simd::load_a(g)));
-      }
+    // Four independent sets of lanes take successive vectors in turn, so
+    // that the running extremes are not one chain of dependent compares.
+    constexpr int Sets = 4;
+    V m[Sets];
+    typename Pos::P p[Sets], cur[Sets];
+    const typename Pos::P step = Pos::splat(int64_t(Sets) * L);
+    for (int k = 0; k < Sets; ++k) {
+      m[k] = simd::splat(best);
+      p[k] = Pos::splat(at);
+      cur[k] = Pos::start(i + 1 + k * L);
     }
-    alignas(16) R mv[L];
-    int64_t pv[L];
-    simd::store_a(mv, m);
-    Pos::lanes(p, pv);
+    auto lane_step = [&](int k, V v) ZOR_HOT {
+      V keep = Max ? simd::cmp_le(v, m[k]) : simd::cmp_le(m[k], v);
+      p[k] = simd::select(keep, p[k], cur[k]);
+      m[k] = Max ? simd::max(v, m[k]) : simd::min(v, m[k]);
+      cur[k] = Pos::add(cur[k], step);
+    };
+    auto load = [&](int64_t j) ZOR_HOT {
+      if (incx == 1) return simd::abs(simd::load_a(x + j));
+      alignas(16) R g[L];
+      for (int l = 0; l < L; ++l) g[l] = x[(j + l) * incx];
+      return simd::abs(simd::load_a(g));
+    };
+    for (; i + Sets * L <= n; i += Sets * L)
+      for (int k = 0; k < Sets; ++k) lane_step(k, load(i + k * L));
+    for (int k = 0; i + L <= n; i += L, ++k) lane_step(k, load(i));
+    alignas(16) R mv[Sets * L];
+    int64_t pv[Sets * L];
+    for (int k = 0; k < Sets; ++k) {
+      simd::store_a(mv + k * L, m[k]);
+      Pos::lanes(p[k], pv + k * L);
+    }
     R ext = mv[0];
-    for (int j = 1; j < L; ++j) ext = Max ? (mv[j] > ext ? mv[j] : ext) : (mv[j] < ext ? mv[j] : ext);
+    for (int j = 1; j < Sets * L; ++j) ext = Max ? (mv[j] > ext ? mv[j] : ext) : (mv[j] < ext ? mv[j] : ext);
     best = ext, at = std::numeric_limits<int64_t>::max();
-    for (int j = 0; j < L; ++j)
+    for (int j = 0; j < Sets * L; ++j)
       if (mv[j] == ext && pv[j] < at) at = pv[j];
   }
   for (; i < n; ++i) scalar_step<Max>(std::fabs(x[i * incx]), i + 1, best, at);

@@ -7,9 +7,9 @@
 // A stream that stays out of phase (4, 8 or 12 bytes) is read by shift-merge
 // of consecutive aligned vectors and, when it is written, written back by the
 // same merge, so that every load and store in the loop is an aligned one.
-// Nothing outside the stream's own elements is written; the aligned reads at
-// either end of a shifted stream may touch bytes of the same 16-byte block
-// outside it, which cannot fault.
+// Nothing outside the stream's own elements is written; a shifted stream's
+// first aligned read takes the bytes of its 16-byte block before the stream
+// (which cannot fault), and its reads end inside the stream.
 //
 // Strided skeleton: a negative increment starts at the far end; four
 // elements per pass, then the rest one by one, in element order (so that an
@@ -98,27 +98,39 @@ struct Factor {
 inline bool alternative_kernel() { return zor_serv_get_microarchitecture() == 33; }
 
 // Consecutive vectors of a stream that starts K bytes past a 16-byte
-// boundary, read with aligned loads only.
-template <class R, int K>
+// boundary, read with aligned loads only. With Bounded, the aligned vector
+// that would reach past `end` (one past the stream's last real) is read
+// element by element instead, so that nothing outside the stream is read at
+// the far end.
+template <class R, int K, bool Bounded = false>
 struct InStream {
   using V = vec_t<R>;
   static constexpr int L = kLanes<R>;
   const R *a;
+  const R *end;
   V prev;
-  explicit InStream(const R *p) : a(p - K / int(sizeof(R))) { prev = simd::load_a(a); }
+  explicit InStream(const R *p, const R *stream_end = nullptr) : a(p - K / int(sizeof(R))), end(stream_end) {
+    prev = load_within(a);
+  }
+  ZOR_HOT V load_within(const R *block) const {
+    if (!Bounded || block + L <= end) return simd::load_a(block);
+    alignas(16) R t[L] = {};
+    for (int j = 0; j < L && block + j < end; ++j) t[j] = block[j];
+    return simd::load_a(t);
+  }
   ZOR_HOT V next() {
-    V nx = simd::load_a(a + L);
+    V nx = load_within(a + L);
     V v = simd::shift_merge<K>(prev, nx);
     prev = nx;
     a += L;
     return v;
   }
 };
-template <class R>
-struct InStream<R, 0> {
+template <class R, bool Bounded>
+struct InStream<R, 0, Bounded> {
   using V = vec_t<R>;
   const R *a;
-  explicit InStream(const R *p) : a(p) {}
+  explicit InStream(const R *p, const R * = nullptr) : a(p) {}
   ZOR_HOT V next() {
     V v = simd::load_a(a);
     a += kLanes<R>;
@@ -170,11 +182,15 @@ struct OutStream<R, 0> {
   void finish() {}
 };
 
-// Runs `nv` vectors of both streams: main step Main, then Main/2, ..., 1.
+// Runs `nv` vectors of both streams: main step Main, then Main/2, ..., 1;
+// returns how many it ran. A shifted stream's last vector is left to the
+// scalar tail, so that its reads end inside the stream.
 template <class Op, int Kx, int Ky, int Main>
-void run_vectors(const Op &op, int64_t nv, typename Op::R *x, typename Op::R *y) {
+int64_t run_vectors(const Op &op, int64_t nv, typename Op::R *x, typename Op::R *y) {
   using R = typename Op::R;
   using V = vec_t<R>;
+  if constexpr ((Op::reads_x && Kx != 0) || (Op::reads_y && Ky != 0)) --nv;
+  const int64_t done = nv;
   InStream<R, Op::reads_x ? Kx : 0> xi(x);
   InStream<R, Op::reads_y ? Ky : 0> yi(y);
   OutStream<R, Op::writes_x ? Kx : 0> xo(x);
@@ -227,10 +243,11 @@ void run_vectors(const Op &op, int64_t nv, typename Op::R *x, typename Op::R *y)
   ladder.template operator()<Main / 2>(ladder);
   if constexpr (Op::writes_x) xo.finish();
   if constexpr (Op::writes_y) yo.finish();
+  return done;
 }
 
 template <class Op, int Kx, int Main>
-void dispatch_y(const Op &op, int64_t nv, typename Op::R *x, typename Op::R *y) {
+int64_t dispatch_y(const Op &op, int64_t nv, typename Op::R *x, typename Op::R *y) {
   switch (phase(y)) {
     case 0: return run_vectors<Op, Kx, 0, Main>(op, nv, x, y);
     case 8:
@@ -260,13 +277,13 @@ void unit_path(const Op &op, int64_t n, typename Op::E *x, typename Op::E *y) {
     R *xr = reinterpret_cast<R *>(x), *yr = reinterpret_cast<R *>(y);
     int kx = (Op::reads_x || Op::writes_x) ? phase(x) : 0;
     switch (kx) {
-      case 0: dispatch_y<Op, 0, Main>(op, nv, xr, yr); break;
+      case 0: nv = dispatch_y<Op, 0, Main>(op, nv, xr, yr); break;
       case 4:
-        if constexpr (sizeof(R) == 4) dispatch_y<Op, 4, Main>(op, nv, xr, yr);
+        if constexpr (sizeof(R) == 4) nv = dispatch_y<Op, 4, Main>(op, nv, xr, yr);
         break;
-      case 8: dispatch_y<Op, 8, Main>(op, nv, xr, yr); break;
+      case 8: nv = dispatch_y<Op, 8, Main>(op, nv, xr, yr); break;
       case 12:
-        if constexpr (sizeof(R) == 4) dispatch_y<Op, 12, Main>(op, nv, xr, yr);
+        if constexpr (sizeof(R) == 4) nv = dispatch_y<Op, 12, Main>(op, nv, xr, yr);
         break;
       default: break;
     }

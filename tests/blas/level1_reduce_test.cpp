@@ -121,9 +121,9 @@ TEST(Norms, DoubleNormsWalkForwardAndScale) {
   double tiny[2] = {3e-300, 4e-300};
   int64_t two = 2;
   EXPECT_DOUBLE_EQ(zor_blas_dnrm2(&two, tiny, &one), 5e-300);
-  cdouble z[2] = {{3e200, 0}, {0, 4e200}};
-  EXPECT_DOUBLE_EQ(zor_blas_dznrm2(&two, z, &minus2) , zor_blas_dznrm2(&two, z, &plus2));
-  EXPECT_DOUBLE_EQ(zor_blas_dznrm2(&two, z, &one), 5e200);
+  cdouble z[3] = {{3e200, 0}, {7, 7}, {0, 4e200}};
+  EXPECT_EQ(zor_blas_dznrm2(&two, z, &minus2), zor_blas_dznrm2(&two, z, &plus2));
+  EXPECT_DOUBLE_EQ(zor_blas_dznrm2(&two, z, &plus2), 5e200);
   float big[2] = {3e30f, 4e30f};
   EXPECT_FLOAT_EQ(zor_blas_snrm2(&two, big, &one), 5e30f);
 }

@@ -286,6 +286,44 @@ TEST(Sparse, AgainstDefinitions) {
   }
 }
 
+// Vectors that end exactly where their heap block ends, one stream shifted
+// by one element: under the address sanitizer, a read past the end fails.
+TEST(Streams, ShiftedStreamsReadNothingPastTheirEnd) {
+  for (int64_t k = 2; k < 48; ++k) {
+    std::vector<double> ref(size_t(k - 1));
+    auto *a = new double[size_t(k)], *b = new double[size_t(k)];
+    auto *f = new float[size_t(k)], *g = new float[size_t(k)];
+    auto *z = new cdouble[size_t(k)], *w = new cdouble[size_t(k)];
+    for (int64_t i = 0; i < k; ++i) a[i] = double(i), b[i] = 1.0, f[i] = float(i), g[i] = 2.0f, z[i] = w[i] = cdouble(1, 1);
+    int64_t n = k - 1, one = 1;
+    double alpha = 2.0, d = 0;
+    float fa = 1.0f, fd = 0;
+    cdouble za(1, 0), zr;
+    cfloat cr;
+    zor_blas_xdaxpy(&n, &alpha, a + 1, &one, b, &one);
+    zor_blas_xdaxpy(&n, &alpha, a, &one, b + 1, &one);
+    d += zor_blas_xddot(&n, a + 1, &one, b, &one) + zor_blas_xddot(&n, a, &one, b + 1, &one);
+    zor_blas_xdswap(&n, a + 1, &one, b, &one);
+    zor_blas_xdcopy(&n, a + 1, &one, b, &one);
+    zor_blas_xsaxpy(&n, &fa, f + 1, &one, g, &one);
+    fd += zor_blas_xsdot(&n, f + 1, &one, g, &one) + zor_blas_xsdot(&n, f, &one, g + 1, &one);
+    int64_t cm = (k - 1) / 2;  // single complex, y 4 bytes off
+    zor_blas_xcdotc(&cr, &cm, reinterpret_cast<cfloat *>(f), &one, reinterpret_cast<cfloat *>(g + 1), &one);
+    for_both_kernels([&] {
+      int64_t m = k / 2;  // complex elements 8 bytes off: the doubles at offset 1
+      auto zs = reinterpret_cast<cdouble *>(reinterpret_cast<double *>(z) + 1);
+      zor_blas_zdotc(&zr, &n, z + 1, &one, w, &one);
+      if (m > 1) {
+        int64_t m1 = m - 1;
+        zor_blas_zdotu(&zr, &m1, zs, &one, w, &one);
+        zor_blas_xzaxpy(&m1, &za, zs, &one, w, &one);
+      }
+    });
+    EXPECT_TRUE(std::isfinite(d) && std::isfinite(fd));
+    delete[] a, delete[] b, delete[] f, delete[] g, delete[] z, delete[] w;
+  }
+}
+
 // The provider's entries forward to the kernels, return at once for n < 1,
 // and report a missing argument without writing.
 TEST(CheckedEntries, ForwardAndRefuseMissingArguments) {
@@ -306,7 +344,8 @@ TEST(CheckedEntries, ForwardAndRefuseMissingArguments) {
   EXPECT_NE(text.find("SDOT parameter number 2"), std::string::npos) << text;
   EXPECT_EQ(y[0], 1.0);
   float fx[3] = {1, 2, 3}, fy[3] = {1, 1, 1}, fa = 1;
-  zor_blas_saxpy(&n, &fa, fx, &one, fy, &zero);
+  int64_t three = 3;
+  zor_blas_saxpy(&three, &fa, fx, &one, fy, &zero);
   EXPECT_EQ(fy[0], 7.0f);
   cfloat cx[2] = {{1, 2}, {3, 4}}, cy[2] = {{1, 0}, {0, 1}}, r;
   int64_t two = 2;
