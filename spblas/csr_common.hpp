@@ -92,11 +92,12 @@ struct Contiguous {
   E &operator()(int64_t i) const { return p[i]; }
 };
 
-// Column j (zero-based) of a dense operand in convention c (row-major) or f.
+// Column j (zero-based) of a dense operand in convention c (row-major,
+// strided) or f (column-major, contiguous).
 template <int Base, class E>
-inline Strided<E> dense_column(E *a, int64_t ld, int64_t j) {
-  if constexpr (Base == 0) return {a + j, ld};
-  else return {a + j * ld, 1};
+inline auto dense_column(E *a, int64_t ld, int64_t j) {
+  if constexpr (Base == 0) return Strided<E>{a + j, ld};
+  else return Contiguous<E>{a + j * ld};
 }
 
 // Rows of a chunked loop: count = rows / min(rows, R) chunks, the last one

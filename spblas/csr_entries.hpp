@@ -50,22 +50,49 @@ void csr_mm_par(const I *first, const I *last, const I *m, const I *k, const P *
   const E *bb = elems<T>(b);
   E *cc = elems<T>(c);
   int64_t lb = *ldb, lc = *ldc;
-  if constexpr (K.base == 1 && K.structure == 'g' && (K.op == 'n' || K.op == 's')) {
-    using W = MmWeights<T::letter, K.op>;
-    MmPlan plan = mm_plan<sizeof(I) == 4>(rows, int64_t(row_end[rows - 1]), int64_t(*k), W::p, W::q);
-    if (plan.blocked) {
-      for (int64_t blk = 0; blk < plan.nblocks; ++blk) {
-        int64_t r0 = 1 + blk * plan.block, r1 = (blk == plan.nblocks - 1) ? rows : r0 + plan.block - 1;
-        for (int64_t j = lo - 1; j < hi; ++j)
-          mv_rows<T, K>(a, al, Strided<const E>{bb + j * lb, 1}, Strided<E>{cc + j * lc, 1}, r0, r1);
+  if constexpr (K.structure == 'g' && (K.op == 'n' || K.op == 's')) {
+    // Row-major operands: each row is read once for four dense columns at
+    // a time; every column keeps the bits of its own dot.
+    constexpr bool cj = K.op == 's';
+    int64_t rs = K.base == 0 ? lb : 1, cs = K.base == 0 ? 1 : lb;
+    auto at = [&](int64_t i, int64_t j) -> E & { return K.base == 0 ? cc[(i - 1) * lc + j] : cc[j * lc + i - 1]; };
+    auto rows_of = [&](int64_t r0, int64_t r1, int64_t j0, int64_t j1) {
+      constexpr int64_t ahead = 16;
+      for (int64_t i = r0; i <= r1; ++i) {
+        if (i + ahead <= r1) touch_row_columns(a, i + ahead, bb + j0 * cs, rs, cs, int(j1 - j0 < 4 ? j1 - j0 : 4));
+        int64_t p = a.begin(i), q = a.end(i);
+        if (q - p < 1) continue;
+        E s[4];
+        int64_t j = j0;
+        for (; j + 4 <= j1; j += 4) {
+          row_dot_columns<cj, 4>(a, p, q, bb + j * cs, rs, cs, s);
+          for (int t = 0; t < 4; ++t) at(i, j + t) = at(i, j + t) + al * s[t];
+        }
+        for (; j < j1; ++j) {
+          row_dot_columns<cj, 1>(a, p, q, bb + j * cs, rs, cs, s);
+          at(i, j) = at(i, j) + al * s[0];
+        }
       }
-      return;
+    };
+    if constexpr (K.base == 1) {
+      // Column-major: one column at a time keeps a single x stream, which
+      // random columns need; the cache rule decides whether the rows go in
+      // blocks whose entries stay in cache while the columns pass over them.
+      using W = MmWeights<T::letter, K.op>;
+      MmPlan plan = mm_plan<sizeof(I) == 4>(rows, int64_t(row_end[rows - 1]), int64_t(*k), W::p, W::q);
+      int64_t nblocks = plan.blocked ? plan.nblocks : 1, block = plan.blocked ? plan.block : rows;
+      for (int64_t blk = 0; blk < nblocks; ++blk) {
+        int64_t r0 = 1 + blk * block, r1 = (blk == nblocks - 1) ? rows : r0 + block - 1;
+        for (int64_t j = lo - 1; j < hi; ++j)
+          mv_rows<T, K>(a, al, Contiguous<const E>{bb + j * lb}, Contiguous<E>{cc + j * lc}, r0, r1);
+      }
+    } else {
+      rows_of(1, rows, lo - 1, hi);  // row-major: each row once for the whole range
     }
+    return;
   }
   for (int64_t j = lo - 1; j < hi; ++j) {
-    Strided<const E> x = dense_column<K.base>(bb, lb, j);
-    Strided<E> y = dense_column<K.base>(cc, lc, j);
-    mv_all<T, K>(a, al, x, y, rows);
+    mv_all<T, K>(a, al, dense_column<K.base>(bb, lb, j), dense_column<K.base>(cc, lc, j), rows);
   }
 }
 

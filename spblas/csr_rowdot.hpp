@@ -50,6 +50,31 @@ inline E row_dot(const Csr<E, I, Base> &a, int64_t p, int64_t q, X x) {
   }
 }
 
+// The row dot against NC dense columns at once, element (c, j) of the dense
+// operand at b[c*rs + j*cs]: each column keeps its own four sums in the
+// order of row_dot, so each result has the bits of the one-column dot; the
+// row is read once for all of them.
+template <bool Conj, int NC, class E, class I, int Base>
+inline void row_dot_columns(const Csr<E, I, Base> &a, int64_t p, int64_t q, const E *b, int64_t rs, int64_t cs,
+                            E *out) {
+  E s[4][NC];
+  for (auto &row : s)
+    for (E &e : row) e = zero_of<E>();
+  int64_t k = p;
+  for (; k + 4 <= q; k += 4)
+    for (int u = 0; u < 4; ++u) {
+      E v = rd<Conj>(a.vals[k + u]);
+      const E *brow = b + a.col(k + u) * rs;
+      for (int j = 0; j < NC; ++j) s[u][j] = s[u][j] + v * brow[j * cs];
+    }
+  for (int j = 0; j < NC; ++j) out[j] = ((s[0][j] + s[1][j]) + s[2][j]) + s[3][j];
+  for (; k < q; ++k) {
+    E v = rd<Conj>(a.vals[k]);
+    const E *brow = b + a.col(k) * rs;
+    for (int j = 0; j < NC; ++j) out[j] = out[j] + v * brow[j * cs];
+  }
+}
+
 // Touch the x elements of row i so that they are on their way to the cache.
 template <class E, class I, int Base, class X>
 inline void touch_row(const Csr<E, I, Base> &a, int64_t i, X x) {
@@ -57,6 +82,15 @@ inline void touch_row(const Csr<E, I, Base> &a, int64_t i, X x) {
     int64_t p = a.begin(i), q = a.end(i);
     for (int64_t k = p; k < q; ++k) zor::simd::prefetch_t0(x.p + (int64_t(a.cols[k]) - Base));
   }
+}
+
+// The same for the dense columns j (NC of them) of row i's entries.
+template <class E, class I, int Base>
+inline void touch_row_columns(const Csr<E, I, Base> &a, int64_t i, const E *b, int64_t rs, int64_t cs, int nc) {
+  int64_t p = a.begin(i), q = a.end(i);
+  int lines = cs == 1 ? 1 : nc;  // row-major: the columns share a line
+  for (int64_t k = p; k < q; ++k)
+    for (int t = 0; t < lines; ++t) zor::simd::prefetch_t0(b + a.col(k) * rs + t * cs);
 }
 
 }  // namespace zor::spblas

@@ -131,6 +131,7 @@ TEST(CsrExact, MmCacheRule) {
 
 // Both paths give the same bits: k (the column count, which only steers the
 // rule) large enough for blocks of 2 rows, for blocks of none, and small.
+// Row-major operands (base 0) give each column the bits of its mv.
 TEST(CsrExact, MmPathsAgree) {
   Rng rng(77);
   const int64_t m = 40, ncol = 3;
@@ -153,6 +154,21 @@ TEST(CsrExact, MmPathsAgree) {
   for (int64_t t = 0; t < m * ncol; ++t) {
     ASSERT_TRUE(same_bits(column_path[t], blocked[t])) << t;
     ASSERT_TRUE(same_bits(column_path[t], one_block[t])) << t;
+  }
+  // Row-major operands: every column has the bits of an mv of that column.
+  auto z = lay_out<double, int64_t>(rng, m, m, any_rows<double>(rng, m, m), 0, 0, true);
+  std::vector<double> c = c0;
+  int64_t first = 1, last = ncol, mm = m, ld = ncol;
+  double alpha = -1.25;
+  zor_spblas_dcsr0ng__c__mmout_par(&first, &last, &mm, &mm, &alpha, z.vals.data(), z.cols.data(),
+                                   z.row_begin.data(), z.row_end.data(), b.data(), &ld, c.data(), &ld);
+  for (int64_t j = 0; j < ncol; ++j) {
+    std::vector<double> x(m), y(m);
+    for (int64_t r = 0; r < m; ++r) x[r] = b[r * ncol + j], y[r] = c0[r * ncol + j];
+    int64_t one = 1;
+    zor_spblas_dcsr0ng__c__mvout_par(&one, &mm, &mm, &alpha, z.vals.data(), z.cols.data(), z.row_begin.data(),
+                                     z.row_end.data(), x.data(), y.data());
+    for (int64_t r = 0; r < m; ++r) ASSERT_TRUE(same_bits(c[r * ncol + j], y[r])) << "row " << r << " column " << j;
   }
 }
 
