@@ -12,8 +12,9 @@
 // stack access inside them; the only spills are of finished accumulators in
 // the epilogue).
 // Measured on this machine (shared 2-core VM, square 'N','N', n = 1000, one
-// thread): z 16.0 GFLOP/s, c 30.2 GFLOP/s, 0.98x and 0.95x the best
-// SSE-era OpenBLAS kernel timed alternately in the same process.
+// thread, two runs of bench_gemm_complex): z 15.5-16.0 GFLOP/s, c 30.2-31.6
+// GFLOP/s, 0.98x-1.05x and 0.95x-1.11x the best SSE-era OpenBLAS kernel
+// timed alternately in the same process.
 #include <cstdint>
 
 #include "frame/simd.hpp"

@@ -12,8 +12,10 @@
 // steps per pass; the generated depth loops have no stack access (the only
 // spills are of finished accumulators in the epilogue).
 // Measured on this machine (shared 2-core VM, square 'N','N', n = 1000, one
-// thread): z 14.7 GFLOP/s, c 28.9 GFLOP/s, 0.90x and 0.91x the best
-// SSE-era OpenBLAS kernel timed alternately in the same process.
+// thread, two runs of bench_gemm_complex): z 14.5-14.7 GFLOP/s, c 28.1-28.9
+// GFLOP/s, 0.90x-0.99x and 0.91x-1.02x the best SSE-era OpenBLAS kernel
+// timed alternately in the same process; the two shuffles per depth step
+// cost about 8% against row 0 here.
 #include <cstdint>
 
 #include "frame/simd.hpp"

@@ -69,7 +69,7 @@ Figures measure(const Case &cs, GemmFn peer_fn, OursFn ours_fn, OursFn ours_gemm
   const int64_t N = n;
   Operands<R> op(n);
   const std::complex<R> alpha(1, R(0.5)), beta(R(0.5), 0);
-  const int rounds = n >= 2000 ? 1 : n >= 1000 ? 2 : 3;
+  const int rounds = n >= 1000 ? 2 : 3;
   const int repeats = n >= 1000 ? 1 : 3;
   const double min_seconds = n >= 1000 ? 0.0 : 0.05;
   auto ours = [&](OursFn fn, int row) {
