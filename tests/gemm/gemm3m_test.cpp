@@ -112,6 +112,8 @@ TYPED_TEST(Gemm3m, SmallAndScalingOnly) {
       if (i < p.m) ASSERT_EQ(v, Cx<R>(0, 0));
       else ASSERT_TRUE(std::isnan(v.real()));  // rows past m untouched
     }
+  Problem<R> unknown("X", "N", 20, 20, 20, rng, {1, 1}, {R(0.5), R(-2)});  // an unknown flag: no update
+  EXPECT_EQ(unknown.run(true), unknown.c);
   Problem<R> q("C", "N", 20, 20, 0, rng, {1, 1}, {R(0.5), R(-2)});
   const auto scaled = q.run(true);
   for (size_t i = 0; i < scaled.size(); ++i)
