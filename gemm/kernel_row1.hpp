@@ -12,6 +12,19 @@
 // buffer. Column tails: 3 columns run as a full tile on a zero fourth column
 // that is not stored; 2 and 1 columns run on one B vector.
 // Registers in the depth loop: 8 accumulators + 2 A + 2 B + 2 swaps = 14.
+// Checked in the generated code (objdump of kernel_d_row1.cpp.o and
+// kernel_s_row1.cpp.o): no instantiation's depth loop moves an xmm register
+// to or from the stack. With more than one depth step per loop turn the
+// compiler hoists the next steps' swaps and spills accumulators, hence one.
+//
+// Measured on the development machine (processor time, bench/gemm, best of 3
+// interleaved rounds; measured SSE peak 17.4 GFLOP/s double, 34.8 single):
+//   kernel alone (448 x 256 x 256 block, both operands packed): d 14.3,
+//   s 29.3 GFLOP/s;
+//   dgemm n = 256..2000: 14.6-14.7 GFLOP/s, 84-85% of peak, 0.89-0.92x the
+//   best SSE-era OpenBLAS kernel; sgemm 29.3-29.8, 84-86%, 0.91-0.92x.
+// The two swaps per depth step compete with the multiplies and adds for the
+// same execution ports on that processor, which row 0 does not pay.
 #pragma once
 #include <cstdint>
 
