@@ -12,10 +12,11 @@
 // than or equal); the lane value itself is the vector max (min), which keeps
 // the numeric value against a NaN candidate while recording its position.
 // After the loop the lanes not holding the extreme get the largest position
-// and the smallest position wins. Remaining elements run one by one: the
+// and the smallest position wins. (Lanes record the pass of their last
+// change; positions are formed from it at the end.) Remaining elements run one by one: the
 // best is kept when best >= candidate (amin: <=), so a NaN candidate
 // replaces it. A stride other than 1 runs the same lanes on gathered
-// vectors. Positions are carried as doubles (two lanes) or 32-bit integers
+// vectors. Passes are carried as doubles (two lanes) or 32-bit integers
 // (four float lanes; float vectors of 2^31 elements and more run one by one).
 //
 // Complex forms: magnitude |re| + |im| in the element's precision, a scalar
@@ -38,7 +39,6 @@ using simd::f64x2;
 template <class R> struct Positions;
 template <> struct Positions<double> {
   using P = f64x2;
-  static P start(int64_t first) { return simd::make(double(first), double(first + 1)); }
   static P add(P a, P b) { return simd::add(a, b); }
   static P splat(int64_t v) { return simd::splat(double(v)); }
   static void lanes(P p, int64_t *out) {
@@ -49,7 +49,6 @@ template <> struct Positions<double> {
 };
 template <> struct Positions<float> {
   using P = simd::i32x4;
-  static P start(int64_t first) { return simd::make_i32(int(first), int(first + 1), int(first + 2), int(first + 3)); }
   static P add(P a, P b) { return simd::add_i32(a, b); }
   static P splat(int64_t v) { return simd::splat_i32(int(v)); }
   static void lanes(P p, int64_t *out) {
@@ -81,20 +80,23 @@ int64_t real_extreme(int64_t n, const R *x, int64_t incx) {
   if (lanes_ok && n - i >= L) {
     // Four independent sets of lanes take successive vectors in turn, so
     // that the running extremes are not one chain of dependent compares.
+    // A lane records the pass in which it last changed (-1: the start); the
+    // position follows from the pass, the set and the lane.
     constexpr int Sets = 4;
+    const int64_t first = i;
     V m[Sets];
-    typename Pos::P p[Sets], cur[Sets];
-    const typename Pos::P step = Pos::splat(int64_t(Sets) * L);
+    typename Pos::P p[Sets];
+    typename Pos::P pass = Pos::splat(0);
+    const typename Pos::P one = Pos::splat(1);
     for (int k = 0; k < Sets; ++k) {
       m[k] = simd::splat(best);
-      p[k] = Pos::splat(at);
-      cur[k] = Pos::start(i + 1 + k * L);
+      p[k] = Pos::splat(-1);
     }
-    auto lane_step = [&](int k, V v) ZOR_HOT {
-      V keep = Max ? simd::cmp_le(v, m[k]) : simd::cmp_le(m[k], v);
-      p[k] = simd::select(keep, p[k], cur[k]);
-      m[k] = Max ? simd::max(v, m[k]) : simd::min(v, m[k]);
-      cur[k] = Pos::add(cur[k], step);
+    // (Set numbers are constants everywhere, so that the sets stay in registers.)
+    auto lane_step = [&]<int K>(V v) ZOR_HOT {
+      V keep = Max ? simd::cmp_le(v, m[K]) : simd::cmp_le(m[K], v);
+      p[K] = simd::select(keep, p[K], pass);
+      m[K] = Max ? simd::max(v, m[K]) : simd::min(v, m[K]);
     };
     auto load = [&](int64_t j) ZOR_HOT {
       if (incx == 1) return simd::abs(simd::load_a(x + j));
@@ -102,9 +104,15 @@ int64_t real_extreme(int64_t n, const R *x, int64_t incx) {
       for (int l = 0; l < L; ++l) g[l] = x[(j + l) * incx];
       return simd::abs(simd::load_a(g));
     };
-    for (; i + Sets * L <= n; i += Sets * L)
-      for (int k = 0; k < Sets; ++k) lane_step(k, load(i + k * L));
-    for (int k = 0; i + L <= n; i += L, ++k) lane_step(k, load(i));
+    for (; i + Sets * L <= n; i += Sets * L, pass = Pos::add(pass, one)) {
+      lane_step.template operator()<0>(load(i));
+      lane_step.template operator()<1>(load(i + L));
+      lane_step.template operator()<2>(load(i + 2 * L));
+      lane_step.template operator()<3>(load(i + 3 * L));
+    }
+    if (i + L <= n) lane_step.template operator()<0>(load(i)), i += L;
+    if (i + L <= n) lane_step.template operator()<1>(load(i)), i += L;
+    if (i + L <= n) lane_step.template operator()<2>(load(i)), i += L;
     alignas(16) R mv[Sets * L];
     int64_t pv[Sets * L];
     for (int k = 0; k < Sets; ++k) {
@@ -113,9 +121,13 @@ int64_t real_extreme(int64_t n, const R *x, int64_t incx) {
     }
     R ext = mv[0];
     for (int j = 1; j < Sets * L; ++j) ext = Max ? (mv[j] > ext ? mv[j] : ext) : (mv[j] < ext ? mv[j] : ext);
+    int64_t start_at = at;
     best = ext, at = std::numeric_limits<int64_t>::max();
-    for (int j = 0; j < Sets * L; ++j)
-      if (mv[j] == ext && pv[j] < at) at = pv[j];
+    for (int j = 0; j < Sets * L; ++j) {
+      if (mv[j] != ext) continue;
+      int64_t position = pv[j] < 0 ? start_at : first + pv[j] * Sets * L + j + 1;
+      if (position < at) at = position;
+    }
   }
   for (; i < n; ++i) scalar_step<Max>(std::fabs(x[i * incx]), i + 1, best, at);
   return at;
