@@ -19,6 +19,7 @@
 namespace {
 
 using zor::test::Rng;
+using R2 = double;
 
 using zor::test::Cx;
 using zor::test::ForceRow;
@@ -105,6 +106,13 @@ TYPED_TEST(MixedGemm, FailedAllocation) {
     qalloc_fail_next(1);
     check<R>("T", "T", 40, 30, 50, {R(0.5), 1}, {R(0.5), 0}, rng);
   }).join();
+}
+
+// Over a million rows against a small K x N the plain route runs (the real
+// xgemm on A in place).
+TEST(MixedGemmTall, PlainRoute) {
+  Rng rng(670);
+  check<double>("N", "C", 1000001, 5, 4, {R2(0.5), 1}, {R2(0.5), 0}, rng);
 }
 
 }  // namespace
