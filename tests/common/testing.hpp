@@ -21,8 +21,12 @@ struct Rng {
   double uniform(double lo = -1.0, double hi = 1.0) { return std::uniform_real_distribution<double>(lo, hi)(engine); }
   int64_t integer(int64_t lo, int64_t hi) { return std::uniform_int_distribution<int64_t>(lo, hi)(engine); }
   template <class T> T value() {
-    if constexpr (std::is_floating_point_v<T>) return T(uniform());
-    else return T{typename decltype(T{}.re)(uniform()), decltype(T{}.re)(uniform())};
+    if constexpr (std::is_floating_point_v<T>) {
+      return T(uniform());
+    } else {
+      using R = decltype(T{}.re);
+      return T{R(uniform()), R(uniform())};
+    }
   }
   uint64_t seed;
   std::mt19937_64 engine;
