@@ -148,6 +148,21 @@ TEST(GemmDriver, LaterRowWithSmallAndLargeSecondLevelCache) {
   zor_core_unforce(ZOR_CORE_L2_SIZE);
 }
 
+// A B block above 4 MiB makes the driver pack B (plan 2); in s, N above
+// 5000 also gives two column blocks, and K above 256 two depth blocks.
+TEST(GemmDriver, PackedBWithSeveralColumnAndDepthBlocks) {
+  for (int row : {0, 1}) {
+    ForceRow force(row);
+    Rng rng(77 + row);
+    Problem<float> s('N', 'T', 21, 5003, 300, 1, 0.5f, 0.25f, 4, rng);
+    s.run_ours();
+    s.check("plan 2, s");
+    Problem<double> d('T', 'N', 13, 2100, 520, 0, -1.0, 1.0, 8, rng);
+    d.run_ours();
+    d.check("plan 2, d");
+  }
+}
+
 TEST(GemmDriver, SpecialScalarsAndEmptyShapes) {
   for (int row : {0, 1}) {
     ForceRow force(row);
