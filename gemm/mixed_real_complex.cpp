@@ -28,12 +28,14 @@ namespace {
 template <class RT> struct MixedEngine;
 template <> struct MixedEngine<D> {
   using complex_traits = Z;
+  static constexpr const char *name = "xdzgemm";
   static constexpr auto xgemm = zor_blas_xdgemm;
   static constexpr auto xgemm_par = zor_blas_xdgemm_par;
   static constexpr auto optimal_kernel = zor_blas_dgemm_get_optimal_kernel;
 };
 template <> struct MixedEngine<S> {
   using complex_traits = C;
+  static constexpr const char *name = "xscgemm";
   static constexpr auto xgemm = zor_blas_xsgemm;
   static constexpr auto xgemm_par = zor_blas_xsgemm_par;
   static constexpr auto optimal_kernel = zor_blas_sgemm_get_optimal_kernel;
@@ -197,25 +199,25 @@ bool mixed_blocked(bool packed, const char *transa, const char *transb, int64_t 
   if (packed) {
     d->get_bufs_size(kReqAB, kModeWorking, &m, &n, &k, d);
     b_area = zor_serv_allocate(2 * uint64_t(d->b_bytes) + 8192, 128);
-    if (zor_serv_check_ptr(b_area, "xdzgemm") != 0) return false;
+    if (zor_serv_check_ptr(b_area, E::name) != 0) return false;
     bre = reinterpret_cast<R *>(align_up(static_cast<char *>(b_area), 12));
     bim = reinterpret_cast<R *>(align_up(reinterpret_cast<char *>(bre) + d->b_bytes, 12));
     b_ld = d->b_panel_stride;
     d->get_bufs(kReqA, &a_base, d);
-    if (zor_serv_check_ptr(a_base, "xdzgemm") != 0) {
+    if (zor_serv_check_ptr(a_base, E::name) != 0) {
       zor_serv_deallocate(b_area);
       return false;
     }
   } else {
     b_area = zor_serv_allocate(2 * uint64_t(kBlockK) * uint64_t(nt) * sizeof(R) + 256, 128);
-    if (zor_serv_check_ptr(b_area, "xdzgemm") != 0) return false;
+    if (zor_serv_check_ptr(b_area, E::name) != 0) return false;
     bre = reinterpret_cast<R *>(align_up(static_cast<char *>(b_area), 7));
     bim = bre + kBlockK * nt;
     b_ld = kBlockK;
   }
   R *tre, *tim;
   void *t_base = mixed_getbufs<RT>(mt, nt, &tre, &tim);
-  if (zor_serv_check_ptr(t_base, "xdzgemm") != 0) {
+  if (zor_serv_check_ptr(t_base, E::name) != 0) {
     zor_serv_deallocate(b_area);
     zor_serv_deallocate(a_base);
     return false;
