@@ -88,13 +88,10 @@ template <class R>
 ::testing::AssertionResult run_case(const Case<R> &cs, Rng &rng) {
   using P = Prec<R>;
   const bool an = *cs.ta == 'N', bn = *cs.tb == 'N';
-  const int64_t arows = an ? cs.m : cs.k, acols = an ? cs.k : cs.m;
-  const int64_t brows = bn ? cs.k : cs.n, bcols = bn ? cs.n : cs.k;
+  const int64_t acols = an ? cs.k : cs.m, bcols = bn ? cs.n : cs.k;
   std::vector<Cx<R>> a(std::max<int64_t>(1, cs.lda * acols)), b(std::max<int64_t>(1, cs.ldb * bcols));
   for (auto &x : a) x = {R(rng.uniform()), R(rng.uniform())};
   for (auto &x : b) x = {R(rng.uniform()), R(rng.uniform())};
-  (void)arows;
-  (void)brows;
   const size_t csize = size_t(cs.ldc * cs.n);
   GuardedBuffer<Cx<R>> c(csize, cs.c_offset);
   std::vector<Cx<R>> cref(csize);
