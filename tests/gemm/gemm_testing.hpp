@@ -9,18 +9,7 @@
 #include <zor/core.h>
 #include <zor/gemm.h>
 
-// The shared header's Rng::value has a stray `typename` before decltype that
-// the compiler refuses; until it is fixed there, its text is read with the
-// keyword blanked, everything it includes being included first.
-#include <gtest/gtest.h>
-
-#include <complex>
-#include <cstring>
-#include <limits>
-#include <random>
-#define typename
 #include "common/testing.hpp"
-#undef typename
 #include "gemm/desc.hpp"
 
 namespace zor::test {
