@@ -6,7 +6,7 @@
 // (and OPENBLAS_L2_SIZE for the SSE-era ones) before loading the library and
 // then times the cases it is sent, so one run compares every peer, case by
 // case, interleaved with ours.
-// Usage: bench_gemm [max_n [rounds]]   (defaults 2000, 3)
+// Usage: bench_gemm [max_n [rounds]]   (defaults 2000, 2)
 #include <dlfcn.h>
 #include <signal.h>
 #include <sys/wait.h>
@@ -222,7 +222,7 @@ double sse_peak() {
 
 int main(int argc, char **argv) {
   const int max_n = argc > 1 ? std::atoi(argv[1]) : 2000;
-  const int rounds = argc > 2 ? std::atoi(argv[2]) : 3;
+  const int rounds = argc > 2 ? std::atoi(argv[2]) : 2;
   std::setvbuf(stdout, nullptr, _IOLBF, 0);
   std::vector<Case> cases;
   for (char prec : {'d', 's'})
