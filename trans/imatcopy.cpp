@@ -179,7 +179,7 @@ void transpose_cycles(u64 R, u64 C, typename T::elem alpha, typename T::elem *ab
       l.t = next(l.t, q);
     }
   };
-  Lane l0, l1, l2, l3;  // separate variables, so that they live in registers
+  Lane l0{}, l1{}, l2{}, l3{};  // separate variables, so that they live in registers
   take(l0), take(l1), take(l2), take(l3);
   while (l0.busy || l1.busy || l2.busy || l3.busy) step(l0), step(l1), step(l2), step(l3);
 }

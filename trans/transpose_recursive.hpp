@@ -13,12 +13,11 @@
 // unit strides goes through the register transpose of tile4x4.hpp; every
 // other base block through the scalar double loop. Both store the same bits.
 //
-// With unit strides, once a block is within 8 x 8 (4 x 4 for
-// double-complex), the lines of the block two widths further along the
-// source row are prefetched, and an 8 x 8 block is the recursion's last
-// step unrolled: its 4 x 4 tiles in the same order, each target line (64
-// bytes of doubles or single-complex numbers) written by consecutive
-// stores. On a 4096 x 4096 double transposition this took the rate from 1.5
+// With unit strides, once a block is within the line block (target rows of
+// 64 bytes: 16 x 16 floats, 8 x 8 doubles or single-complex numbers, 4 x 4
+// double-complex numbers), the lines of the block two widths further along
+// the source row are prefetched, and a full line block is written a target
+// line at a time, by consecutive stores. On a 4096 x 4096 double transposition this took the rate from 1.5
 // to 3.5-4 GB/s on the development machine (a memcpy of the same bytes: 8
 // to 11).
 #pragma once
@@ -51,27 +50,27 @@ struct RecursiveTranspose {
     }
   }
 
-  // Largest block whose target rows fit one 64-byte line: 8 x 8 for
-  // elements up to 8 bytes, 4 x 4 for double-complex.
-  static constexpr u64 line_block = sizeof(E) <= 8 ? 8 : 4;
+  // The block whose target rows are one 64-byte line: 16 x 16 floats, 8 x 8
+  // doubles or single-complex numbers, 4 x 4 double-complex numbers.
+  static constexpr u64 line_block = 64 / sizeof(E);
 
   static void leaf(u64 r, u64 c, E alpha, const E *a, u64 lda, u64 sa, E *b, u64 ldb, u64 sb) {
     if (r == 4 && c == 4 && sa == 1 && sb == 1) Tile4x4<T, Scale, Conj>::transpose(alpha, a, lda, b, ldb);
     else base(r, c, alpha, a, lda, sa, b, ldb, sb);
   }
 
-  // The 8 x 8 block with unit strides: the four 4 x 4 tiles in the
-  // recursion's order (left columns top then bottom, right columns top then
-  // bottom), each target row written whole by consecutive stores.
+  // The full line block with unit strides: four source columns at a time
+  // become four target rows, each written whole (its 4 x 4 tiles from top
+  // to bottom) by consecutive stores.
   static void full_line_block(E alpha, const E *a, u64 lda, E *b, u64 ldb) {
     using Tile = Tile4x4<T, Scale, Conj>;
+    constexpr int tiles = int(line_block / 4);
     VecOp<T, Scale, Conj> op(alpha);
-    for (u64 j = 0; j < 8; j += 4) {  // source columns j..j+3 become target rows j..j+3
-      auto top = Tile::load_transposed(op, a + j, lda), bottom = Tile::load_transposed(op, a + 4 * lda + j, lda);
-      for (int k = 0; k < 4; ++k) {
-        Tile::store_row(top, k, b + (j + k) * ldb);
-        Tile::store_row(bottom, k, b + (j + k) * ldb + 4);
-      }
+    for (u64 j = 0; j < line_block; j += 4) {
+      typename Tile::Regs t[tiles];
+      for (int k = 0; k < tiles; ++k) t[k] = Tile::load_transposed(op, a + 4 * k * lda + j, lda);
+      for (int row = 0; row < 4; ++row)
+        for (int k = 0; k < tiles; ++k) Tile::store_row(t[k], row, b + (j + row) * ldb + 4 * k);
     }
   }
 
@@ -81,7 +80,7 @@ struct RecursiveTranspose {
   static void line_block_transpose(u64 r, u64 c, E alpha, const E *a, u64 lda, E *b, u64 ldb) {
     for (u64 k = 0; k < r; ++k) simd::prefetch_t0(a + k * lda + 2 * c);
     for (u64 k = 0; k < c; ++k) simd::prefetch_t0(b + (2 * c + k) * ldb);
-    if (line_block == 8 && r == 8 && c == 8) full_line_block(alpha, a, lda, b, ldb);
+    if (line_block > 4 && r == line_block && c == line_block) full_line_block(alpha, a, lda, b, ldb);
     else recurse<false>(r, c, alpha, a, lda, 1, b, ldb, 1);
   }
 
