@@ -21,11 +21,16 @@ template <class R> inline cplx<R> operator*(R a, cplx<R> b) { return {a * b.re, 
 template <class R> inline cplx<R> conj(cplx<R> a) { return {a.re, -a.im}; }
 template <class R> inline bool operator==(cplx<R> a, cplx<R> b) { return a.re == b.re && a.im == b.im; }
 
-template <class Real, class Elem, bool Complex, char Letter, class Vec>
+// The 128-bit register type that holds reals of one precision.
+template <class Real> struct VectorOf;
+template <> struct VectorOf<float> { using type = __m128; };
+template <> struct VectorOf<double> { using type = __m128d; };
+
+template <class Real, class Elem, bool Complex, char Letter>
 struct Traits {
   using real = Real;
   using elem = Elem;
-  using vec = Vec;  // the 128-bit register type of the real parts
+  using vec = typename VectorOf<Real>::type;  // the register of the real parts
   static constexpr bool complex = Complex;
   static constexpr char letter = Letter;
   static constexpr int elem_bytes = sizeof(Elem);
@@ -33,9 +38,9 @@ struct Traits {
   static constexpr int elem_lanes = 16 / sizeof(Elem);   // elements per vector
 };
 
-using S = Traits<float, float, false, 's', __m128>;
-using D = Traits<double, double, false, 'd', __m128d>;
-using C = Traits<float, cplx<float>, true, 'c', __m128>;
-using Z = Traits<double, cplx<double>, true, 'z', __m128d>;
+using S = Traits<float, float, false, 's'>;
+using D = Traits<double, double, false, 'd'>;
+using C = Traits<float, cplx<float>, true, 'c'>;
+using Z = Traits<double, cplx<double>, true, 'z'>;
 
 }  // namespace zor
