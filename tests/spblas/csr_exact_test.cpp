@@ -213,3 +213,23 @@ TEST(CsrExact, ComplexRowDotsAgree) {
 }
 
 }  // namespace
+
+namespace {
+
+// A forward solve takes the entry where its scan stops as the pivot: a row
+// without its diagonal divides by its next stored value, or by whatever
+// stands behind the row when the scan reaches the row's end.
+TEST(CsrExact, ForwardSolvePivotIsWhereTheScanStops) {
+  //                 row 1     row 2          row 3   behind row 3
+  double vals[] = {2.0, 1.0, 4.0, 1.0, 8.0};
+  int64_t cols[] = {0, 0, 2, 0, 0};
+  int64_t rb[] = {0, 1, 3}, re[] = {1, 3, 4};
+  double y[3] = {6.0, 7.0, 9.0}, alpha = 1;
+  int64_t m = 3;
+  zor_spblas_dcsr0ntlnc__svout_seq(&m, &alpha, vals, cols, rb, re, y);
+  EXPECT_EQ(y[0], 3.0);
+  EXPECT_EQ(y[1], (7.0 - 3.0) / 4.0);
+  EXPECT_EQ(y[2], (9.0 - 3.0) / 8.0);
+}
+
+}  // namespace
