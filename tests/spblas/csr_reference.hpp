@@ -11,18 +11,7 @@
 #include <limits>
 #include <vector>
 
-#include <gtest/gtest.h>
-
-#include <cstring>
-#include <random>
-#include <string>
-
-// Rng::value in the shared header spells "typename decltype(...)", which
-// does not parse; the keyword is blanked while it is read (everything it
-// includes is included above).
-#define typename
 #include "common/testing.hpp"
-#undef typename
 
 namespace zor::test::sparse {
 
