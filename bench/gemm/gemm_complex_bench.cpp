@@ -4,8 +4,10 @@
 //
 // Each OpenBLAS variant runs in a forked child that sets OPENBLAS_CORETYPE
 // (and OPENBLAS_L2_SIZE for the SSE-era ones) before loading the library.
-// Inside the child, ours and the peer are timed alternately, a few rounds,
-// best of each: on a shared machine this keeps both under the same load. The
+// Inside the child, ours and the peer are timed alternately, a few rounds:
+// the figures are the best of each, the ratios the median of the rounds'
+// own ratios, each taken between neighbouring timings, which on a shared
+// machine keeps both sides under the same load. The
 // child sends its figures back by pipe. The n = 2000 cases run only against
 // the SSE-era core that was best at n = 1000, and natively.
 // Figures count 8 n^3 flops for every method (3M included), so ratios are
@@ -15,6 +17,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <complex>
 #include <cstdio>
 #include <cstdlib>
@@ -41,7 +44,14 @@ struct Case {
 // four-multiplication product in row 1 (3M cases), the peer.
 struct Figures {
   double row0 = 0, row1 = 0, ours_gemm = 0, peer = 0;
+  double ratio0 = 0, ratio1 = 0, ratio_3m = 0;  // medians of the per-round ratios
 };
+
+double median(std::vector<double> v) {
+  std::sort(v.begin(), v.end());
+  const size_t h = v.size() / 2;
+  return v.empty() ? 0.0 : v.size() % 2 ? v[h] : 0.5 * (v[h - 1] + v[h]);
+}
 
 using GemmFn = void (*)(const char *, const char *, const int *, const int *, const int *, const void *, const void *,
                         const int *, const void *, const int *, const void *, void *, const int *, size_t, size_t);
@@ -89,12 +99,21 @@ Figures measure(const Case &cs, GemmFn peer_fn, OursFn ours_fn, OursFn ours_gemm
     return gflops(n, s);
   };
   Figures f;
+  std::vector<double> r0, r1, r3m;
   for (int r = 0; r < rounds; ++r) {
-    f.row0 = std::max(f.row0, ours(ours_fn, 0));
-    f.peer = std::max(f.peer, peer_fn ? peer() : 0.0);
-    f.row1 = std::max(f.row1, ours(ours_fn, 1));
-    if (cs.three_m) f.ours_gemm = std::max(f.ours_gemm, ours(ours_gemm_fn, 1));
+    const double g0 = ours(ours_fn, 0), p = peer_fn ? peer() : 0.0, g1 = ours(ours_fn, 1);
+    const double g4 = cs.three_m ? ours(ours_gemm_fn, 1) : 0.0;
+    f.row0 = std::max(f.row0, g0);
+    f.peer = std::max(f.peer, p);
+    f.row1 = std::max(f.row1, g1);
+    f.ours_gemm = std::max(f.ours_gemm, g4);
+    r0.push_back(g0 / p);
+    r1.push_back(g1 / p);
+    if (cs.three_m) r3m.push_back(g1 / g4);
   }
+  f.ratio0 = median(r0);
+  f.ratio1 = median(r1);
+  f.ratio_3m = median(r3m);
   return f;
 }
 
@@ -150,9 +169,8 @@ void print_line(const Case &cs, const Figures &best_sse, const char *core, const
   char label[32];
   std::snprintf(label, sizeof label, "%cgemm%s NN %d", cs.prec, cs.three_m ? "3m" : "", cs.n);
   std::printf("%-16s %7.2f %7.2f %7.2f %-10s %6.2fx %6.2fx | %7.2f %7.2f %6.2fx", label, best_sse.row0, best_sse.row1,
-              best_sse.peer, core, best_sse.row0 / best_sse.peer, best_sse.row1 / best_sse.peer, native.row1,
-              native.peer, native.row1 / native.peer);
-  if (cs.three_m) std::printf(" | 3m/our zgemm %5.2fx", best_sse.row1 / best_sse.ours_gemm);
+              best_sse.peer, core, best_sse.ratio0, best_sse.ratio1, native.row1, native.peer, native.ratio1);
+  if (cs.three_m) std::printf(" | 3m/our zgemm %5.2fx", best_sse.ratio_3m);
   std::printf("\n");
 }
 
@@ -197,7 +215,7 @@ int main(int argc, char **argv) {
     PeerRun nat = run_child(nullptr, {cs});
     print_line(cs, s.figures[0], sse_cores[core], nat.figures[0]);
   }
-  std::printf("\nfigures in GFLOP/s counted as 8 n^3; ours and the peer timed alternately in one process per peer;\n"
-              "ratios above 1.00x mean ours is faster\n");
+  std::printf("\nfigures in GFLOP/s counted as 8 n^3 (best of the rounds); ratios are medians of per-round ratios\n"
+              "of neighbouring timings in one process per peer; above 1.00x means ours is faster\n");
   return 0;
 }
