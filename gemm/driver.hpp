@@ -180,6 +180,9 @@ int32_t xgemm_par(const char *transa, const char *transb, const int64_t *m_, con
     case kPlanPrepackedB: case kPlanPrepackedAB: break;
     default: return 1;
   }
+  // A plan the row's kernels cannot run (the complex rows have no in-place
+  // B) is refused like an unknown one, with C untouched.
+  if (!(d->plan_mask & plan)) return 1;
   if (!is_one(*beta)) mscale<T>(m_, n_, beta, c, ldc_);
   if (is_zero(*alpha)) return 0;
 

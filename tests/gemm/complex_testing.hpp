@@ -9,12 +9,7 @@
 #include <cstring>
 #include <limits>
 #include <random>
-// The shared header's Rng::value has a stray `typename` before decltype that
-// the compiler refuses; until it is fixed there, its text is read with the
-// keyword blanked, everything it includes being included first.
-#define typename
 #include "common/testing.hpp"
-#undef typename
 
 namespace zor::test {
 

@@ -273,6 +273,11 @@ TYPED_TEST(ComplexGemm, PrepackedPlans) {
   std::vector<Cx<R>> before = c;
   EXPECT_EQ(P::par("N", "N", &m, &n, &k, &alpha, a.data(), &m, b.data(), &k, &beta, c.data(), &m, 7, d), 1);
   EXPECT_EQ(c, before);
+  // The in-place B plans are outside the complex rows' plan sets.
+  for (int32_t plan : {4, 16}) {
+    EXPECT_EQ(P::par("N", "N", &m, &n, &k, &alpha, a.data(), &m, b.data(), &k, &beta, c.data(), &m, plan, d), 1);
+    EXPECT_EQ(c, before);
+  }
 }
 
 // Block rules of the complex rows at their boundaries.
