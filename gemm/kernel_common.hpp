@@ -77,4 +77,34 @@ void row_tail(int64_t r, int64_t n, int64_t k, const typename T::real *a, const 
   }
 }
 
+// A main kernel: the full panels of one row's tile shape, with its variant
+// (B packed or in place, beta zero or not, C aligned or not) fixed.
+template <class T>
+using MainKernel = void (*)(bool transb, int64_t m4, int64_t n, int64_t k, const typename T::real *a,
+                            int64_t a_stride, const typename T::real *b, int64_t ldb, typename T::real *c,
+                            int64_t ldc, typename T::real *dup);
+
+// The entry of both rows: full panels by the main kernel chosen by flag,
+// beta zero or not and the alignment of C (mains[in_place * 4 + beta_zero * 2
+// + aligned]), the remaining rows by the row-tail kernel of the same row.
+template <class T, int Row>
+void kernel_entry(const MainKernel<T> (&mains)[8], const char *transb, const int64_t *m, const int64_t *n,
+                  const int64_t *k, const void *a_, const int64_t *a_stride, const void *b_, const int64_t *ldb,
+                  const void *beta, void *c_, const int64_t *ldc, void *dup_, int32_t flag) {
+  using R = typename T::real;
+  constexpr int UM = 2 * T::real_lanes;
+  const R *a = static_cast<const R *>(a_);
+  const R *b = static_cast<const R *>(b_);
+  R *c = static_cast<R *>(c_);
+  const int64_t m4 = *m / UM * UM, r = *m - m4;
+  const bool bz = *static_cast<const R *>(beta) == R(0);
+  const bool in_place = flag != kFlagPackedB;
+  const bool bt = in_place && b_transposed(transb);
+  if (m4 != 0) {
+    const int sel = (in_place ? 4 : 0) + (bz ? 2 : 0) + (c_aligned(c, *ldc) ? 1 : 0);
+    mains[sel](bt, m4, *n, *k, a, *a_stride, b, *ldb, c, *ldc, static_cast<R *>(dup_));
+  }
+  if (r != 0) row_tail<T, Row>(r, *n, *k, a + (m4 / UM) * *a_stride, b, *ldb, bt, flag, bz, c + m4, *ldc);
+}
+
 }  // namespace zor::gemm

@@ -101,38 +101,19 @@ void main_row0(bool transb, int64_t m4, int64_t n, int64_t k, const typename T::
   }
 }
 
-// Entry: full panels by the main kernel chosen by flag and beta (and the C
-// alignment for the epilogue), the remaining rows by the row-tail kernel.
+// Entry of the row: the eight main kernels by flag, beta zero or not and the
+// alignment of C, then the row tail.
+template <class T>
+constexpr MainKernel<T> kMainRow0[8] = {
+    main_row0<T, false, false, false>, main_row0<T, false, false, true>, main_row0<T, false, true, false>,
+    main_row0<T, false, true, true>,   main_row0<T, true, false, false>,  main_row0<T, true, false, true>,
+    main_row0<T, true, true, false>,   main_row0<T, true, true, true>};
+
 template <class T>
 void kernel_row0(const char *, const char *transb, const int64_t *m, const int64_t *n, const int64_t *k,
-                 const void *, const void *a_, const int64_t *a_stride, const void *b_, const int64_t *ldb,
-                 const void *beta, void *c_, const int64_t *ldc, void *dup_, int32_t flag) {
-  using R = typename T::real;
-  constexpr int UM = 2 * T::real_lanes;
-  const R *a = static_cast<const R *>(a_);
-  const R *b = static_cast<const R *>(b_);
-  R *c = static_cast<R *>(c_);
-  R *dup = static_cast<R *>(dup_);
-  const int64_t m4 = *m / UM * UM, r = *m - m4;
-  const bool bz = *static_cast<const R *>(beta) == R(0);
-  const bool in_place = flag != kFlagPackedB;
-  const bool bt = in_place && b_transposed(transb);
-  if (m4 != 0) {
-    const bool al = c_aligned(c, *ldc);
-    const int sel = (in_place ? 4 : 0) + (bz ? 2 : 0) + (al ? 1 : 0);
-    const auto args = [&](auto main) { main(bt, m4, *n, *k, a, *a_stride, b, *ldb, c, *ldc, dup); };
-    switch (sel) {
-      case 0: args(main_row0<T, false, false, false>); break;
-      case 1: args(main_row0<T, false, false, true>); break;
-      case 2: args(main_row0<T, false, true, false>); break;
-      case 3: args(main_row0<T, false, true, true>); break;
-      case 4: args(main_row0<T, true, false, false>); break;
-      case 5: args(main_row0<T, true, false, true>); break;
-      case 6: args(main_row0<T, true, true, false>); break;
-      default: args(main_row0<T, true, true, true>); break;
-    }
-  }
-  if (r != 0) row_tail<T, 0>(r, *n, *k, a + (m4 / UM) * *a_stride, b, *ldb, bt, flag, bz, c + m4, *ldc);
+                 const void *, const void *a, const int64_t *a_stride, const void *b, const int64_t *ldb,
+                 const void *beta, void *c, const int64_t *ldc, void *dup, int32_t flag) {
+  kernel_entry<T, 0>(kMainRow0<T>, transb, m, n, k, a, a_stride, b, ldb, beta, c, ldc, dup, flag);
 }
 
 }  // namespace zor::gemm
