@@ -170,4 +170,22 @@ ZOR_API double zor_blas_ddot(const zor_int *n, const double *x, const zor_int *i
 ZOR_API float zor_blas_sdot(const zor_int *n, const float *x, const zor_int *incx, const float *y,
                             const zor_int *incy);
 
+/* ---- y := alpha op(A) x + beta y, A m x n column-major with leading
+ * dimension lda. trans 'N' or 'n' is no transposition, any other byte the
+ * transpose. beta = 0 stores zeros without reading y; alpha = 0 does not
+ * read a or x. */
+ZOR_API void zor_blas_xdgemv(const char *trans, const zor_int *m, const zor_int *n, const double *alpha,
+                             const double *a, const zor_int *lda, const double *x, const zor_int *incx,
+                             const double *beta, double *y, const zor_int *incy);
+
+/* ---- checked matrix-vector entries supplied by zor_core: the published
+ * routines with 64-bit integers and the length of the trans text last (as a
+ * Fortran caller passes it; only the first byte of trans is read). trans
+ * must be N, T or C in either case; a bad argument is reported by position
+ * and nothing is written. */
+#include <stddef.h>
+ZOR_API void zor_blas_dgemv(const char *trans, const zor_int *m, const zor_int *n, const double *alpha,
+                            const double *a, const zor_int *lda, const double *x, const zor_int *incx,
+                            const double *beta, double *y, const zor_int *incy, size_t trans_len);
+
 #endif

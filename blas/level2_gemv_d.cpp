@@ -1,0 +1,297 @@
+// y := alpha op(A) x + beta y in double precision.
+//
+// The entry sorts a call onto four kernels by transposition and by the
+// parity of lda (an odd lda puts consecutive columns in alternating 16-byte
+// phase). With unit strides the chosen kernel runs once on the whole
+// matrix. Any other increment goes through two packing buffers in this
+// frame, 128 and 1000 elements: blocks of 128 columns, and in each chunks of
+// 1000 rows; the kernel never sees a stride. A transposed product's sum is
+// therefore added to y one chunk of 1000 rows at a time. A base of a, x or y
+// that is not 8-byte aligned takes plain loops instead.
+//
+// Column-update kernel ('N'): four columns a pass, t_k = alpha x[j + k]
+// broadcast; each element of y is read and written once per pass as
+// ((((y + t0 a0) + t1 a1) + t2 a2) + t3 a3), which is also the order of the
+// single peeled row when column 0 starts 8 bytes off a 16-byte boundary.
+// Rows go 16 a step, then 8, 4, 2 and a last one; a tail of 3, 2 or 1
+// columns goes 8, 4, 2, 1. The matrix is read with aligned loads only (odd
+// columns of an odd lda by shift-merge); y in 8-byte halves when it is out
+// of the columns' phase.
+//
+// Dot kernel (transposed): one two-lane accumulator per column. If column 0
+// of the group is 8 bytes off, its first row goes to lane 0 alone; then the
+// rows in pairs (lane 0 the first of each pair), and a last odd row to lane
+// 0. At the end y[j] := y[j] + (alpha acc[0] + alpha acc[1]): alpha is
+// applied before the two lanes are added.
+//
+// Both kernels are memory bound: the matrix streams once at full rate.
+#include <zor/blas.h>
+
+#include <algorithm>
+#include <type_traits>
+
+#include "blas/level1_skeleton.hpp"
+#include "blas/level2_gemv.hpp"
+
+namespace zor::blas::gemv {
+namespace {
+
+using simd::f64x2;
+
+// Reader of one column from a 16-byte boundary of column 0 on: aligned, or
+// (Shifted) by shift-merge, stopping its aligned reads at the column's end.
+// A group of fewer columns points its unused readers at column 0.
+template <bool Shifted>
+using Column = std::conditional_t<Shifted, InStream<double, 8, true>, InStream<double, 0>>;
+
+ZOR_HOT inline f64x2 load_y(const double *p, bool in_phase) {
+  return in_phase ? simd::load_a(p) : simd::load_half_hi(simd::load_lo(p), p + 1);
+}
+ZOR_HOT inline void store_y(double *p, f64x2 v, bool in_phase) {
+  if (in_phase) {
+    simd::store_a(p, v);
+  } else {
+    simd::store_lo(p, v);
+    simd::store_hi(p + 1, v);
+  }
+}
+
+// Rows [i, m) of Cols columns; column 0 is 16-byte aligned at row i.
+template <bool OddLda, bool YInPhase, int Cols>
+ZOR_HOT inline void n_rows(int64_t i, int64_t m, const double *const *c, const f64x2 *t, const double *ts,
+                           double *y) {
+  constexpr int Main = Cols == 4 ? 8 : 4;  // vectors a step
+  Column<false> r0(c[0] + i, c[0] + m);
+  Column<OddLda && (Cols > 1)> r1(c[Cols > 1 ? 1 : 0] + i, c[Cols > 1 ? 1 : 0] + m);
+  Column<false> r2(c[Cols > 2 ? 2 : 0] + i, c[Cols > 2 ? 2 : 0] + m);
+  Column<OddLda && (Cols > 3)> r3(c[Cols > 3 ? 3 : 0] + i, c[Cols > 3 ? 3 : 0] + m);
+  double *yp = y + i;
+  auto step = [&]() ZOR_HOT {
+    f64x2 v = load_y(yp, YInPhase);
+    v = simd::add(v, simd::mul(t[0], r0.next()));
+    if constexpr (Cols > 1) v = simd::add(v, simd::mul(t[1], r1.next()));
+    if constexpr (Cols > 2) v = simd::add(v, simd::mul(t[2], r2.next()));
+    if constexpr (Cols > 3) v = simd::add(v, simd::mul(t[3], r3.next()));
+    store_y(yp, v, YInPhase);
+    yp += 2;
+  };
+  int64_t nv = (m - i) / 2;
+  for (; nv >= Main; nv -= Main) {
+#pragma GCC unroll 8
+    for (int u = 0; u < Main; ++u) step();
+  }
+  for (int s = Main / 2; s >= 1; s /= 2)
+    if (nv >= s) {
+      for (int u = 0; u < s; ++u) step();
+      nv -= s;
+    }
+  if ((m - i) & 1) {
+    const int64_t r = m - 1;
+    double v = y[r];
+    for (int k = 0; k < Cols; ++k) v = v + ts[k] * c[k][r];
+    y[r] = v;
+  }
+}
+
+template <bool OddLda, int Cols>
+void n_columns(int64_t m, const double *a, int64_t lda, const double *x, double alpha, double *y) {
+  const double *c[Cols];
+  double ts[Cols];
+  f64x2 t[4];
+  for (int k = 0; k < Cols; ++k) {
+    c[k] = a + k * lda;
+    ts[k] = alpha * x[k];
+    t[k] = simd::splat(ts[k]);
+  }
+  if (m < 1) return;
+  int64_t i = 0;
+  if (!aligned(c[0], 16)) {
+    double v = y[0];
+    for (int k = 0; k < Cols; ++k) v = v + ts[k] * c[k][0];
+    y[0] = v;
+    i = 1;
+  }
+  if (aligned(y + i, 16)) n_rows<OddLda, true, Cols>(i, m, c, t, ts, y);
+  else n_rows<OddLda, false, Cols>(i, m, c, t, ts, y);
+}
+
+template <bool OddLda, bool XInPhase, int Cols>
+ZOR_HOT inline void t_rows(int64_t i, int64_t m, const double *const *c, const double *x, f64x2 *acc) {
+  constexpr int Main = Cols == 4 ? 8 : 4;
+  Column<false> r0(c[0] + i, c[0] + m);
+  Column<OddLda && (Cols > 1)> r1(c[Cols > 1 ? 1 : 0] + i, c[Cols > 1 ? 1 : 0] + m);
+  Column<false> r2(c[Cols > 2 ? 2 : 0] + i, c[Cols > 2 ? 2 : 0] + m);
+  Column<OddLda && (Cols > 3)> r3(c[Cols > 3 ? 3 : 0] + i, c[Cols > 3 ? 3 : 0] + m);
+  const double *xp = x + i;
+  f64x2 s0 = acc[0], s1 = acc[Cols > 1 ? 1 : 0], s2 = acc[Cols > 2 ? 2 : 0], s3 = acc[Cols > 3 ? 3 : 0];
+  auto step = [&]() ZOR_HOT {
+    const f64x2 xv = load_y(xp, XInPhase);
+    s0 = simd::add(s0, simd::mul(r0.next(), xv));
+    if constexpr (Cols > 1) s1 = simd::add(s1, simd::mul(r1.next(), xv));
+    if constexpr (Cols > 2) s2 = simd::add(s2, simd::mul(r2.next(), xv));
+    if constexpr (Cols > 3) s3 = simd::add(s3, simd::mul(r3.next(), xv));
+    xp += 2;
+  };
+  int64_t nv = (m - i) / 2;
+  for (; nv >= Main; nv -= Main) {
+#pragma GCC unroll 8
+    for (int u = 0; u < Main; ++u) step();
+  }
+  for (int s = Main / 2; s >= 1; s /= 2)
+    if (nv >= s) {
+      for (int u = 0; u < s; ++u) step();
+      nv -= s;
+    }
+  acc[0] = s0;
+  if constexpr (Cols > 1) acc[1] = s1;
+  if constexpr (Cols > 2) acc[2] = s2;
+  if constexpr (Cols > 3) acc[3] = s3;
+  if ((m - i) & 1) {
+    const int64_t r = m - 1;
+    for (int k = 0; k < Cols; ++k) acc[k] = simd::add_lo(acc[k], simd::set_lo(c[k][r] * x[r]));
+  }
+}
+
+template <bool OddLda, int Cols>
+void t_columns(int64_t m, const double *a, int64_t lda, const double *x, double alpha, double *y) {
+  const double *c[Cols];
+  f64x2 acc[Cols];
+  for (int k = 0; k < Cols; ++k) {
+    c[k] = a + k * lda;
+    acc[k] = simd::zero<f64x2>();
+  }
+  if (m >= 1) {
+    int64_t i = 0;
+    if (!aligned(c[0], 16)) {
+      for (int k = 0; k < Cols; ++k) acc[k] = simd::add_lo(acc[k], simd::set_lo(c[k][0] * x[0]));
+      i = 1;
+    }
+    if (aligned(x + i, 16)) t_rows<OddLda, true, Cols>(i, m, c, x, acc);
+    else t_rows<OddLda, false, Cols>(i, m, c, x, acc);
+  }
+  const f64x2 al = simd::splat(alpha);
+  for (int k = 0; k < Cols; ++k) y[k] = y[k] + simd::hsum(simd::mul(acc[k], al));
+}
+
+// Plain loops for a base that is not 8-byte aligned: columns two a pass.
+void plain(bool no_trans, int64_t m, int64_t n, double alpha, const double *a, int64_t lda, const double *x,
+           int64_t incx, double *y, int64_t incy) {
+  int64_t j = 0;
+  if (no_trans) {
+    for (; j + 2 <= n; j += 2) {
+      const double t0 = alpha * x[j * incx], t1 = alpha * x[(j + 1) * incx];
+      const double *a0 = a + j * lda, *a1 = a0 + lda;
+      for (int64_t i = 0; i < m; ++i) y[i * incy] = (y[i * incy] + t0 * a0[i]) + t1 * a1[i];
+    }
+    for (; j < n; ++j) {
+      const double t0 = alpha * x[j * incx], *a0 = a + j * lda;
+      for (int64_t i = 0; i < m; ++i) y[i * incy] = y[i * incy] + t0 * a0[i];
+    }
+    return;
+  }
+  for (; j + 2 <= n; j += 2) {
+    const double *a0 = a + j * lda, *a1 = a0 + lda;
+    double s0 = 0.0, s1 = 0.0;
+    for (int64_t i = 0; i < m; ++i) {
+      s0 = s0 + a0[i] * x[i * incx];
+      s1 = s1 + a1[i] * x[i * incx];
+    }
+    y[j * incy] = y[j * incy] + alpha * s0;
+    y[(j + 1) * incy] = y[(j + 1) * incy] + alpha * s1;
+  }
+  for (; j < n; ++j) {
+    const double *a0 = a + j * lda;
+    double s0 = 0.0;
+    for (int64_t i = 0; i < m; ++i) s0 = s0 + a0[i] * x[i * incx];
+    y[j * incy] = y[j * incy] + alpha * s0;
+  }
+}
+
+using Kernel = void (*)(int64_t, int64_t, double, const double *, int64_t, const double *, double *);
+
+// Four-column groups, then a variant for the 3, 2 or 1 columns left.
+template <bool OddLda, bool NoTrans>
+void run_kernel(int64_t m, int64_t n, double alpha, const double *a, int64_t lda, const double *x, double *y) {
+  int64_t j = 0;
+  // 'N' walks x by column and y by row; transposed the other way round.
+  auto group = [&]<int Cols>() {
+    if constexpr (NoTrans) n_columns<OddLda, Cols>(m, a + j * lda, lda, x + j, alpha, y);
+    else t_columns<OddLda, Cols>(m, a + j * lda, lda, x, alpha, y + j);
+  };
+  for (; j + 4 <= n; j += 4) group.template operator()<4>();
+  switch (n - j) {
+    case 3: group.template operator()<3>(); break;
+    case 2: group.template operator()<2>(); break;
+    case 1: group.template operator()<1>(); break;
+    default: break;
+  }
+}
+
+}  // namespace
+
+template <bool OddLda>
+void dgemv_n_kernel(int64_t m, int64_t n, double alpha, const double *a, int64_t lda, const double *x, double *y) {
+  run_kernel<OddLda, true>(m, n, alpha, a, lda, x, y);
+}
+template <bool OddLda>
+void dgemv_t_kernel(int64_t m, int64_t n, double alpha, const double *a, int64_t lda, const double *x, double *y) {
+  run_kernel<OddLda, false>(m, n, alpha, a, lda, x, y);
+}
+template void dgemv_n_kernel<false>(int64_t, int64_t, double, const double *, int64_t, const double *, double *);
+template void dgemv_n_kernel<true>(int64_t, int64_t, double, const double *, int64_t, const double *, double *);
+template void dgemv_t_kernel<false>(int64_t, int64_t, double, const double *, int64_t, const double *, double *);
+template void dgemv_t_kernel<true>(int64_t, int64_t, double, const double *, int64_t, const double *, double *);
+
+namespace {
+
+void xdgemv(char trans, int64_t m, int64_t n, double alpha, const double *a, int64_t lda, const double *x,
+            int64_t incx, double beta, double *y, int64_t incy) {
+  if (m == 0 || n == 0) return;
+  if (alpha == 0.0 && beta == 1.0) return;
+  const bool no_trans = is_no_trans(trans);
+  const int64_t leny = no_trans ? m : n, lenx = no_trans ? n : m;
+  const double *xs = vector_start(x, lenx, incx);
+  double *ys = vector_start(y, leny, incy);
+  if (beta != 1.0) scale_y<double, 13>(leny, beta, ys, incy);
+  if (alpha == 0.0) return;
+  if (!aligned(a, 8) || !aligned(x, 8) || !aligned(y, 8)) {
+    plain(no_trans, m, n, alpha, a, lda, xs, incx, ys, incy);
+    return;
+  }
+  const bool odd = (lda & 1) != 0;
+  const Kernel kernel = no_trans ? (odd ? dgemv_n_kernel<true> : dgemv_n_kernel<false>)
+                                 : (odd ? dgemv_t_kernel<true> : dgemv_t_kernel<false>);
+  if (incx == 1 && incy == 1) {
+    kernel(m, n, alpha, a, lda, x, y);
+    return;
+  }
+  // The 128-element buffer holds the part of the column block's vector (x
+  // for 'N', y transposed), the 1000-element one the row chunk's.
+  alignas(16) double cols[128];
+  alignas(16) double rows[1000];
+  for (int64_t jb = 0; jb < n; jb += 128) {
+    const int64_t nc = std::min<int64_t>(128, n - jb);
+    if (no_trans) gather(nc, xs + jb * incx, incx, cols);
+    else gather(nc, ys + jb * incy, incy, cols);
+    for (int64_t ib = 0; ib < m; ib += 1000) {
+      const int64_t mr = std::min<int64_t>(1000, m - ib);
+      const double *block = a + ib + jb * lda;
+      if (no_trans) {
+        gather(mr, ys + ib * incy, incy, rows);
+        kernel(mr, nc, alpha, block, lda, cols, rows);
+        scatter(mr, rows, ys + ib * incy, incy);
+      } else {
+        gather(mr, xs + ib * incx, incx, rows);
+        kernel(mr, nc, alpha, block, lda, rows, cols);
+      }
+    }
+    if (!no_trans) scatter(nc, cols, ys + jb * incy, incy);
+  }
+}
+
+}  // namespace
+}  // namespace zor::blas::gemv
+
+// clang-format off
+ZOR_API void zor_blas_xdgemv(const char *trans, const zor_int *m, const zor_int *n, const double *alpha, const double *a, const zor_int *lda, const double *x, const zor_int *incx, const double *beta, double *y, const zor_int *incy) { zor::blas::gemv::xdgemv(*trans, *m, *n, *alpha, a, *lda, x, *incx, *beta, y, *incy); }
+// clang-format on
