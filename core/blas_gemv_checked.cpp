@@ -32,6 +32,7 @@ struct TierKernel {
 };
 
 TierKernel<decltype(&zor_blas_xdgemv)> xdgemv{"zor_blas_xdgemv"};
+TierKernel<decltype(&zor_blas_xsgemv)> xsgemv{"zor_blas_xsgemv"};
 
 // Position of the first bad argument, 0 if none.
 template <class T>
@@ -77,4 +78,5 @@ void checked_gemv(const char *routine, TierKernel<Fn> &kernel, const char *trans
 
 // clang-format off
 ZOR_API void zor_blas_dgemv(const char *trans, const zor_int *m, const zor_int *n, const double *alpha, const double *a, const zor_int *lda, const double *x, const zor_int *incx, const double *beta, double *y, const zor_int *incy, size_t) { checked_gemv("DGEMV", xdgemv, trans, m, n, alpha, a, lda, x, incx, beta, y, incy); }
+ZOR_API void zor_blas_sgemv(const char *trans, const zor_int *m, const zor_int *n, const float *alpha, const float *a, const zor_int *lda, const float *x, const zor_int *incx, const float *beta, float *y, const zor_int *incy, size_t) { checked_gemv("SGEMV", xsgemv, trans, m, n, alpha, a, lda, x, incx, beta, y, incy); }
 // clang-format on

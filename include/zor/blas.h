@@ -177,6 +177,9 @@ ZOR_API float zor_blas_sdot(const zor_int *n, const float *x, const zor_int *inc
 ZOR_API void zor_blas_xdgemv(const char *trans, const zor_int *m, const zor_int *n, const double *alpha,
                              const double *a, const zor_int *lda, const double *x, const zor_int *incx,
                              const double *beta, double *y, const zor_int *incy);
+ZOR_API void zor_blas_xsgemv(const char *trans, const zor_int *m, const zor_int *n, const float *alpha,
+                             const float *a, const zor_int *lda, const float *x, const zor_int *incx,
+                             const float *beta, float *y, const zor_int *incy);
 
 /* ---- checked matrix-vector entries supplied by zor_core: the published
  * routines with 64-bit integers and the length of the trans text last (as a
@@ -187,5 +190,8 @@ ZOR_API void zor_blas_xdgemv(const char *trans, const zor_int *m, const zor_int 
 ZOR_API void zor_blas_dgemv(const char *trans, const zor_int *m, const zor_int *n, const double *alpha,
                             const double *a, const zor_int *lda, const double *x, const zor_int *incx,
                             const double *beta, double *y, const zor_int *incy, size_t trans_len);
+ZOR_API void zor_blas_sgemv(const char *trans, const zor_int *m, const zor_int *n, const float *alpha,
+                            const float *a, const zor_int *lda, const float *x, const zor_int *incx,
+                            const float *beta, float *y, const zor_int *incy, size_t trans_len);
 
 #endif

@@ -133,6 +133,7 @@ void real_differential(uint64_t seed, int trials) {
 }
 
 TEST(RealGemv, DoubleAgreesWithReference) { real_differential<double>(20261122, 3000); }
+TEST(RealGemv, SingleAgreesWithReference) { real_differential<float>(5150, 3000); }
 
 // The transposed double product: per column two lanes, the first row alone
 // in lane 0 when the matrix base is 8 bytes off a 16-byte boundary, then
@@ -203,6 +204,7 @@ void real_frame() {
   (void)m;
 }
 TEST(RealGemv, DoubleFrame) { real_frame<double>(); }
+TEST(RealGemv, SingleFrame) { real_frame<float>(); }
 
 // ---- the provider's checked entries
 
@@ -243,5 +245,6 @@ void checked_entry() {
   EXPECT_EQ(z[0], T(7));
 }
 TEST(CheckedGemv, Double) { checked_entry<double>(); }
+TEST(CheckedGemv, Single) { checked_entry<float>(); }
 
 }  // namespace
