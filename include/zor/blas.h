@@ -181,6 +181,14 @@ ZOR_API void zor_blas_xsgemv(const char *trans, const zor_int *m, const zor_int 
                              const float *a, const zor_int *lda, const float *x, const zor_int *incx,
                              const float *beta, float *y, const zor_int *incy);
 
+/* ---- the same with a real A and complex alpha, beta, x, y */
+ZOR_API void zor_blas_dzgemv(const char *trans, const zor_int *m, const zor_int *n, const void *alpha,
+                             const double *a, const zor_int *lda, const void *x, const zor_int *incx,
+                             const void *beta, void *y, const zor_int *incy);
+ZOR_API void zor_blas_scgemv(const char *trans, const zor_int *m, const zor_int *n, const void *alpha,
+                             const float *a, const zor_int *lda, const void *x, const zor_int *incx,
+                             const void *beta, void *y, const zor_int *incy);
+
 /* ---- checked matrix-vector entries supplied by zor_core: the published
  * routines with 64-bit integers and the length of the trans text last (as a
  * Fortran caller passes it; only the first byte of trans is read). trans

@@ -206,6 +206,51 @@ void real_frame() {
 TEST(RealGemv, DoubleFrame) { real_frame<double>(); }
 TEST(RealGemv, SingleFrame) { real_frame<float>(); }
 
+// ---- mixed products: a real matrix and complex vectors, against the
+// complex reference on the matrix widened to complex.
+
+template <class R>
+void mixed_differential(uint64_t seed, int trials) {
+  using T = std::complex<R>;
+  Rng rng(seed);
+  for (int trial = 0; trial < trials; ++trial) {
+    const Case c = random_case(rng, true);
+    SCOPED_TRACE(describe<T>(c, seed, trial));
+    GuardedBuffer<R> a(std::max<int64_t>(1, c.lda * c.n), c.off_a);
+    GuardedBuffer<T> x(span(c.lenx(), c.incx), c.off_x);
+    GuardedBuffer<T> y(span(c.leny(), c.incy), c.off_y);
+    std::vector<T> wide(a.size());
+    for (size_t i = 0; i < a.size(); ++i) wide[i] = a[i] = R(rng.uniform());
+    for (size_t i = 0; i < x.size(); ++i) x[i] = T(R(rng.uniform()), R(rng.uniform()));
+    const T alpha = scalar<T>(rng, c.alpha_kind), beta = scalar<T>(rng, c.beta_kind);
+    for (size_t i = 0; i < y.size(); ++i)
+      y[i] = beta == T(0) ? T(R(NAN), R(NAN)) : T(R(rng.uniform()), R(rng.uniform()));
+    std::vector<T> want(y.data(), y.data() + y.size());
+    const int64_t m = c.m, n = c.n, lda = c.lda, incx = c.incx, incy = c.incy;
+    if constexpr (sizeof(R) == 8)
+      zor_blas_dzgemv(&c.trans, &m, &n, &alpha, a.data(), &lda, x.data(), &incx, &beta, y.data(), &incy);
+    else
+      zor_blas_scgemv(&c.trans, &m, &n, &alpha, a.data(), &lda, x.data(), &incx, &beta, y.data(), &incy);
+    const f_int fm = f_int(m), fn = f_int(n), flda = f_int(lda), fx = f_int(incx), fy = f_int(incy);
+    if (m > 0 && n > 0) {
+      if constexpr (sizeof(R) == 8)
+        zgemv_(&c.trans, &fm, &fn, &alpha, wide.data(), &flda, x.data(), &fx, &beta, want.data(), &fy, 1);
+      else
+        cgemv_(&c.trans, &fm, &fn, &alpha, wide.data(), &flda, x.data(), &fx, &beta, want.data(), &fy, 1);
+    }
+    ASSERT_TRUE(y.guards_intact());
+    const R tol = R(8) * R(c.m + 4) * zor::test::eps<R>() * (R(4) + std::abs(beta));
+    for (size_t i = 0; i < y.size(); ++i) {
+      if (same_bits(y[i], want[i])) continue;
+      ASSERT_NEAR(y[i].real(), want[i].real(), tol) << i;
+      ASSERT_NEAR(y[i].imag(), want[i].imag(), tol) << i;
+    }
+  }
+}
+
+TEST(MixedGemv, DoubleAgreesWithWidenedReference) { mixed_differential<double>(404, 1500); }
+TEST(MixedGemv, SingleAgreesWithWidenedReference) { mixed_differential<float>(505, 1500); }
+
 // ---- the provider's checked entries
 
 template <class T>

@@ -1,0 +1,121 @@
+// y := alpha op(A) x + beta y with a real matrix A and complex alpha, beta,
+// x, y (dzgemv in double, scgemv in single precision). A is real, so every
+// transposition but 'N' is the plain transpose.
+//
+// y is first scaled by beta through the complex scal of the level-1 family
+// (or cleared for beta = 0, without being read); alpha = 0 ends there.
+// Below 4 rows or 4 columns one direct pass over the interleaved data does
+// the product. Otherwise the product alpha x is split into its real and
+// imaginary parts, y likewise, into four scratch vectors from the pool; the
+// real product runs twice on A with alpha 1 and beta 1, once for each part,
+// and the parts of y are joined again. A scratch vector that cannot be had
+// sends the call to the direct pass, with the same result for 'N'.
+#include <zor/blas.h>
+
+#include "blas/level2_gemv.hpp"
+#include "frame/memory.hpp"
+#include "frame/traits.hpp"
+
+namespace zor::blas::gemv {
+namespace {
+
+template <class R>
+struct Real;
+template <>
+struct Real<double> {
+  static constexpr auto gemv = zor_blas_xdgemv;
+  static constexpr auto scal = zor_blas_zscal;
+};
+template <>
+struct Real<float> {
+  static constexpr auto gemv = zor_blas_xsgemv;
+  static constexpr auto scal = zor_blas_cscal;
+};
+
+template <class R> inline bool zero(cplx<R> a) { return a.re == R(0) && a.im == R(0); }
+
+// The product in one pass over A; x and y at their logical starts.
+template <class R>
+void direct(bool no_trans, int64_t m, int64_t n, cplx<R> alpha, const R *a, int64_t lda, const cplx<R> *x,
+            int64_t incx, cplx<R> *y, int64_t incy) {
+  for (int64_t j = 0; j < n; ++j) {
+    const R *c = a + j * lda;
+    if (no_trans) {
+      const cplx<R> t = alpha * x[j * incx];
+      for (int64_t i = 0; i < m; ++i) y[i * incy] = y[i * incy] + c[i] * t;
+    } else {
+      cplx<R> s{R(0), R(0)};
+      for (int64_t i = 0; i < m; ++i) s = s + c[i] * x[i * incx];
+      y[j * incy] = y[j * incy] + alpha * s;
+    }
+  }
+}
+
+template <class R>
+void mixed_gemv(const char *trans, int64_t m, int64_t n, cplx<R> alpha, const R *a, int64_t lda, const cplx<R> *x,
+                int64_t incx, cplx<R> beta, cplx<R> *y, int64_t incy) {
+  if (m == 0 || n == 0) return;
+  const bool beta_one = beta.re == R(1) && beta.im == R(0);
+  if (zero(alpha) && beta_one) return;
+  const bool no_trans = is_no_trans(*trans);
+  const int64_t leny = no_trans ? m : n, lenx = no_trans ? n : m;
+  const cplx<R> *xs = vector_start(x, lenx, incx);
+  cplx<R> *ys = vector_start(y, leny, incy);
+  if (zero(beta)) {
+    for (int64_t i = 0; i < leny; ++i) ys[i * incy] = cplx<R>{R(0), R(0)};
+  } else if (!beta_one) {
+    const zor_int len = leny, inc = incy;
+    Real<R>::scal(&len, &beta, y, &inc);
+  }
+  if (zero(alpha)) return;
+  if (m < 4 || n < 4) {
+    direct(no_trans, m, n, alpha, a, lda, xs, incx, ys, incy);
+    return;
+  }
+  frame::PooledBuffer xr_buf(uint64_t(lenx) * sizeof(R), 128), xi_buf(uint64_t(lenx) * sizeof(R), 128);
+  frame::PooledBuffer yr_buf(uint64_t(leny) * sizeof(R), 128), yi_buf(uint64_t(leny) * sizeof(R), 128);
+  if (!xr_buf || !xi_buf || !yr_buf || !yi_buf) {
+    direct(no_trans, m, n, alpha, a, lda, xs, incx, ys, incy);
+    return;
+  }
+  R *xr = static_cast<R *>(xr_buf.get()), *xi = static_cast<R *>(xi_buf.get());
+  R *yr = static_cast<R *>(yr_buf.get()), *yi = static_cast<R *>(yi_buf.get());
+  int64_t i = 0;
+  for (; i + 2 <= lenx; i += 2) {
+    const cplx<R> u = alpha * xs[i * incx], v = alpha * xs[(i + 1) * incx];
+    xr[i] = u.re, xi[i] = u.im, xr[i + 1] = v.re, xi[i + 1] = v.im;
+  }
+  if (i < lenx) {
+    const cplx<R> u = alpha * xs[i * incx];
+    xr[i] = u.re, xi[i] = u.im;
+  }
+  for (i = 0; i + 2 <= leny; i += 2) {
+    const cplx<R> u = ys[i * incy], v = ys[(i + 1) * incy];
+    yr[i] = u.re, yi[i] = u.im, yr[i + 1] = v.re, yi[i + 1] = v.im;
+  }
+  if (i < leny) yr[i] = ys[i * incy].re, yi[i] = ys[i * incy].im;
+  const zor_int mm = m, nn = n, ld = lda, one = 1;
+  const R unit = R(1);
+  Real<R>::gemv(trans, &mm, &nn, &unit, a, &ld, xr, &one, &unit, yr, &one);
+  Real<R>::gemv(trans, &mm, &nn, &unit, a, &ld, xi, &one, &unit, yi, &one);
+  for (i = 0; i + 2 <= leny; i += 2) {
+    ys[i * incy] = cplx<R>{yr[i], yi[i]};
+    ys[(i + 1) * incy] = cplx<R>{yr[i + 1], yi[i + 1]};
+  }
+  if (i < leny) ys[i * incy] = cplx<R>{yr[i], yi[i]};
+}
+
+template <class R>
+void entry(const char *trans, const zor_int *m, const zor_int *n, const void *alpha, const R *a, const zor_int *lda,
+           const void *x, const zor_int *incx, const void *beta, void *y, const zor_int *incy) {
+  mixed_gemv<R>(trans, *m, *n, *static_cast<const cplx<R> *>(alpha), a, *lda, static_cast<const cplx<R> *>(x),
+                *incx, *static_cast<const cplx<R> *>(beta), static_cast<cplx<R> *>(y), *incy);
+}
+
+}  // namespace
+}  // namespace zor::blas::gemv
+
+// clang-format off
+ZOR_API void zor_blas_dzgemv(const char *trans, const zor_int *m, const zor_int *n, const void *alpha, const double *a, const zor_int *lda, const void *x, const zor_int *incx, const void *beta, void *y, const zor_int *incy) { zor::blas::gemv::entry<double>(trans, m, n, alpha, a, lda, x, incx, beta, y, incy); }
+ZOR_API void zor_blas_scgemv(const char *trans, const zor_int *m, const zor_int *n, const void *alpha, const float *a, const zor_int *lda, const void *x, const zor_int *incx, const void *beta, void *y, const zor_int *incy) { zor::blas::gemv::entry<float>(trans, m, n, alpha, a, lda, x, incx, beta, y, incy); }
+// clang-format on
