@@ -13,4 +13,8 @@
 #include <stdint.h>
 typedef int64_t zor_int;  /* the integer of the calling model */
 
+/* Complex numbers as the library stores them: real part first. */
+typedef struct { float re, im; } zor_complex8;
+typedef struct { double re, im; } zor_complex16;
+
 #endif

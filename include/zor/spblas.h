@@ -32,11 +32,6 @@
 
 #include <zor/export.h>
 
-#ifndef ZOR_COMPLEX_TYPES_DEFINED
-#define ZOR_COMPLEX_TYPES_DEFINED
-typedef struct { float re, im; } zor_complex8;   /* real part first */
-typedef struct { double re, im; } zor_complex16;
-#endif
 
 /* Driver routines of the family:
  *   ?zeros(p, n)            n elements set to all-zero bytes

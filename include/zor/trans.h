@@ -29,13 +29,6 @@
 #include <stdint.h>
 #include <zor/export.h>
 
-#ifndef ZOR_COMPLEX_TYPES_DEFINED
-#define ZOR_COMPLEX_TYPES_DEFINED
-/* Complex numbers as the library stores them: real part first. */
-typedef struct { float re, im; } zor_complex8;
-typedef struct { double re, im; } zor_complex16;
-#endif
-
 ZOR_API void zor_trans_zor_simatcopy(char ordering, char trans, uint64_t rows, uint64_t cols, float alpha,
                                      float *ab, uint64_t lda, uint64_t ldb);
 ZOR_API void zor_trans_zor_dimatcopy(char ordering, char trans, uint64_t rows, uint64_t cols, double alpha,

@@ -5,10 +5,6 @@
 #include <vector>
 #include <zor/trans.h>
 
-// The shared header's complex branch of Rng::value carries a stray
-// `typename` before decltype that no compiler accepts. Until it is fixed
-// there, its text is read with that keyword blanked; everything it includes
-// is included first, so nothing else sees the macro.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -18,9 +14,7 @@
 #include <limits>
 #include <random>
 #include <vector>
-#define typename
 #include "common/testing.hpp"
-#undef typename
 #include "frame/traits.hpp"
 
 namespace zor::test {
