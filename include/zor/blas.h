@@ -181,6 +181,11 @@ ZOR_API void zor_blas_xsgemv(const char *trans, const zor_int *m, const zor_int 
                              const float *a, const zor_int *lda, const float *x, const zor_int *incx,
                              const float *beta, float *y, const zor_int *incy);
 
+/* ---- double complex: any trans other than N, n, T, t is the conjugate transpose */
+ZOR_API void zor_blas_xzgemv(const char *trans, const zor_int *m, const zor_int *n, const void *alpha, const void *a,
+                             const zor_int *lda, const void *x, const zor_int *incx, const void *beta, void *y,
+                             const zor_int *incy);
+
 /* ---- the same with a real A and complex alpha, beta, x, y */
 ZOR_API void zor_blas_dzgemv(const char *trans, const zor_int *m, const zor_int *n, const void *alpha,
                              const double *a, const zor_int *lda, const void *x, const zor_int *incx,

@@ -190,7 +190,8 @@ TEST(RealGemv, DoubleTransposedSumOrder) {
           EXPECT_GT(differ, 0);
           int64_t one = 1;
           zor_blas_xdgemv("T", &m, &n, &alpha, a.data(), &lda, x.data(), &incx, &beta, y.data(), &one);
-          for (int64_t j = 0; j < n; ++j) ASSERT_TRUE(same_bits(y[j], want[j])) << j << ": " << y[j] << " vs " << want[j];
+          for (int64_t j = 0; j < n; ++j)
+            ASSERT_TRUE(same_bits(y[j], want[j])) << j << ": " << y[j] << " vs " << want[j];
         }
       }
     }
@@ -260,6 +261,37 @@ void mixed_differential(uint64_t seed, int trials) {
 
 TEST(MixedGemv, DoubleAgreesWithWidenedReference) { mixed_differential<double>(404, 1500); }
 TEST(MixedGemv, SingleAgreesWithWidenedReference) { mixed_differential<float>(505, 1500); }
+
+// ---- double complex against zgemv_, 'C' included.
+TEST(ComplexGemv, DoubleAgreesWithReference) {
+  using T = std::complex<double>;
+  const uint64_t seed = 606;
+  Rng rng(seed);
+  for (int trial = 0; trial < 1500; ++trial) {
+    const Case c = random_case(rng, true, 8);
+    SCOPED_TRACE(describe<T>(c, seed, trial));
+    GuardedBuffer<T> a(std::max<int64_t>(1, c.lda * c.n), c.off_a);
+    GuardedBuffer<T> x(span(c.lenx(), c.incx), c.off_x);
+    GuardedBuffer<T> y(span(c.leny(), c.incy), c.off_y);
+    for (size_t i = 0; i < a.size(); ++i) a[i] = T(rng.uniform(), rng.uniform());
+    for (size_t i = 0; i < x.size(); ++i) x[i] = T(rng.uniform(), rng.uniform());
+    const T alpha = scalar<T>(rng, c.alpha_kind), beta = scalar<T>(rng, c.beta_kind);
+    for (size_t i = 0; i < y.size(); ++i) y[i] = beta == T(0) ? T(NAN, NAN) : T(rng.uniform(), rng.uniform());
+    std::vector<T> want(y.data(), y.data() + y.size());
+    const int64_t m = c.m, n = c.n, lda = c.lda, incx = c.incx, incy = c.incy;
+    zor_blas_xzgemv(&c.trans, &m, &n, &alpha, a.data(), &lda, x.data(), &incx, &beta, y.data(), &incy);
+    const f_int fm = f_int(m), fn = f_int(n), flda = f_int(lda), fx = f_int(incx), fy = f_int(incy);
+    if (m > 0 && n > 0)
+      zgemv_(&c.trans, &fm, &fn, &alpha, a.data(), &flda, x.data(), &fx, &beta, want.data(), &fy, 1);
+    ASSERT_TRUE(y.guards_intact());
+    const double tol = 16.0 * double(c.m + 4) * zor::test::eps<double>() * (4.0 + std::abs(beta));
+    for (size_t i = 0; i < y.size(); ++i) {
+      if (same_bits(y[i], want[i])) continue;
+      ASSERT_NEAR(y[i].real(), want[i].real(), tol) << i;
+      ASSERT_NEAR(y[i].imag(), want[i].imag(), tol) << i;
+    }
+  }
+}
 
 // ---- the provider's checked entries
 
