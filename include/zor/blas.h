@@ -181,7 +181,10 @@ ZOR_API void zor_blas_xsgemv(const char *trans, const zor_int *m, const zor_int 
                              const float *a, const zor_int *lda, const float *x, const zor_int *incx,
                              const float *beta, float *y, const zor_int *incy);
 
-/* ---- double complex: any trans other than N, n, T, t is the conjugate transpose */
+/* ---- complex: any trans other than N, n, T, t is the conjugate transpose */
+ZOR_API void zor_blas_xcgemv(const char *trans, const zor_int *m, const zor_int *n, const void *alpha, const void *a,
+                             const zor_int *lda, const void *x, const zor_int *incx, const void *beta, void *y,
+                             const zor_int *incy);
 ZOR_API void zor_blas_xzgemv(const char *trans, const zor_int *m, const zor_int *n, const void *alpha, const void *a,
                              const zor_int *lda, const void *x, const zor_int *incx, const void *beta, void *y,
                              const zor_int *incy);

@@ -262,29 +262,34 @@ void mixed_differential(uint64_t seed, int trials) {
 TEST(MixedGemv, DoubleAgreesWithWidenedReference) { mixed_differential<double>(404, 1500); }
 TEST(MixedGemv, SingleAgreesWithWidenedReference) { mixed_differential<float>(505, 1500); }
 
-// ---- double complex against zgemv_, 'C' included.
-TEST(ComplexGemv, DoubleAgreesWithReference) {
-  using T = std::complex<double>;
-  const uint64_t seed = 606;
+// ---- complex products against ?gemv_, 'C' included.
+template <class R>
+void complex_differential(uint64_t seed, int trials) {
+  using T = std::complex<R>;
   Rng rng(seed);
-  for (int trial = 0; trial < 1500; ++trial) {
-    const Case c = random_case(rng, true, 8);
+  for (int trial = 0; trial < trials; ++trial) {
+    const Case c = random_case(rng, true, sizeof(R));
     SCOPED_TRACE(describe<T>(c, seed, trial));
     GuardedBuffer<T> a(std::max<int64_t>(1, c.lda * c.n), c.off_a);
     GuardedBuffer<T> x(span(c.lenx(), c.incx), c.off_x);
     GuardedBuffer<T> y(span(c.leny(), c.incy), c.off_y);
-    for (size_t i = 0; i < a.size(); ++i) a[i] = T(rng.uniform(), rng.uniform());
-    for (size_t i = 0; i < x.size(); ++i) x[i] = T(rng.uniform(), rng.uniform());
+    for (size_t i = 0; i < a.size(); ++i) a[i] = T(R(rng.uniform()), R(rng.uniform()));
+    for (size_t i = 0; i < x.size(); ++i) x[i] = T(R(rng.uniform()), R(rng.uniform()));
     const T alpha = scalar<T>(rng, c.alpha_kind), beta = scalar<T>(rng, c.beta_kind);
-    for (size_t i = 0; i < y.size(); ++i) y[i] = beta == T(0) ? T(NAN, NAN) : T(rng.uniform(), rng.uniform());
+    for (size_t i = 0; i < y.size(); ++i) y[i] = beta == T(0) ? T(R(NAN), R(NAN)) : T(R(rng.uniform()), R(rng.uniform()));
     std::vector<T> want(y.data(), y.data() + y.size());
     const int64_t m = c.m, n = c.n, lda = c.lda, incx = c.incx, incy = c.incy;
-    zor_blas_xzgemv(&c.trans, &m, &n, &alpha, a.data(), &lda, x.data(), &incx, &beta, y.data(), &incy);
+    if constexpr (sizeof(R) == 8)
+      zor_blas_xzgemv(&c.trans, &m, &n, &alpha, a.data(), &lda, x.data(), &incx, &beta, y.data(), &incy);
+    else
+      zor_blas_xcgemv(&c.trans, &m, &n, &alpha, a.data(), &lda, x.data(), &incx, &beta, y.data(), &incy);
     const f_int fm = f_int(m), fn = f_int(n), flda = f_int(lda), fx = f_int(incx), fy = f_int(incy);
-    if (m > 0 && n > 0)
+    if (m > 0 && n > 0 && sizeof(R) == 8)
       zgemv_(&c.trans, &fm, &fn, &alpha, a.data(), &flda, x.data(), &fx, &beta, want.data(), &fy, 1);
+    else if (m > 0 && n > 0)
+      cgemv_(&c.trans, &fm, &fn, &alpha, a.data(), &flda, x.data(), &fx, &beta, want.data(), &fy, 1);
     ASSERT_TRUE(y.guards_intact());
-    const double tol = 16.0 * double(c.m + 4) * zor::test::eps<double>() * (4.0 + std::abs(beta));
+    const R tol = R(16) * R(c.m + 4) * zor::test::eps<R>() * (R(4) + std::abs(beta));
     for (size_t i = 0; i < y.size(); ++i) {
       if (same_bits(y[i], want[i])) continue;
       ASSERT_NEAR(y[i].real(), want[i].real(), tol) << i;
@@ -292,6 +297,9 @@ TEST(ComplexGemv, DoubleAgreesWithReference) {
     }
   }
 }
+
+TEST(ComplexGemv, DoubleAgreesWithReference) { complex_differential<double>(606, 1500); }
+TEST(ComplexGemv, SingleAgreesWithReference) { complex_differential<float>(707, 1500); }
 
 // ---- the provider's checked entries
 
