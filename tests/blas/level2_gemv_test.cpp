@@ -276,7 +276,8 @@ void complex_differential(uint64_t seed, int trials) {
     for (size_t i = 0; i < a.size(); ++i) a[i] = T(R(rng.uniform()), R(rng.uniform()));
     for (size_t i = 0; i < x.size(); ++i) x[i] = T(R(rng.uniform()), R(rng.uniform()));
     const T alpha = scalar<T>(rng, c.alpha_kind), beta = scalar<T>(rng, c.beta_kind);
-    for (size_t i = 0; i < y.size(); ++i) y[i] = beta == T(0) ? T(R(NAN), R(NAN)) : T(R(rng.uniform()), R(rng.uniform()));
+    for (size_t i = 0; i < y.size(); ++i)
+      y[i] = beta == T(0) ? T(R(NAN), R(NAN)) : T(R(rng.uniform()), R(rng.uniform()));
     std::vector<T> want(y.data(), y.data() + y.size());
     const int64_t m = c.m, n = c.n, lda = c.lda, incx = c.incx, incy = c.incy;
     if constexpr (sizeof(R) == 8)
