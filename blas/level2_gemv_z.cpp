@@ -13,8 +13,9 @@
 // aligned and 8-byte-off loads as template variants. Columns go in groups
 // of four, then two, then one; in each group the rows go 4, 2, 1 a step.
 // 'N': y[i] := (((y[i] + t0 a0[i]) + t1 a1[i]) + ...), t_k = alpha x[j + k].
-// Transposed: one accumulator a column, a[i] x[i] (or conj(a[i]) x[i])
-// added row by row; then y[j] := y[j] + alpha acc.
+// Transposed: per column the real and imaginary parts of x are each summed
+// against the column, lane by lane, and joined into sum a[i] x[i] (or
+// conj(a[i]) x[i]) at the end; then y[j] := y[j] + alpha sum.
 #include <zor/blas.h>
 
 #include <algorithm>
@@ -45,14 +46,6 @@ ZOR_HOT inline void store(Z *p, f64x2 v) {
 ZOR_HOT inline f64x2 times(f64x2 tr, f64x2 ti, f64x2 a) {
   return simd::addsub(simd::mul(tr, a), simd::mul(ti, simd::swap_lanes(a)));
 }
-// a x, or conj(a) x.
-template <bool Conj>
-ZOR_HOT inline f64x2 product(f64x2 a, f64x2 x) {
-  const f64x2 p = simd::mul(simd::dup_lo(a), x), q = simd::mul(simd::dup_hi(a), simd::swap_lanes(x));
-  if constexpr (Conj) return simd::add(p, simd::conj_lanes(q));
-  else return simd::addsub(p, q);
-}
-
 template <int Cols, bool AAl, bool VAl>
 void n_group(int64_t m, const Z *a, int64_t lda, const Z *x, Z alpha, Z *y) {
   f64x2 tr[Cols], ti[Cols];
@@ -78,12 +71,19 @@ void n_group(int64_t m, const Z *a, int64_t lda, const Z *x, Z alpha, Z *y) {
 
 template <int Cols, bool Conj, bool AAl, bool VAl>
 void t_group(int64_t m, const Z *a, int64_t lda, const Z *x, Z alpha, Z *y) {
-  f64x2 acc[Cols];
+  // Per column p := sum a[i] re(x[i]) and q := sum a[i] im(x[i]), lane by
+  // lane; the products join only at the end, so no row needs a shuffle of
+  // the matrix.
+  f64x2 p[Cols], q[Cols];
   const Z *c[Cols];
-  for (int k = 0; k < Cols; ++k) acc[k] = simd::zero<f64x2>(), c[k] = a + k * lda;
+  for (int k = 0; k < Cols; ++k) p[k] = q[k] = simd::zero<f64x2>(), c[k] = a + k * lda;
   auto row = [&](int64_t i) ZOR_HOT {
-    const f64x2 xv = load<VAl>(x + i);
-    for (int k = 0; k < Cols; ++k) acc[k] = simd::add(acc[k], product<Conj>(load<AAl>(c[k] + i), xv));
+    const f64x2 xv = load<VAl>(x + i), xr = simd::dup_lo(xv), xi = simd::dup_hi(xv);
+    for (int k = 0; k < Cols; ++k) {
+      const f64x2 av = load<AAl>(c[k] + i);
+      p[k] = simd::add(p[k], simd::mul(av, xr));
+      q[k] = simd::add(q[k], simd::mul(av, xi));
+    }
   };
   int64_t i = 0;
   for (; i + 4 <= m; i += 4) {
@@ -94,7 +94,10 @@ void t_group(int64_t m, const Z *a, int64_t lda, const Z *x, Z alpha, Z *y) {
   if (i < m) row(i);
   const f64x2 ar = simd::splat(alpha.re), ai = simd::splat(alpha.im);
   for (int k = 0; k < Cols; ++k) {
-    f64x2 v = simd::add(load<false>(y + k), times(ar, ai, acc[k]));
+    // a x = [p0 - q1, p1 + q0]; conj(a) x = [p0 + q1, q0 - p1].
+    const f64x2 qs = simd::swap_lanes(q[k]);
+    const f64x2 acc = Conj ? simd::add(qs, simd::conj_lanes(p[k])) : simd::addsub(p[k], qs);
+    f64x2 v = simd::add(load<false>(y + k), times(ar, ai, acc));
     store<false>(y + k, v);
   }
 }
