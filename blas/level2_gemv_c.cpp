@@ -12,9 +12,10 @@
 // each for an even and an odd lda (odd columns of an odd lda merged from
 // aligned vectors). If column 0 of a group is 8 bytes off, its first row is
 // done alone. 'N': four columns a pass, y[i] := (((y[i] + t0 a0[i]) + t1
-// a1[i]) + ...), t_k = alpha x[j + k]. Transposed: one accumulator of two
-// complex lanes a column (the peeled row and a last odd row in lane 0), then
-// y[j] := y[j] + alpha (lane 0 + lane 1).
+// a1[i]) + ...), t_k = alpha x[j + k]. Transposed: per column two
+// accumulators of two complex lanes (the peeled row and a last odd row in
+// lane 0), the column times the real and times the imaginary parts of x,
+// joined into the complex sum at the end; y[j] := y[j] + alpha sum.
 #include <zor/blas.h>
 
 #include <algorithm>
@@ -65,17 +66,22 @@ ZOR_HOT inline f32x4 one_at(const Cx *p) { return simd::load_pair(re(p)); }  // 
 ZOR_HOT inline f32x4 times(f32x4 tr, f32x4 ti, f32x4 a) {
   return simd::addsub(simd::mul(tr, a), simd::mul(ti, simd::swap_pairs(a)));
 }
-template <bool Conj>
-ZOR_HOT inline f32x4 product(f32x4 a, f32x4 x) {
-  const f32x4 p = simd::mul(simd::dup_even(a), x), q = simd::mul(simd::dup_odd(a), simd::swap_pairs(x));
-  if constexpr (Conj) return simd::add(p, simd::conj_lanes(q));
-  else return simd::addsub(p, q);
+// Per column, the matrix times the real parts of x and times the imaginary
+// parts, lane by lane; they are joined into the complex sum at the end, so
+// no row needs a shuffle of the matrix.
+template <int Cols>
+ZOR_HOT inline void accumulate(const f32x4 *col, f32x4 xv, f32x4 *pr, f32x4 *pi) {
+  const f32x4 xr = simd::dup_even(xv), xi = simd::dup_odd(xv);
+  for (int k = 0; k < Cols; ++k) {
+    pr[k] = simd::add(pr[k], simd::mul(col[k], xr));
+    pi[k] = simd::add(pi[k], simd::mul(col[k], xi));
+  }
 }
 
 // Rows [i, m) of Cols columns, column 0 aligned at row i.
 template <Op O, bool OddLda, int Cols>
 ZOR_HOT inline void rows(int64_t i, int64_t m, const Cx *const *c, const f32x4 *tr, const f32x4 *ti, Cx *v,
-                         f32x4 *acc) {
+                         f32x4 *pr, f32x4 *pi) {
   Column<false> r0(c[0] + i);
   Column<OddLda && (Cols > 1)> r1(c[Cols > 1 ? 1 : 0] + i);
   Column<false> r2(c[Cols > 2 ? 2 : 0] + i);
@@ -99,7 +105,7 @@ ZOR_HOT inline void rows(int64_t i, int64_t m, const Cx *const *c, const f32x4 *
       else simd::store_u(&v[at].re, w);
     } else {
       const f32x4 xv = one ? one_at(v + at) : pair_at(v + at);
-      for (int k = 0; k < Cols; ++k) acc[k] = simd::add(acc[k], product<O == Op::C>(col[k], xv));
+      accumulate<Cols>(col, xv, pr, pi);
     }
   };
   for (; nv > 0; --nv) {
@@ -120,10 +126,10 @@ ZOR_HOT inline void rows(int64_t i, int64_t m, const Cx *const *c, const f32x4 *
 template <Op O, bool OddLda, int Cols>
 void group(int64_t m, const Cx *a, int64_t lda, const Cx *x, Cx alpha, Cx *y) {
   const Cx *c[Cols];
-  f32x4 tr[4], ti[4], acc[4];
+  f32x4 tr[4], ti[4], pr[4], pi[4];
   for (int k = 0; k < Cols; ++k) {
     c[k] = a + k * lda;
-    acc[k] = simd::zero<f32x4>();
+    pr[k] = pi[k] = simd::zero<f32x4>();
     if constexpr (O == Op::N) {
       const Cx t = alpha * x[k];
       tr[k] = simd::splat(t.re), ti[k] = simd::splat(t.im);
@@ -140,18 +146,20 @@ void group(int64_t m, const Cx *a, int64_t lda, const Cx *x, Cx alpha, Cx *y) {
         for (int k = 0; k < Cols; ++k) w = simd::add(w, times(tr[k], ti[k], col[k]));
         simd::store_pair(&v[0].re, w);
       } else {
-        const f32x4 xv = one_at(v);
-        for (int k = 0; k < Cols; ++k) acc[k] = simd::add(acc[k], product<O == Op::C>(col[k], xv));
+        accumulate<Cols>(col, one_at(v), pr, pi);
       }
       i = 1;
     }
-    rows<O, OddLda, Cols>(i, m, c, tr, ti, v, acc);
+    rows<O, OddLda, Cols>(i, m, c, tr, ti, v, pr, pi);
   }
   if constexpr (O != Op::N) {
     for (int k = 0; k < Cols; ++k) {
-      alignas(16) float l[4];
-      simd::store_a(l, acc[k]);
-      const Cx s{l[0] + l[2], l[1] + l[3]};
+      alignas(16) float p[4], q[4];
+      simd::store_a(p, pr[k]);
+      simd::store_a(q, pi[k]);
+      const float p0 = p[0] + p[2], p1 = p[1] + p[3], q0 = q[0] + q[2], q1 = q[1] + q[3];
+      // a x = (p0 - q1, p1 + q0); conj(a) x = (p0 + q1, q0 - p1)
+      const Cx s = O == Op::C ? Cx{p0 + q1, q0 - p1} : Cx{p0 - q1, p1 + q0};
       y[k] = y[k] + alpha * s;
     }
   }
