@@ -135,8 +135,8 @@ template <class R, int Main>
 void rotm(int64_t n, R *x, int64_t incx, R *y, int64_t incy, const R *param) {
   R flag = param[0];
   if (n < 1 || R(2) + flag == R(0)) return;
-  RotmOp<R> op{flag > 0 ? 1 : (flag == 0 ? 0 : -1), param[1], param[2], param[3], param[4]};
-  op.v11 = simd::splat(op.h11), op.v21 = simd::splat(op.h21), op.v12 = simd::splat(op.h12), op.v22 = simd::splat(op.h22);
+  const RotmOp<R> op{flag > 0 ? 1 : (flag == 0 ? 0 : -1), param[1], param[2], param[3], param[4],
+                     simd::splat(param[1]), simd::splat(param[2]), simd::splat(param[3]), simd::splat(param[4])};
   int64_t from = op.kind > 0 ? 8 : 2;
   if (incx == 1 && incy == 1 && n >= from && aligned_to(x, sizeof(R)) && aligned_to(y, sizeof(R)))
     unit_path<RotmOp<R>, Main>(op, n, x, y);
