@@ -80,6 +80,35 @@ inline void scatter(int64_t len, const R *buf, R *y, int64_t inc) {
   for (; i < len; ++i) y[i * inc] = buf[i];
 }
 
+// A product on strided vectors, through the two stack buffers: the
+// 128-element one holds the column block's part of x ('N') or of y
+// (transposed), the 1000-element one the row chunk's part of the other
+// vector. kernel(m, n, alpha, a, lda, x, y) runs on unit-stride vectors.
+template <class E, class Alpha, class Kernel>
+void strided_product(bool no_trans, int64_t m, int64_t n, Alpha alpha, const E *a, int64_t lda, const E *xs,
+                     int64_t incx, E *ys, int64_t incy, Kernel kernel) {
+  alignas(16) E cols[128];
+  alignas(16) E rows[1000];
+  for (int64_t jb = 0; jb < n; jb += 128) {
+    const int64_t nc = n - jb < 128 ? n - jb : 128;
+    if (no_trans) gather(nc, xs + jb * incx, incx, cols);
+    else gather(nc, ys + jb * incy, incy, cols);
+    for (int64_t ib = 0; ib < m; ib += 1000) {
+      const int64_t mr = m - ib < 1000 ? m - ib : 1000;
+      const E *block = a + ib + jb * lda;
+      if (no_trans) {
+        gather(mr, ys + ib * incy, incy, rows);
+        kernel(mr, nc, alpha, block, lda, cols, rows);
+        scatter(mr, rows, ys + ib * incy, incy);
+      } else {
+        gather(mr, xs + ib * incx, incx, rows);
+        kernel(mr, nc, alpha, block, lda, rows, cols);
+      }
+    }
+    if (!no_trans) scatter(nc, cols, ys + jb * incy, incy);
+  }
+}
+
 // Column-update and dot kernels of the double product on unit-stride x and
 // y: y := y + alpha A x ('N') and y := y + alpha A^T x (transposed), m rows,
 // n columns. OddLda selects the form for columns in alternating 16-byte

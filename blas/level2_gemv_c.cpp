@@ -229,26 +229,7 @@ void xcgemv(char trans, int64_t m, int64_t n, Cx alpha, const Cx *a, int64_t lda
     run(m, n, alpha, a, lda, x, y);
     return;
   }
-  alignas(16) Cx cols[128];
-  alignas(16) Cx rows_[1000];
-  for (int64_t jb = 0; jb < n; jb += 128) {
-    const int64_t nc = std::min<int64_t>(128, n - jb);
-    if (no_trans) gather(nc, xs + jb * incx, incx, cols);
-    else gather(nc, ys + jb * incy, incy, cols);
-    for (int64_t ib = 0; ib < m; ib += 1000) {
-      const int64_t mr = std::min<int64_t>(1000, m - ib);
-      const Cx *block = a + ib + jb * lda;
-      if (no_trans) {
-        gather(mr, ys + ib * incy, incy, rows_);
-        run(mr, nc, alpha, block, lda, cols, rows_);
-        scatter(mr, rows_, ys + ib * incy, incy);
-      } else {
-        gather(mr, xs + ib * incx, incx, rows_);
-        run(mr, nc, alpha, block, lda, rows_, cols);
-      }
-    }
-    if (!no_trans) scatter(nc, cols, ys + jb * incy, incy);
-  }
+  strided_product(no_trans, m, n, alpha, a, lda, xs, incx, ys, incy, run);
 }
 
 }  // namespace

@@ -299,28 +299,7 @@ void xdgemv(char trans, int64_t m, int64_t n, double alpha, const double *a, int
     kernel(m, n, alpha, a, lda, x, y);
     return;
   }
-  // The 128-element buffer holds the part of the column block's vector (x
-  // for 'N', y transposed), the 1000-element one the row chunk's.
-  alignas(16) double cols[128];
-  alignas(16) double rows[1000];
-  for (int64_t jb = 0; jb < n; jb += 128) {
-    const int64_t nc = std::min<int64_t>(128, n - jb);
-    if (no_trans) gather(nc, xs + jb * incx, incx, cols);
-    else gather(nc, ys + jb * incy, incy, cols);
-    for (int64_t ib = 0; ib < m; ib += 1000) {
-      const int64_t mr = std::min<int64_t>(1000, m - ib);
-      const double *block = a + ib + jb * lda;
-      if (no_trans) {
-        gather(mr, ys + ib * incy, incy, rows);
-        kernel(mr, nc, alpha, block, lda, cols, rows);
-        scatter(mr, rows, ys + ib * incy, incy);
-      } else {
-        gather(mr, xs + ib * incx, incx, rows);
-        kernel(mr, nc, alpha, block, lda, rows, cols);
-      }
-    }
-    if (!no_trans) scatter(nc, cols, ys + jb * incy, incy);
-  }
+  strided_product(no_trans, m, n, alpha, a, lda, xs, incx, ys, incy, kernel);
 }
 
 }  // namespace

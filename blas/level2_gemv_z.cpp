@@ -167,27 +167,7 @@ void xzgemv(char trans, int64_t m, int64_t n, Z alpha, const Z *a, int64_t lda, 
     run(m, n, alpha, a, lda, x, y);
     return;
   }
-  alignas(16) Z cols[128];
-  alignas(16) Z rows[1000];
-  const bool no_trans = op == Op::N;
-  for (int64_t jb = 0; jb < n; jb += 128) {
-    const int64_t nc = std::min<int64_t>(128, n - jb);
-    if (no_trans) gather(nc, xs + jb * incx, incx, cols);
-    else gather(nc, ys + jb * incy, incy, cols);
-    for (int64_t ib = 0; ib < m; ib += 1000) {
-      const int64_t mr = std::min<int64_t>(1000, m - ib);
-      const Z *block = a + ib + jb * lda;
-      if (no_trans) {
-        gather(mr, ys + ib * incy, incy, rows);
-        run(mr, nc, alpha, block, lda, cols, rows);
-        scatter(mr, rows, ys + ib * incy, incy);
-      } else {
-        gather(mr, xs + ib * incx, incx, rows);
-        run(mr, nc, alpha, block, lda, rows, cols);
-      }
-    }
-    if (!no_trans) scatter(nc, cols, ys + jb * incy, incy);
-  }
+  strided_product(op == Op::N, m, n, alpha, a, lda, xs, incx, ys, incy, run);
 }
 
 }  // namespace
