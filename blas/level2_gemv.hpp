@@ -61,6 +61,20 @@ void scale_y(int64_t len, R beta, R *y, int64_t inc) {
   for (; i < len; ++i) y[i * inc] = zero ? R(0) : beta * y[i * inc];
 }
 
+// The opening above, shared by every real gemv: true when the product itself
+// remains to be added, with xs and ys at the vectors' logical starts.
+template <class R, int FillFrom>
+bool open_product(bool no_trans, int64_t m, int64_t n, R alpha, const R *x, int64_t incx, R beta, R *y,
+                  int64_t incy, const R *&xs, R *&ys) {
+  if (m == 0 || n == 0) return false;
+  if (alpha == R(0) && beta == R(1)) return false;
+  const int64_t leny = no_trans ? m : n, lenx = no_trans ? n : m;
+  xs = vector_start(x, lenx, incx);
+  ys = vector_start(y, leny, incy);
+  if (beta != R(1)) scale_y<R, FillFrom>(leny, beta, ys, incy);
+  return alpha != R(0);
+}
+
 // Copies between a strided vector and a packed buffer: eight elements a pass
 // when inc is not 0 and at least 8 are left, then one by one.
 template <class R>

@@ -280,14 +280,10 @@ namespace {
 
 void xdgemv(char trans, int64_t m, int64_t n, double alpha, const double *a, int64_t lda, const double *x,
             int64_t incx, double beta, double *y, int64_t incy) {
-  if (m == 0 || n == 0) return;
-  if (alpha == 0.0 && beta == 1.0) return;
   const bool no_trans = is_no_trans(trans);
-  const int64_t leny = no_trans ? m : n, lenx = no_trans ? n : m;
-  const double *xs = vector_start(x, lenx, incx);
-  double *ys = vector_start(y, leny, incy);
-  if (beta != 1.0) scale_y<double, 13>(leny, beta, ys, incy);
-  if (alpha == 0.0) return;
+  const double *xs;
+  double *ys;
+  if (!open_product<double, 13>(no_trans, m, n, alpha, x, incx, beta, y, incy, xs, ys)) return;
   if (!aligned(a, 8) || !aligned(x, 8) || !aligned(y, 8)) {
     plain(no_trans, m, n, alpha, a, lda, xs, incx, ys, incy);
     return;

@@ -135,14 +135,10 @@ void strided(bool no_trans, int64_t m, int64_t n, float alpha, const float *a, i
 
 void xsgemv(char trans, int64_t m, int64_t n, float alpha, const float *a, int64_t lda, const float *x,
             int64_t incx, float beta, float *y, int64_t incy) {
-  if (m == 0 || n == 0) return;
-  if (alpha == 0.0f && beta == 1.0f) return;
   const bool no_trans = is_no_trans(trans);
-  const int64_t leny = no_trans ? m : n, lenx = no_trans ? n : m;
-  const float *xs = vector_start(x, lenx, incx);
-  float *ys = vector_start(y, leny, incy);
-  if (beta != 1.0f) scale_y<float, 25>(leny, beta, ys, incy);
-  if (alpha == 0.0f) return;
+  const float *xs;
+  float *ys;
+  if (!open_product<float, 25>(no_trans, m, n, alpha, x, incx, beta, y, incy, xs, ys)) return;
   if (incx == 1 && incy == 1 && aligned(a, 4) && aligned(x, 4) && aligned(y, 4)) {
     if (no_trans) unit<true>(m, n, alpha, a, lda, x, y);
     else unit<false>(m, n, alpha, a, lda, x, y);

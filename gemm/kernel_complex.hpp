@@ -31,9 +31,22 @@
 #pragma once
 #include <cstdint>
 
+#include "frame/simd.hpp"
 #include "frame/traits.hpp"
 
 namespace zor::gemm {
+
+// C is read and written with aligned moves when the kernel knows it may.
+template <class V, bool Aligned, class R>
+inline V load_c(const R *p) {
+  if constexpr (Aligned) return simd::load_a(p);
+  else return simd::load_u(p);
+}
+template <bool Aligned, class R, class V>
+inline void store_c(R *p, V v) {
+  if constexpr (Aligned) simd::store_a(p, v);
+  else simd::store_u(p, v);
+}
 
 template <class T>
 struct ComplexShape {

@@ -25,17 +25,6 @@ namespace {
 
 using namespace zor::simd;
 
-template <class V, bool Aligned, class R>
-inline V load_c(const R *p) {
-  if constexpr (Aligned) return load_a(p);
-  else return load_u(p);
-}
-template <bool Aligned, class R, class V>
-inline void store_c(R *p, V v) {
-  if constexpr (Aligned) store_a(p, v);
-  else store_u(p, v);
-}
-
 // Widen nc columns of a B panel (nc elements per depth step) into dup.
 template <class T>
 void widen_row0(int64_t k, int nc, const typename T::real *b, typename T::real *dup) {

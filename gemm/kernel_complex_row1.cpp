@@ -26,17 +26,6 @@ namespace {
 
 using namespace zor::simd;
 
-template <class V, bool Aligned, class R>
-inline V load_c(const R *p) {
-  if constexpr (Aligned) return load_a(p);
-  else return load_u(p);
-}
-template <bool Aligned, class R, class V>
-inline void store_c(R *p, V v) {
-  if constexpr (Aligned) store_a(p, v);
-  else store_u(p, v);
-}
-
 // Single precision: the panel step (b0, b1) becomes (b0, b0), (b1, b1).
 inline void widen_row1(int64_t k, int nc, const float *b, float *dup) {
   for (int64_t l = 0; l < k; ++l) {
