@@ -64,6 +64,91 @@ ZOR_API void zor_lapack_ps_cptts2(const zor_int *iuplo, const zor_int *n, const 
 ZOR_API void zor_lapack_ps_zptts2(const zor_int *iuplo, const zor_int *n, const zor_int *nrhs, const double *d,
                                   const void *e, void *b, const zor_int *ldb);
 
+/* ---- a sequence of plane rotations from the left, A := P A (m by n, lda):
+ * rotation k is (c[k], s[k]) on rows k, k+1 (lv?), 1, k+1 (lt?) or k, m
+ * (lb?), forward (??f) or backward (??b) through k = 1 .. m-1; c and s are
+ * real for every precision. Identity rotations are computed, not skipped. */
+ZOR_API void zor_lapack_ps_slasr_lvf(const zor_int *m, const zor_int *n, const float *c, const float *s, float *a,
+                                    const zor_int *lda);
+ZOR_API void zor_lapack_ps_dlasr_lvf(const zor_int *m, const zor_int *n, const double *c, const double *s, double *a,
+                                    const zor_int *lda);
+ZOR_API void zor_lapack_ps_clasr_lvf(const zor_int *m, const zor_int *n, const float *c, const float *s, void *a,
+                                    const zor_int *lda);
+ZOR_API void zor_lapack_ps_zlasr_lvf(const zor_int *m, const zor_int *n, const double *c, const double *s, void *a,
+                                    const zor_int *lda);
+ZOR_API void zor_lapack_ps_slasr_lvb(const zor_int *m, const zor_int *n, const float *c, const float *s, float *a,
+                                    const zor_int *lda);
+ZOR_API void zor_lapack_ps_dlasr_lvb(const zor_int *m, const zor_int *n, const double *c, const double *s, double *a,
+                                    const zor_int *lda);
+ZOR_API void zor_lapack_ps_clasr_lvb(const zor_int *m, const zor_int *n, const float *c, const float *s, void *a,
+                                    const zor_int *lda);
+ZOR_API void zor_lapack_ps_zlasr_lvb(const zor_int *m, const zor_int *n, const double *c, const double *s, void *a,
+                                    const zor_int *lda);
+ZOR_API void zor_lapack_ps_slasr_ltf(const zor_int *m, const zor_int *n, const float *c, const float *s, float *a,
+                                    const zor_int *lda);
+ZOR_API void zor_lapack_ps_dlasr_ltf(const zor_int *m, const zor_int *n, const double *c, const double *s, double *a,
+                                    const zor_int *lda);
+ZOR_API void zor_lapack_ps_clasr_ltf(const zor_int *m, const zor_int *n, const float *c, const float *s, void *a,
+                                    const zor_int *lda);
+ZOR_API void zor_lapack_ps_zlasr_ltf(const zor_int *m, const zor_int *n, const double *c, const double *s, void *a,
+                                    const zor_int *lda);
+ZOR_API void zor_lapack_ps_slasr_ltb(const zor_int *m, const zor_int *n, const float *c, const float *s, float *a,
+                                    const zor_int *lda);
+ZOR_API void zor_lapack_ps_dlasr_ltb(const zor_int *m, const zor_int *n, const double *c, const double *s, double *a,
+                                    const zor_int *lda);
+ZOR_API void zor_lapack_ps_clasr_ltb(const zor_int *m, const zor_int *n, const float *c, const float *s, void *a,
+                                    const zor_int *lda);
+ZOR_API void zor_lapack_ps_zlasr_ltb(const zor_int *m, const zor_int *n, const double *c, const double *s, void *a,
+                                    const zor_int *lda);
+ZOR_API void zor_lapack_ps_slasr_lbf(const zor_int *m, const zor_int *n, const float *c, const float *s, float *a,
+                                    const zor_int *lda);
+ZOR_API void zor_lapack_ps_dlasr_lbf(const zor_int *m, const zor_int *n, const double *c, const double *s, double *a,
+                                    const zor_int *lda);
+ZOR_API void zor_lapack_ps_clasr_lbf(const zor_int *m, const zor_int *n, const float *c, const float *s, void *a,
+                                    const zor_int *lda);
+ZOR_API void zor_lapack_ps_zlasr_lbf(const zor_int *m, const zor_int *n, const double *c, const double *s, void *a,
+                                    const zor_int *lda);
+ZOR_API void zor_lapack_ps_slasr_lbb(const zor_int *m, const zor_int *n, const float *c, const float *s, float *a,
+                                    const zor_int *lda);
+ZOR_API void zor_lapack_ps_dlasr_lbb(const zor_int *m, const zor_int *n, const double *c, const double *s, double *a,
+                                    const zor_int *lda);
+ZOR_API void zor_lapack_ps_clasr_lbb(const zor_int *m, const zor_int *n, const float *c, const float *s, void *a,
+                                    const zor_int *lda);
+ZOR_API void zor_lapack_ps_zlasr_lbb(const zor_int *m, const zor_int *n, const double *c, const double *s, void *a,
+                                    const zor_int *lda);
+
+/* ---- x[i] := c[i] x[i] + s[i] y[i], y[i] := c[i] y[i] - conj(s[i]) x[i];
+ * c real, s of the element type; incc walks c and s. */
+ZOR_API void zor_lapack_ps_slartv(const zor_int *n, float *x, const zor_int *incx, float *y, const zor_int *incy,
+                                  const float *c, const float *s, const zor_int *incc);
+ZOR_API void zor_lapack_ps_dlartv(const zor_int *n, double *x, const zor_int *incx, double *y, const zor_int *incy,
+                                  const double *c, const double *s, const zor_int *incc);
+ZOR_API void zor_lapack_ps_clartv(const zor_int *n, void *x, const zor_int *incx, void *y, const zor_int *incy,
+                                  const float *c, const void *s, const zor_int *incc);
+ZOR_API void zor_lapack_ps_zlartv(const zor_int *n, void *x, const zor_int *incx, void *y, const zor_int *incy,
+                                  const double *c, const void *s, const zor_int *incc);
+
+/* ---- reflectors of order 2 and 3 across contiguous rows x, y (z) of n
+ * columns (the increments are not read): t := (x + v y) tau (rot2),
+ * t := (x + p y + q z) tau (rot3); x -= t, y -= conj(v) t or conj(p) t,
+ * z -= conj(q) t (conj only for complex forms). */
+ZOR_API void zor_lapack_ps_srot2(const zor_int *n, float *x, const zor_int *incx, float *y, const zor_int *incy,
+                                 const float *tau, const float *v);
+ZOR_API void zor_lapack_ps_drot2(const zor_int *n, double *x, const zor_int *incx, double *y, const zor_int *incy,
+                                 const double *tau, const double *v);
+ZOR_API void zor_lapack_ps_crot2(const zor_int *n, void *x, const zor_int *incx, void *y, const zor_int *incy,
+                                 const void *tau, const void *v);
+ZOR_API void zor_lapack_ps_zrot2(const zor_int *n, void *x, const zor_int *incx, void *y, const zor_int *incy,
+                                 const void *tau, const void *v);
+ZOR_API void zor_lapack_ps_srot3(const zor_int *n, float *x, const zor_int *incx, float *y, const zor_int *incy, float *z,
+                                 const zor_int *incz, const float *tau, const float *p, const float *q);
+ZOR_API void zor_lapack_ps_drot3(const zor_int *n, double *x, const zor_int *incx, double *y, const zor_int *incy, double *z,
+                                 const zor_int *incz, const double *tau, const double *p, const double *q);
+ZOR_API void zor_lapack_ps_crot3(const zor_int *n, void *x, const zor_int *incx, void *y, const zor_int *incy, void *z,
+                                 const zor_int *incz, const void *tau, const void *p, const void *q);
+ZOR_API void zor_lapack_ps_zrot3(const zor_int *n, void *x, const zor_int *incx, void *y, const zor_int *incy, void *z,
+                                 const zor_int *incz, const void *tau, const void *p, const void *q);
+
 /* ---- A := alpha x x^T + A, complex symmetric (not Hermitian), packed. */
 ZOR_API void zor_lapack_ps_cspr(const char *uplo, const zor_int *n, const void *alpha, const void *x,
                                 const zor_int *incx, void *ap);

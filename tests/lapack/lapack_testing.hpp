@@ -46,6 +46,18 @@ void sptts2_(const f_int *, const f_int *, const float *, const float *, float *
 void dptts2_(const f_int *, const f_int *, const double *, const double *, double *, const f_int *);
 void cptts2_(const f_int *, const f_int *, const f_int *, const float *, const c8 *, c8 *, const f_int *);
 void zptts2_(const f_int *, const f_int *, const f_int *, const double *, const c16 *, c16 *, const f_int *);
+void slasr_(const char *, const char *, const char *, const f_int *, const f_int *, const float *, const float *,
+            float *, const f_int *, f_len, f_len, f_len);
+void dlasr_(const char *, const char *, const char *, const f_int *, const f_int *, const double *, const double *,
+            double *, const f_int *, f_len, f_len, f_len);
+void clasr_(const char *, const char *, const char *, const f_int *, const f_int *, const float *, const float *,
+            c8 *, const f_int *, f_len, f_len, f_len);
+void zlasr_(const char *, const char *, const char *, const f_int *, const f_int *, const double *, const double *,
+            c16 *, const f_int *, f_len, f_len, f_len);
+void slartv_(const f_int *, float *, const f_int *, float *, const f_int *, const float *, const float *, const f_int *);
+void dlartv_(const f_int *, double *, const f_int *, double *, const f_int *, const double *, const double *, const f_int *);
+void clartv_(const f_int *, c8 *, const f_int *, c8 *, const f_int *, const float *, const c8 *, const f_int *);
+void zlartv_(const f_int *, c16 *, const f_int *, c16 *, const f_int *, const double *, const c16 *, const f_int *);
 void cspr_(const char *, const f_int *, const c8 *, const c8 *, const f_int *, c8 *, f_len);
 }
 
