@@ -7,7 +7,7 @@
 // thread processor time per call; ratios are peer time over ours (above 1:
 // we are faster).
 //
-// Usage: bench_lapack [rounds [name-filter]]   (default 3 rounds, all cases)
+// Usage: bench_lapack [rounds [name-filter]]   (default 5 rounds, all cases)
 #include <zor/lapack.h>
 
 #include <cmath>
@@ -137,18 +137,19 @@ void add_rotation_cases(std::vector<Case> &cases) {
     for (double angle : random_doubles(n, 0, 6.28, 11)) s->c.push_back(std::cos(angle)), s->s.push_back(std::sin(angle));
     s->a = random_doubles(size_t(n) * n, -1, 1, 12);
     auto nothing = [] {};
+    const int repeats = n < 1000 ? 30 : 5;
     cases.push_back({std::string("dlasr_") + form.name + " m=n=" + std::to_string(n), kReference | kNative,
                      [=] {
                        return best_run_seconds(nothing, [&] {
                          const zor_int n64 = n;
                          form.ours(&n64, &n64, s->c.data(), s->s.data(), s->a.data(), &n64);
-                       }, 3);
+                       }, repeats);
                      },
                      [=](const Lookup &lookup) {
                        auto lasr = reinterpret_cast<LasrFn>(lookup("dlasr_"));
                        return best_run_seconds(nothing, [&] {
                          lasr("L", &form.pivot, "F", &n, &n, s->c.data(), s->s.data(), s->a.data(), &n, 1, 1, 1);
-                       }, 3);
+                       }, repeats);
                      }});
   }
 }
@@ -156,7 +157,7 @@ void add_rotation_cases(std::vector<Case> &cases) {
 }  // namespace
 
 int main(int argc, char **argv) {
-  const int rounds = argc > 1 ? std::atoi(argv[1]) : 3;
+  const int rounds = argc > 1 ? std::atoi(argv[1]) : 5;
   const std::string filter = argc > 2 ? argv[2] : "";
   std::setvbuf(stdout, nullptr, _IOLBF, 0);
   std::vector<Case> all, cases;
