@@ -12,7 +12,7 @@
 #include <thread>
 #include <vector>
 
-#include "complex_testing.hpp"
+#include "gemm_testing.hpp"
 #include "qalloc_module.h"
 
 namespace {

@@ -13,7 +13,7 @@
 #include <vector>
 
 #include "common/reference_blas.h"
-#include "complex_testing.hpp"
+#include "gemm_testing.hpp"
 #include "qalloc_module.h"
 
 namespace {
