@@ -83,9 +83,12 @@ void widen_splat(int64_t k, int64_t kp, const typename T::real *b, int64_t ldb, 
   for (; done < kp * W; ++done) store_a(dup + done * L, zero<V>());
 }
 
-// A vector of a pair of reals, repeated across it.
+// A vector of a pair of reals, repeated across it; from two values, or from
+// two adjacent ones in memory.
 inline simd::f64x2 pair_vector(double x0, double x1) { return simd::make(x0, x1); }
 inline simd::f32x4 pair_vector(float x0, float x1) { return simd::make(x0, x1, x0, x1); }
+inline simd::f64x2 pair_at(const double *p) { return simd::load_u(p); }
+inline simd::f32x4 pair_at(const float *p) { return simd::low_pair(simd::load_pair(p)); }
 
 // Row 1's widening of one column group of B into dup: NV vectors per depth
 // step, vector v holding the pair of reals 2v, 2v + 1 of the step (zero past
@@ -112,6 +115,17 @@ void widen_pairs(int64_t cw, int64_t k, int64_t kp, const typename T::real *b, i
       const V v = load_a(b + 4 * l);
       put(NV * l, low_pair(v));
       if constexpr (NV == 2) put(NV * l + 1, high_pair(v));
+    }
+  } else if (NV == 2 && cw == 4 && transb) {  // a full group, each step's four reals side by side
+    for (const R *row = b; l < k; ++l, row += ldb) {
+      put(2 * l, pair_at(row));
+      put(2 * l + 1, pair_at(row + 2));
+    }
+  } else if (NV == 2 && cw == 4) {  // a full group, one column after another
+    const R *c0 = b, *c1 = b + ldb, *c2 = b + 2 * ldb, *c3 = b + 3 * ldb;
+    for (; l < k; ++l) {
+      put(2 * l, pair_vector(c0[l], c1[l]));
+      put(2 * l + 1, pair_vector(c2[l], c3[l]));
     }
   } else {
     for (; l < k; ++l) {
