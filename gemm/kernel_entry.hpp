@@ -14,6 +14,7 @@
 #include <array>
 #include <cstdint>
 
+#include "frame/element.hpp"
 #include "frame/simd.hpp"
 #include "gemm/desc.hpp"
 #include "gemm/panels.hpp"
@@ -35,7 +36,7 @@ inline R in_place_b(const R *b, int64_t ldb, bool trans, int64_t k, int64_t l, i
 // both multiples of 16.
 template <class T>
 inline bool c_aligned(const void *c, int64_t ldc) {
-  return ((reinterpret_cast<uintptr_t>(c) & 15) | ((uint64_t(ldc) * T::elem_bytes) & 15)) == 0;
+  return aligned_to(c, 16) && (uint64_t(ldc) * T::elem_bytes) % 16 == 0;
 }
 
 // One vector of C updated with an accumulator: C + acc, or acc alone when
@@ -106,7 +107,7 @@ void widen_pairs(int64_t cw, int64_t k, int64_t kp, const typename T::real *b, i
   constexpr int L = T::real_lanes;
   auto put = [&](int64_t i, V v) {
     store_a(dup + i * L, v);
-    if (swaps) store_a(swaps + i * L, swap_re_im(v));
+    if (swaps) store_a(swaps + i * L, flip(v));
   };
   int64_t l = 0;
   if constexpr (!InPlace) {
@@ -144,7 +145,7 @@ template <class T>
 void lane_swaps(int64_t vectors, const typename T::real *p, typename T::real *q) {
   using namespace zor::simd;
   constexpr int L = T::real_lanes;
-  for (int64_t i = 0; i < vectors; ++i) store_a(q + i * L, swap_re_im(load_a(p + i * L)));
+  for (int64_t i = 0; i < vectors; ++i) store_a(q + i * L, flip(load_a(p + i * L)));
 }
 
 // The sum over depth of one element of a row tail, in the order a lane of

@@ -26,7 +26,7 @@ std::vector<char> letters() {
 
 template <class E>
 E scalar(Rng &rng) {
-  using R = Real<E>;
+  using R = real_of<E>;
   const R picks[] = {R(0), R(1), R(-1), R(0.3125)};
   auto part = [&] { return rng.integer(0, 3) == 0 ? R(rng.uniform()) : picks[rng.integer(0, 3)]; };
   if constexpr (is_complex_v<E>) return E(part(), rng.integer(0, 1) ? R(0) : part());
@@ -37,7 +37,7 @@ TYPED_TEST(GemmDriver, EverySmallShapeBothRows) {
   using E = TypeParam;
   const int64_t um = 32 / int64_t(sizeof(E));
   for (int row : {0, 1}) {
-    ForceRow force(row);
+    ForcedAnswer force(ZOR_CORE_CPUHASQLX, row);
     Rng rng(100 + row);
     SCOPED_TRACE(testing::Message() << "seed " << rng.seed << " row " << row);
     for (char ta : letters<E>())
@@ -46,7 +46,7 @@ TYPED_TEST(GemmDriver, EverySmallShapeBothRows) {
           for (int64_t n = 0; n <= 9; ++n)
             for (int64_t k = 0; k <= 9; ++k) {
               if (is_complex_v<E> && (m + n + k) % 3 == 1) continue;  // thin the nine letter pairs
-              Problem<E> p(ta, tb, m, n, k, (m + n + k) % 3, random_element<E>(rng), random_element<E>(rng),
+              Problem<E> p(ta, tb, m, n, k, (m + n + k) % 3, rng.value<E>(), rng.value<E>(),
                            sizeof(E) < 16 ? sizeof(E) * size_t((m + k) % 2) : 0, rng);
               p.run_ours();
               ASSERT_TRUE(p.check());
@@ -57,7 +57,7 @@ TYPED_TEST(GemmDriver, EverySmallShapeBothRows) {
 TYPED_TEST(GemmDriver, RandomShapesAndScalarsBothRows) {
   using E = TypeParam;
   for (int row : {0, 1}) {
-    ForceRow force(row);
+    ForcedAnswer force(ZOR_CORE_CPUHASQLX, row);
     Rng rng(7001 + row);
     const auto ls = letters<E>();
     for (int t = 0; t < 30; ++t) {
@@ -111,9 +111,9 @@ TYPED_TEST(GemmDriver, EveryPlanBothRows) {
           // Plan 64 applies no alpha: A was packed with it.
           const E alpha = plan == 64 ? E(1) : p.alpha;
           const char sa[2] = {ta, 0}, sb[2] = {tb, 0};
-          const int32_t status = Gemm<E>::xgemm_par(sa, sb, &p.m, &p.n, &p.k, (const Real<E> *)&alpha,
-                                                    (const Real<E> *)a_arg, &lda, (const Real<E> *)b_arg, &ldb,
-                                                    (const Real<E> *)&p.beta, (Real<E> *)p.c.data(), &p.ldc, plan,
+          const int32_t status = Gemm<E>::xgemm_par(sa, sb, &p.m, &p.n, &p.k, (const real_of<E> *)&alpha,
+                                                    (const real_of<E> *)a_arg, &lda, (const real_of<E> *)b_arg, &ldb,
+                                                    (const real_of<E> *)&p.beta, (real_of<E> *)p.c.data(), &p.ldc, plan,
                                                     d.get());
           if (plan == 7 || (is_complex_v<E> && (plan == 4 || plan == 16))) {
             EXPECT_EQ(status, 1);
@@ -131,7 +131,7 @@ TEST(GemmDriverReal, LaterRowWithSmallAndLargeSecondLevelCache) {
   for (int64_t l2 : {int64_t(1) << 20, int64_t(8) << 20}) {
     zor_core_force(ZOR_CORE_CACHE_LEVELS, 2);
     zor_core_force(ZOR_CORE_L2_SIZE, l2);
-    ForceRow force(1);
+    ForcedAnswer force(ZOR_CORE_CPUHASQLX, 1);
     Rng rng(31);
     Problem<double> d('N', 'T', 1100, 37, 70, 1, 0.5, -1.0, 8, rng);
     d.run_ours();
@@ -148,7 +148,7 @@ TEST(GemmDriverReal, LaterRowWithSmallAndLargeSecondLevelCache) {
 // 5000 also gives two column blocks, and K above 256 two depth blocks.
 TEST(GemmDriverReal, PackedBWithSeveralColumnAndDepthBlocks) {
   for (int row : {0, 1}) {
-    ForceRow force(row);
+    ForcedAnswer force(ZOR_CORE_CPUHASQLX, row);
     Rng rng(77 + row);
     Problem<float> s('N', 'T', 21, 5003, 300, 1, 0.5f, 0.25f, 4, rng);
     s.run_ours();
@@ -160,7 +160,7 @@ TEST(GemmDriverReal, PackedBWithSeveralColumnAndDepthBlocks) {
 }
 TEST(GemmDriverReal, SpecialScalarsAndEmptyShapes) {
   for (int row : {0, 1}) {
-    ForceRow force(row);
+    ForcedAnswer force(ZOR_CORE_CPUHASQLX, row);
     const double nan = std::nan("");
     double a[64], b[64], c[64];
     for (int i = 0; i < 64; ++i) a[i] = b[i] = i;
@@ -202,7 +202,7 @@ TEST(GemmDriverReal, SpecialScalarsAndEmptyShapes) {
 // gives 1 (each tiny term is lost), the three passes give 1 + 2^-52.
 TEST(GemmDriverReal, DepthPassesAccumulateIntoC) {
   for (int row : {0, 1}) {
-    ForceRow force(row);
+    ForcedAnswer force(ZOR_CORE_CPUHASQLX, row);
     int64_t m = 8, n = 4, k = 600;
     std::vector<double> a(size_t(m * k), 1.0), b(size_t(k * n), 0.0), c(size_t(m * n), 0.0);
     for (int64_t j = 0; j < n; ++j) {

@@ -38,11 +38,11 @@ TYPED_TEST(ComplexGemm, RowsAgreeBitForBit) {
     c1 = c0;
     const Cx<R> alpha{R(0.7), R(-0.2)}, beta{1, 0};
     {
-      ForceRow force(0);
+      ForcedAnswer force(ZOR_CORE_CPUHASQLX, 0);
       Gemm<Cx<R>>::xgemm("N", "T", m, n, k, &alpha, a.data(), m, b.data(), n, &beta, c0.data(), m);
     }
     {
-      ForceRow force(1);
+      ForcedAnswer force(ZOR_CORE_CPUHASQLX, 1);
       Gemm<Cx<R>>::xgemm("N", "T", m, n, k, &alpha, a.data(), m, b.data(), n, &beta, c1.data(), m);
     }
     for (size_t i = 0; i < c0.size(); ++i) ASSERT_TRUE(same_bits(c0[i], c1[i])) << "k " << k << " at " << i;

@@ -20,11 +20,6 @@ namespace zor::test {
 template <class R>
 using Cx = std::complex<R>;
 
-template <class E> struct RealOf { using type = E; };
-template <class R> struct RealOf<Cx<R>> { using type = R; };
-template <class E> using Real = typename RealOf<E>::type;
-template <class E> constexpr bool is_complex_v = !std::is_same_v<E, Real<E>>;
-
 // Ours and the reference per element type, with untyped operands.
 template <class E> struct Gemm;
 #define ZOR_TEST_GEMM_API(E, p, Ref)                                                                                  \
@@ -73,20 +68,6 @@ struct Desc {
   }
 };
 
-// Forces the kernel row for the extent of a scope.
-struct ForceRow {
-  explicit ForceRow(int row) { zor_core_force(ZOR_CORE_CPUHASQLX, row); }
-  ~ForceRow() { zor_core_unforce(ZOR_CORE_CPUHASQLX); }
-  ForceRow(const ForceRow &) = delete;
-  ForceRow &operator=(const ForceRow &) = delete;
-};
-
-template <class E>
-E random_element(Rng &rng) {
-  if constexpr (is_complex_v<E>) return E(Real<E>(rng.uniform()), Real<E>(rng.uniform()));
-  else return E(rng.uniform());
-}
-
 // Column-major M x N operand with leading dimension ld, in a guarded buffer
 // at a byte offset from a 16-byte boundary.
 template <class E>
@@ -98,7 +79,7 @@ struct Matrix {
   E *data() { return buf.data(); }
   E &at(int64_t i, int64_t j) { return buf[size_t(i + j * ld)]; }
   void fill(Rng &rng) {
-    for (size_t i = 0; i < buf.size(); ++i) buf[i] = random_element<E>(rng);
+    for (size_t i = 0; i < buf.size(); ++i) buf[i] = rng.value<E>();
   }
 };
 
@@ -130,7 +111,7 @@ E op_at(const E *x, int64_t ld, char trans, int64_t i, int64_t j) {
 // rows below M, untouched rows from M to ldc, intact guards.
 template <class E>
 struct Problem {
-  using R = Real<E>;
+  using R = real_of<E>;
   char ta, tb;
   int64_t m, n, k, lda, ldb, ldc;
   E alpha, beta;
