@@ -144,7 +144,8 @@ bool environment_set(const char *name) {
 }
 
 [[gnu::noinline, gnu::cold]] void init_alloc_hooks() {
-  void *module = dlopen("libqalloc.so", RTLD_NOW | RTLD_LOCAL);
+  // Never unloaded: the hooks point into it for the life of the library.
+  void *module = dlopen("libqalloc.so", RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
   void *vars[4] = {};
   if (module) {
     static const char *const names[4] = {"q_malloc_dll", "q_calloc_dll", "q_realloc_dll", "q_free_dll"};
@@ -162,7 +163,7 @@ bool environment_set(const char *name) {
     AllocHooks.free.store(&std::free, relaxed);
     AllocHooks.malloc.store(&std::malloc, std::memory_order_release);
   }
-  // Released in both cases: the module stays mapped through its other references.
+  // Released in both cases; the module stays mapped all the same.
   if (module) dlclose(module);
 }
 
