@@ -267,6 +267,8 @@ void *place(ThreadRecord *r, int s, uint64_t size, uint64_t pad) {
 }
 
 // Frees every free slot of a record; true when one of its slots is in use.
+// An emptied slot forgets its address too: the raw allocator may hand the
+// same block to another thread, whose free must find that thread's slot.
 bool release_free_slots(ThreadRecord *r) {
   bool busy = false;
   for (int s = 0; s < r->slot_count; ++s) {
@@ -277,6 +279,7 @@ bool release_free_slots(ThreadRecord *r) {
     }
     raw_free(r->raw[s]);
     r->raw[s] = nullptr;
+    r->aligned[s] = nullptr;
     r->requested[s] = 0;
     r->capacity[s] = 0;
     store_in_use(r, s, 0);
