@@ -147,24 +147,22 @@ inline limb rshift(limb *r, const limb *a, len n, int s) {
 // One limb of r := a b (+ r) with the carry limb c passed through. The
 // product's low half takes r first (off the carry chain), then c; each
 // addition's carry goes to the high half, which cannot overflow.
-inline void mul_step(limb *r, const limb *a, limb b, limb &c) {
+template <bool AddR>
+inline void product_step(limb *r, const limb *a, limb b, limb &c) {
   dlimb p = dlimb(*a) * b;
   limb lo = limb(p), h = hi(p);
+  if constexpr (AddR) {
+    limb x = *r;
+    lo += x;
+    h += lo < x;
+  }
   lo += c;
   h += lo < c;
   *r = lo;
   c = h;
 }
-inline void addmul_step(limb *r, const limb *a, limb b, limb &c) {
-  dlimb p = dlimb(*a) * b;
-  limb lo = limb(p), h = hi(p), x = *r;
-  lo += x;
-  h += lo < x;
-  lo += c;
-  h += lo < c;
-  *r = lo;
-  c = h;
-}
+inline void mul_step(limb *r, const limb *a, limb b, limb &c) { product_step<false>(r, a, b, c); }
+inline void addmul_step(limb *r, const limb *a, limb b, limb &c) { product_step<true>(r, a, b, c); }
 inline void submul_step(limb *r, const limb *a, limb b, limb &c) {
   dlimb p = dlimb(*a) * b;
   limb lo = limb(p), h = hi(p), x = *r;
