@@ -86,12 +86,14 @@ namespace tuned {
 
 // Row 1 forms the lane swaps of a column group's B once, into a stack buffer
 // of this many depth steps (two vectors each: 16 KiB); deeper groups swap at
-// every step. Covers every depth block the block rules give (at most 256).
+// every step, with the same results. A stack budget rather than a measured
+// optimum: it covers twice the deepest block the block rules give (256).
 inline constexpr int64_t kMaxSwapDepth = 512;
 
 // The next column group's B is brought in during this many last tiles of the
-// current group. Chosen with bench/gemm/gemm_bench.cpp (dgemm and sgemm
-// n = 1000 and 2000, both rows).
+// current group. Set, not yet tuned: on the loaded development machine the
+// spread of bench/gemm/gemm_bench.cpp (dgemm and sgemm, n = 1000 and 2000,
+// both rows) was wider than any difference this could make; tune it there.
 inline constexpr int64_t kNextGroupTiles = 8;
 
 }  // namespace tuned
