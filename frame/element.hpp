@@ -44,6 +44,24 @@ template <class E> inline constexpr E one_of() {
   else return E(1);
 }
 
+// ---- quotients: a complex divisor by the scaled formula, so that neither
+// its squared magnitude nor the products overflow or underflow before the
+// quotient does: with |re| >= |im|, r = im / re, den = re + im r, and
+// a / b = ((a.re + a.im r) / den, (a.im - a.re r) / den); the other case
+// mirrors it.
+template <class R> inline R quotient(R a, R b) { return a / b; }
+template <class R>
+inline cplx<R> quotient(cplx<R> a, cplx<R> b) {
+  const R abs_re = b.re < R(0) ? -b.re : b.re, abs_im = b.im < R(0) ? -b.im : b.im;
+  if (abs_re >= abs_im) {
+    const R r = b.im / b.re, den = b.re + b.im * r;
+    return {(a.re + a.im * r) / den, (a.im - a.re * r) / den};
+  }
+  const R r = b.re / b.im, den = b.re * r + b.im;
+  return {(a.re * r + a.im) / den, (a.im * r - a.re) / den};
+}
+template <class E> inline E reciprocal(E b) { return quotient(one_of<E>(), b); }
+
 // ---- conjugation when asked for; real values pass unchanged
 template <bool Conj, class E>
 inline E conj_if(E v) {
