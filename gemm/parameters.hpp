@@ -80,6 +80,85 @@ inline constexpr int64_t kMixedBlockM = 500, kMixedBlockN = 5000, kMixedBlockK =
 inline constexpr int64_t kMixedPlainRows = 1000000, kMixedPlainDepthCols = 16384;
 inline constexpr int64_t kMixedSplitSlack = 8192;
 
+
+// ---- symmetric, Hermitian and triangular operations over the engine
+//
+// Symmetric multiply: one pooled buffer of kSymmBufferBytes (at
+// kSymmBufferAlignment) holds a diagonal block of A expanded to a dense
+// square; the long side of C goes in slices of kSymmSlice. Hermitian multiply
+// and the rank-2k updates use a kStackBlock square array on the stack instead.
+inline constexpr uint64_t kSymmBufferBytes = 0x80000;
+inline constexpr int32_t kSymmBufferAlignment = 64;
+inline constexpr int64_t kSymmSlice = 5000;
+inline constexpr int64_t kStackBlock = 128;
+
+// Rank-k updates: order 4 has its own kernel (d) or the direct kernel; the
+// five-way split from kSyrkFiveWay, the small driver's split from
+// kSyrkSmallSplit; block orders are multiples of kSyrkBlockMultiple. The
+// direct kernel walks the triangle in squares of kPstBlock and stages a
+// square's columns on the stack, kPstStageBytes at a time: depth blocks of
+// 72 in d and c, 144 in s, 36 in z.
+inline constexpr int64_t kSyrkOrder4 = 4;
+inline constexpr int64_t kSyrkFiveWay = 20;
+inline constexpr int64_t kSyrkSmallSplit = 12;
+inline constexpr int64_t kSyrkBlockMultiple = 4;
+inline constexpr int64_t kPstBlock = 32;
+inline constexpr int64_t kPstStageBytes = 18432;
+// Single precision's second stage: blocks of 16 and more are cut into
+// blocks of kSyrkSecondBlock.
+inline constexpr int64_t kSyrkSecondStage = 16;
+inline constexpr int64_t kSyrkSecondBlock = 8;
+
+// Triangular multiply: diagonal blocks of kTriDepth; below kTrmmDirectBelow
+// columns (right side) the direct kernel does all of B, and a diagonal block
+// below kTrmmBlockDirectBelow is done by it alone. Left side: B's columns in
+// chunks of kTrmmLeftChunk, rows split off by kTrmmSplitLarge (from
+// kTrmmSplitLarge + 1 rows) or kTrmmLeaf, the packed kernel at kTrmmLeaf rows
+// and below. Left side's descriptor blocks: row block, kTrmmLeftChunk,
+// kTriDepth.
+inline constexpr int64_t kTriDepth = 128;
+inline constexpr int64_t kTrmmDirectBelow = 9;
+inline constexpr int64_t kTrmmBlockDirectBelow = 5;
+inline constexpr int64_t kTrmmLeftChunk = 1000;
+inline constexpr int64_t kTrmmSplitLarge = 128;
+inline constexpr int64_t kTrmmLeaf = 64;
+
+// Triangular solve: two pooled buffers at kTrsmAlignment, the leaf's (a
+// kTrsmLeaf square of A and its inverse diagonal) and the packed solved
+// rows'; diagonal blocks kTriDepth (d: kTrsmWideDepth when the order is at
+// least kTrsmWideFrom) above leaves of kTrsmLeaf. Left side: B's columns in
+// chunks of kTrsmLeftChunk, kTrsmLeftChunkSmall below kTrsmLeftSmallRows rows.
+inline constexpr int32_t kTrsmAlignment = 128;
+inline constexpr int64_t kTrsmLeaf = 32;
+inline constexpr int64_t kTrsmWideDepth = 256;
+inline constexpr int64_t kTrsmWideFrom = 2000;
+inline constexpr int64_t kTrsmLeftChunk = 1000;
+inline constexpr int64_t kTrsmLeftChunkSmall = 512;
+inline constexpr int64_t kTrsmLeftSmallRows = 500;
+
+// Packed triangular multiply: below kPtrmmDirectBelow rows or columns the
+// direct kernel; a pooled buffer of kPtrmmBufferBytes (at kTrsmAlignment)
+// takes the dense copies of diagonal blocks of kTriDepth and of rectangles in
+// chunks of kPtrmmChunk; the left side above kPtrmmLargeRows rows uses a
+// descriptor of its own and the blocked driver directly.
+inline constexpr int64_t kPtrmmDirectBelow = 4;
+inline constexpr uint64_t kPtrmmBufferBytes = 0xfa000;
+inline constexpr int64_t kPtrmmChunk = 1000;
+inline constexpr int64_t kPtrmmLargeRows = 1024;
+
+// Per precision: the symmetric multiply's diagonal block (a square of 256
+// fits the buffer in s, d and c; z takes 128); the row block of the
+// triangular multiply's right side; the solve's row block on the earlier and
+// the later processor generation, the bytes of its packed-rows buffer (the
+// leaf's is kTrsmLeaf^2 + kTrsmLeaf elements), whether it takes the optimal
+// kernel row (else row 0) and whether its diagonal block widens to
+// kTrsmWideDepth.
+template <class T> struct Level3Rule;
+template <> struct Level3Rule<S> { static constexpr int64_t symm_block = 256, trmm_rows = 512, trsm_rows0 = 1024, trsm_rows1 = 1024; static constexpr uint64_t trsm_bytes = 524288; static constexpr bool trsm_optimal_row = false, trsm_wide = false; };
+template <> struct Level3Rule<D> { static constexpr int64_t symm_block = 256, trmm_rows = 512, trsm_rows0 = 512, trsm_rows1 = 1000; static constexpr uint64_t trsm_bytes = 8000000; static constexpr bool trsm_optimal_row = true, trsm_wide = true; };
+template <> struct Level3Rule<C> { static constexpr int64_t symm_block = 256, trmm_rows = 192, trsm_rows0 = 192, trsm_rows1 = 192; static constexpr uint64_t trsm_bytes = 196608; static constexpr bool trsm_optimal_row = false, trsm_wide = false; };
+template <> struct Level3Rule<Z> { static constexpr int64_t symm_block = 128, trmm_rows = 192, trsm_rows0 = 192, trsm_rows1 = 192; static constexpr uint64_t trsm_bytes = 393216; static constexpr bool trsm_optimal_row = false, trsm_wide = false; };
+
 }  // namespace fixed
 
 namespace tuned {
