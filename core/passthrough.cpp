@@ -49,12 +49,14 @@ using TrmmFn = void (*)(const char *, const char *, const char *, const char *, 
                         const int64_t *, const void *, const void *, const int64_t *, void *,
                         const int64_t *);
 
-void trmm(Passthrough p, const char *kernel, const char *side, const char *uplo, const char *transa,
-          const char *diag, const int64_t *m, const int64_t *n, const void *alpha, const void *a,
-          const int64_t *lda, void *b, const int64_t *ldb) {
+// The tier's triangular multiply of the precision, found at the first call.
+zor_core::TierKernel<TrmmFn> xdtrmm{"zor_blas_xdtrmm"}, xstrmm{"zor_blas_xstrmm"};
+
+void trmm(Passthrough p, zor_core::TierKernel<TrmmFn> &kernel, const char *side, const char *uplo,
+          const char *transa, const char *diag, const int64_t *m, const int64_t *n, const void *alpha,
+          const void *a, const int64_t *lda, void *b, const int64_t *ldb) {
   arrive(p);
-  if (auto fn = zor_core::tier_function<TrmmFn>(kernel)) return fn(side, uplo, transa, diag, m, n, alpha, a, lda, b, ldb);
-  unavailable(p, kernel);
+  if (TrmmFn fn = kernel.get()) fn(side, uplo, transa, diag, m, n, alpha, a, lda, b, ldb);
 }
 
 int64_t gmp_stream(Passthrough p) {
@@ -81,10 +83,10 @@ ZOR_API int32_t zor_core_body_zor_blas_zgemm_get_bufs_size_bvr(int32_t r, int32_
 ZOR_API void zor_core_body_zor_blas_sgemm_getbufs(void) { arrive(k_zor_blas_sgemm_getbufs); }
 ZOR_API void zor_core_body_zor_blas_sgemm_freebufs(void) { arrive(k_zor_blas_sgemm_freebufs); }
 ZOR_API void zor_core_body_zor_blas_xdtrmm_4yfw(const char *side, const char *uplo, const char *transa, const char *diag, const int64_t *m, const int64_t *n, const void *alpha, const void *a, const int64_t *lda, void *b, const int64_t *ldb) {
-  trmm(k_zor_blas_xdtrmm_4yfw, "zor_blas_xdtrmm", side, uplo, transa, diag, m, n, alpha, a, lda, b, ldb);
+  trmm(k_zor_blas_xdtrmm_4yfw, xdtrmm, side, uplo, transa, diag, m, n, alpha, a, lda, b, ldb);
 }
 ZOR_API void zor_core_body_zor_blas_xstrmm_4yfw(const char *side, const char *uplo, const char *transa, const char *diag, const int64_t *m, const int64_t *n, const void *alpha, const void *a, const int64_t *lda, void *b, const int64_t *ldb) {
-  trmm(k_zor_blas_xstrmm_4yfw, "zor_blas_xstrmm", side, uplo, transa, diag, m, n, alpha, a, lda, b, ldb);
+  trmm(k_zor_blas_xstrmm_4yfw, xstrmm, side, uplo, transa, diag, m, n, alpha, a, lda, b, ldb);
 }
 ZOR_API int64_t zor_core_body_zor_gmp___gmp_fprintf(void) { return gmp_stream(k_zor_gmp___gmp_fprintf); }
 ZOR_API int64_t zor_core_body_zor_gmp___gmpz_inp_raw(void) { return gmp_stream(k_zor_gmp___gmpz_inp_raw); }
