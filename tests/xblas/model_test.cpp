@@ -179,15 +179,12 @@ constexpr bool kSanitized = false;
 
 template <class E>
 E scalar(Rng &rng, int kind) {
-  using R = typename RealOf<E>::type;
   if (kind == 0) return E(0);
   if (kind == 1) return E(1);
   if constexpr (is_complex<E>) {
     if (kind == 3) return E(0, 1);
-    return E(R(rng.uniform(-2, 2)), R(rng.uniform(-2, 2)));
-  } else {
-    return R(rng.uniform(-2, 2));
   }
+  return random_value<E>(rng, -2, 2);
 }
 
 // Magnitudes over many binades, so that sums in another order round otherwise.

@@ -7,6 +7,8 @@
 #include <cstdint>
 #include <type_traits>
 
+#include "common/testing.hpp"
+
 namespace zor::test::xblas {
 
 enum class Fam { gemv, gbmv, symv, hemv };
@@ -54,6 +56,14 @@ template <> struct Exports<std::complex<double>> {
   static constexpr auto symv = zor_xblas_blas_zsymv_x, symv2 = zor_xblas_blas_zsymv2_x;
   static constexpr auto hemv = zor_xblas_blas_zhemv_x, hemv2 = zor_xblas_blas_zhemv2_x;
 };
+
+// Uniform in [lo, hi), each part.
+template <class E>
+E random_value(Rng &rng, double lo = -1, double hi = 1) {
+  using R = typename RealOf<E>::type;
+  if constexpr (is_complex<E>) return E(R(rng.uniform(lo, hi)), R(rng.uniform(lo, hi)));
+  else return R(rng.uniform(lo, hi));
+}
 
 // The export of c for element type E; xt is the tail of a "2" form's x.
 template <class E>
