@@ -88,7 +88,7 @@ enum class Entry { as_stored, conjugated, real_part };
 
 // The parts of one element, as W.
 template <class T, Entry M, class W>
-inline void parts(const typename T::elem *p, W &re, W &im) {
+[[gnu::always_inline]] inline void parts(const typename T::elem *p, W &re, W &im) {
   if constexpr (T::complex) {
     re = W(p->re);
     im = M == Entry::as_stored ? W(p->im) : M == Entry::conjugated ? -W(p->im) : W(0);
@@ -121,11 +121,11 @@ struct Dot {
   Sum s[4] = {P::template zero<V>(), P::template zero<V>(), P::template zero<V>(), P::template zero<V>()};
 
   // Adds the element (ar, ai) times x_j.
-  void add(V ar, V ai, const Operand<T> &x, i64 j) {
+  [[gnu::always_inline]] void add(V ar, V ai, const Operand<T> &x, i64 j) {
     add_one(s[0], s[1], ar, ai, x.head + j * x.inc);
     if constexpr (Two) add_one(s[2], s[3], ar, ai, x.tail + j * x.inc);
   }
-  static void add_one(Sum &re, Sum &im, V ar, V ai, const E *xj) {
+  [[gnu::always_inline]] static void add_one(Sum &re, Sum &im, V ar, V ai, const E *xj) {
     W xr, xi;
     parts<T, Entry::as_stored>(xj, xr, xi);
     if constexpr (T::complex) {
@@ -142,17 +142,17 @@ struct Dot {
   }
 };
 
-// Elements j0 .. j0 + count - 1 of a strip: lane k reads A at ak + (j - j0) step.
+// Elements j .. j + count - 1 of a strip: lane k reads A at ak, ak + step, ...
 template <Entry M, class T, class P, class V, bool Two>
-inline void walk(Dot<T, P, V, Two> &d, const typename T::elem *a0, const typename T::elem *a1, i64 step,
-                 const Operand<T> &x, i64 j0, i64 count) {
+[[gnu::flatten]] inline void walk(Dot<T, P, V, Two> &d, const typename T::elem *a0, const typename T::elem *a1,
+                                  i64 step, const Operand<T> &x, i64 j, i64 count) {
   using W = typename P::work;
-  for (i64 k = 0; k < count; ++k) {
+  for (; count > 0; --count, ++j, a0 += step, a1 += step) {
     W r0, i0, r1, i1;
-    parts<T, M>(a0 + k * step, r0, i0);
-    if constexpr (LaneOf<V>::count == 2) parts<T, M>(a1 + k * step, r1, i1);
+    parts<T, M>(a0, r0, i0);
+    if constexpr (LaneOf<V>::count == 2) parts<T, M>(a1, r1, i1);
     else r1 = r0, i1 = i0;
-    d.add(lanes<V>(r0, r1), lanes<V>(i0, i1), x, j0 + k);
+    d.add(lanes<V>(r0, r1), lanes<V>(i0, i1), x, j);
   }
 }
 
