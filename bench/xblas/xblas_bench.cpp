@@ -18,47 +18,20 @@
 #include <vector>
 
 #include "common.hpp"
+#include "tests/xblas/double_double.hpp"
 
 extern "C" void dgemv_(const char *, const int *, const int *, const double *, const double *, const int *,
                        const double *, const int *, const double *, double *, const int *, size_t);
 
 namespace {
 
-// ---- the one-result loop: the double-double sequences, written plainly
+// ---- the one-result loop: the double-double sequences of the tests' model
 
-struct DD {
-  double h, t;
-};
-inline void split(double a, double &hi, double &lo) {
-  const double c = 134217729.0 * a;
-  hi = c - (c - a);
-  lo = a - hi;
-}
-inline DD two_product(double a, double b) {
-  double ah, al, bh, bl;
-  split(a, ah, al);
-  split(b, bh, bl);
-  const double p = a * b;
-  return {p, (((ah * bh - p) + ah * bl) + al * bh) + al * bl};
-}
-inline DD add(DD x, DD y) {
-  double s1 = x.h + y.h, bv = s1 - x.h, s2 = (y.h - bv) + (x.h - (s1 - bv));
-  double t1 = x.t + y.t;
-  bv = t1 - x.t;
-  double t2 = (y.t - bv) + (x.t - (t1 - bv));
-  s2 = s2 + t1;
-  const double u = s1 + s2;
-  s2 = s2 - (u - s1);
-  t2 = t2 + s2;
-  const double h = u + t2;
-  return {h, t2 - (h - u)};
-}
-inline DD mul(DD x, double a) {
-  const DD pe = two_product(x.h, a);
-  const double e = pe.t + x.t * a, u = pe.h + e;
-  return {u, e - (u - pe.h)};
-}
-inline DD neg(DD x) { return {-x.h, -x.t}; }
+using zor::test::xblas::DD;
+using zor::test::xblas::neg;
+using zor::test::xblas::two_product;
+inline DD add(DD x, DD y) { return zor::test::xblas::dd_add(x, y); }
+inline DD mul(DD x, double a) { return zor::test::xblas::dd_mul(x, a); }
 
 // Result i of a real product: the element at a + first + j step for j < n,
 // or, for the symmetric product, two strips around the diagonal.

@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "common/testing.hpp"
+#include "xblas/double_double.hpp"
 #include "xblas/xblas_testing.hpp"
 
 namespace {
@@ -22,41 +23,9 @@ using namespace zor::test::xblas;
 using zor::test::GuardedBuffer;
 using zor::test::Rng;
 
-// ---- the arithmetic, from its definition
+// ---- the arithmetic: a value is (h, t); plain precisions use h only
 
-struct Num {
-  double h = 0, t = 0;  // plain precisions use h only
-};
-
-void split(double a, double &hi, double &lo) {
-  const double c = 134217729.0 * a;
-  hi = c - (c - a);
-  lo = a - hi;
-}
-Num two_product(double a, double b) {
-  double ah, al, bh, bl;
-  split(a, ah, al);
-  split(b, bh, bl);
-  const double p = a * b;
-  return {p, (((ah * bh - p) + ah * bl) + al * bh) + al * bl};
-}
-Num dd_add(Num x, Num y) {
-  double s1 = x.h + y.h, bv = s1 - x.h, s2 = (y.h - bv) + (x.h - (s1 - bv));
-  double t1 = x.t + y.t;
-  bv = t1 - x.t;
-  double t2 = (y.t - bv) + (x.t - (t1 - bv));
-  s2 = s2 + t1;
-  const double u = s1 + s2;
-  s2 = s2 - (u - s1);
-  t2 = t2 + s2;
-  const double h = u + t2;
-  return {h, t2 - (h - u)};
-}
-Num dd_mul(Num x, double a) {
-  const Num pe = two_product(x.h, a);
-  const double e = pe.t + x.t * a, u = pe.h + e;
-  return {u, e - (u - pe.h)};
-}
+using Num = DD;
 
 enum class Kind { single, dbl, extra };
 
@@ -78,7 +47,6 @@ struct Arith {
     if (kind == Kind::dbl) return {a * x.h};
     return dd_mul(x, a);
   }
-  static Num neg(Num x) { return {-x.h, -x.t}; }
   double value(Num x) const { return kind == Kind::extra ? x.h + x.t : x.h; }
 };
 
@@ -153,13 +121,13 @@ class Model {
   // re: ar br and -(ai bi); im: ai br and ar bi, each pair joined first.
   static Val product(const Arith &ar, std::complex<double> a, std::complex<double> b) {
     if constexpr (!cplx) return {ar.product(a.real(), b.real()), {}};
-    return {ar.plus(ar.product(a.real(), b.real()), Arith::neg(ar.product(a.imag(), b.imag()))),
+    return {ar.plus(ar.product(a.real(), b.real()), neg(ar.product(a.imag(), b.imag()))),
             ar.plus(ar.product(a.imag(), b.real()), ar.product(a.real(), b.imag()))};
   }
   static Val add(const Arith &ar, Val s, Val p) { return {ar.plus(s.re, p.re), cplx ? ar.plus(s.im, p.im) : Num{}}; }
   static Val scale(const Arith &ar, Val s, std::complex<double> alpha) {
     if constexpr (!cplx) return {ar.times(s.re, alpha.real()), {}};
-    return {ar.plus(ar.times(s.re, alpha.real()), Arith::neg(ar.times(s.im, alpha.imag()))),
+    return {ar.plus(ar.times(s.re, alpha.real()), neg(ar.times(s.im, alpha.imag()))),
             ar.plus(ar.times(s.im, alpha.real()), ar.times(s.re, alpha.imag()))};
   }
   static Val scaled_y(const Arith &ar, E beta, E y) { return product(ar, parts(beta), parts(y)); }
