@@ -38,7 +38,9 @@
 #pragma once
 #include <cstdint>
 
+#include "frame/element.hpp"
 #include "frame/simd.hpp"
+#include "xblas/parameters.hpp"
 
 namespace zor::xblas {
 
@@ -48,28 +50,28 @@ template <class W> struct Pair;
 template <> struct Pair<double> { simd::f64x2 v; };
 template <> struct Pair<float> { simd::f32x4 v; };  // lanes 2 and 3 stay 0
 
-template <class W> [[gnu::always_inline]] inline Pair<W> operator+(Pair<W> a, Pair<W> b) { return {simd::add(a.v, b.v)}; }
-template <class W> [[gnu::always_inline]] inline Pair<W> operator-(Pair<W> a, Pair<W> b) { return {simd::sub(a.v, b.v)}; }
-template <class W> [[gnu::always_inline]] inline Pair<W> operator*(Pair<W> a, Pair<W> b) { return {simd::mul(a.v, b.v)}; }
-template <class W> [[gnu::always_inline]] inline Pair<W> operator-(Pair<W> a) { return {simd::xor_(a.v, simd::splat(W(-0.0)))}; }
+template <class W> ZOR_HOT inline Pair<W> operator+(Pair<W> a, Pair<W> b) { return {simd::add(a.v, b.v)}; }
+template <class W> ZOR_HOT inline Pair<W> operator-(Pair<W> a, Pair<W> b) { return {simd::sub(a.v, b.v)}; }
+template <class W> ZOR_HOT inline Pair<W> operator*(Pair<W> a, Pair<W> b) { return {simd::mul(a.v, b.v)}; }
+template <class W> ZOR_HOT inline Pair<W> operator-(Pair<W> a) { return {simd::xor_(a.v, simd::splat(W(-0.0)))}; }
 
 // The real type of a lane and the number of results a value carries.
 template <class V> struct LaneOf { using work = V; static constexpr int count = 1; };
 template <class W> struct LaneOf<Pair<W>> { using work = W; static constexpr int count = 2; };
 
-template <class V> [[gnu::always_inline]] inline V splat(typename LaneOf<V>::work s) {
+template <class V> ZOR_HOT inline V splat(typename LaneOf<V>::work s) {
   if constexpr (LaneOf<V>::count == 1) return s;
   else return {simd::splat(s)};
 }
 
 // (l0, l1) in the lanes of V; a scalar takes l0.
-template <class V> [[gnu::always_inline]] inline V lanes(typename LaneOf<V>::work l0, typename LaneOf<V>::work l1) {
+template <class V> ZOR_HOT inline V lanes(typename LaneOf<V>::work l0, typename LaneOf<V>::work l1) {
   if constexpr (LaneOf<V>::count == 1) return l0;
   else if constexpr (sizeof(l0) == 8) return {simd::make(l0, l1)};
   else return {simd::make(l0, l1, 0.0f, 0.0f)};
 }
 
-template <int K, class V> [[gnu::always_inline]] inline typename LaneOf<V>::work lane(V v) {
+template <int K, class V> ZOR_HOT inline typename LaneOf<V>::work lane(V v) {
   if constexpr (LaneOf<V>::count == 1) return v;
   else if constexpr (K == 0) return simd::lane0(v.v);
   else if constexpr (sizeof(typename LaneOf<V>::work) == 8) return simd::lane0(simd::dup_hi(v.v));
@@ -77,25 +79,25 @@ template <int K, class V> [[gnu::always_inline]] inline typename LaneOf<V>::work
 }
 
 // `into` with lane K taken from `from`.
-template <int K, class W> [[gnu::always_inline]] inline Pair<W> blend(Pair<W> into, Pair<W> from) {
+template <int K, class W> ZOR_HOT inline Pair<W> blend(Pair<W> into, Pair<W> from) {
   auto mask = simd::cmp_eq(lanes<Pair<W>>(W(0), W(1)).v, simd::splat(W(K)));
   return {simd::select(mask, from.v, into.v)};
 }
 
 // ---- double-double sequences (V: double or Pair<double>)
 
-template <class V> [[gnu::always_inline]] inline void split(V a, V &hi, V &lo) {
-  V c = splat<V>(134217729.0) * a;
+template <class V> ZOR_HOT inline void split(V a, V &hi, V &lo) {
+  V c = splat<V>(fixed::kSplitFactor) * a;
   hi = c - (c - a);
   lo = a - hi;
 }
 
-template <class V> [[gnu::always_inline]] inline void two_product(V a, V a_hi, V a_lo, V b, V b_hi, V b_lo, V &p, V &e) {
+template <class V> ZOR_HOT inline void two_product(V a, V a_hi, V a_lo, V b, V b_hi, V b_lo, V &p, V &e) {
   p = a * b;
   e = (((a_hi * b_hi - p) + a_hi * b_lo) + a_lo * b_hi) + a_lo * b_lo;
 }
 
-template <class V> [[gnu::always_inline]] inline void dd_add(V &h, V &t, V p, V e) {
+template <class V> ZOR_HOT inline void dd_add(V &h, V &t, V p, V e) {
   V s1 = h + p;
   V bv = s1 - h;
   V s2 = (p - bv) + (h - (s1 - bv));
@@ -110,7 +112,7 @@ template <class V> [[gnu::always_inline]] inline void dd_add(V &h, V &t, V p, V 
   t = t2 - (h - u);
 }
 
-template <class V> [[gnu::always_inline]] inline void dd_mul(V &h, V &t, V a, V a_hi, V a_lo) {
+template <class V> ZOR_HOT inline void dd_mul(V &h, V &t, V a, V a_hi, V a_lo) {
   V h_hi, h_lo, p, e;
   split(h, h_hi, h_lo);
   two_product(h, h_hi, h_lo, a, a_hi, a_lo, p, e);
@@ -127,16 +129,18 @@ struct Plain {
   using work = W;
   template <class V> struct Sum { V v; };
   struct Scalar { W v; };
-  [[gnu::always_inline]] static Scalar prepare(W s) { return {s}; }
+  ZOR_HOT static Scalar prepare(W s) { return {s}; }
 
-  template <class V> [[gnu::always_inline]] static Sum<V> zero() { return {splat<V>(W(0))}; }
-  template <class V> [[gnu::always_inline]] static Sum<V> product(V a, V b) { return {a * b}; }
-  template <class V> [[gnu::always_inline]] static Sum<V> product(const Scalar &s, V b) { return {splat<V>(s.v) * b}; }
-  template <class V> [[gnu::always_inline]] static Sum<V> scaled(Sum<V> s, const Scalar &a) { return {splat<V>(a.v) * s.v}; }
-  template <class V> [[gnu::always_inline]] static Sum<V> neg(Sum<V> s) { return {-s.v}; }
-  template <class V> [[gnu::always_inline]] static Sum<V> join(Sum<V> s, Sum<V> o) { return {s.v + o.v}; }
-  template <class V> [[gnu::always_inline]] static V value(Sum<V> s) { return s.v; }
-  template <int K, class V> [[gnu::always_inline]] static Sum<V> blend(Sum<V> into, Sum<V> from) { return {xblas::blend<K>(into.v, from.v)}; }
+  template <class V> ZOR_HOT static Sum<V> zero() { return {splat<V>(W(0))}; }
+  template <class V> ZOR_HOT static Sum<V> product(V a, V b) { return {a * b}; }
+  template <class V> ZOR_HOT static Sum<V> product(const Scalar &s, V b) { return {splat<V>(s.v) * b}; }
+  template <class V> ZOR_HOT static Sum<V> scaled(Sum<V> s, const Scalar &a) { return {splat<V>(a.v) * s.v}; }
+  template <class V> ZOR_HOT static Sum<V> neg(Sum<V> s) { return {-s.v}; }
+  template <class V> ZOR_HOT static Sum<V> join(Sum<V> s, Sum<V> o) { return {s.v + o.v}; }
+  template <class V> ZOR_HOT static V value(Sum<V> s) { return s.v; }
+  template <int K, class V> ZOR_HOT static Sum<V> blend(Sum<V> into, Sum<V> from) {
+    return {xblas::blend<K>(into.v, from.v)};
+  }
 };
 
 template <class In>
@@ -145,14 +149,14 @@ struct DoubleDouble {
   static constexpr bool exact_products = sizeof(In) == 4;  // widened floats
   template <class V> struct Sum { V h, t; };
   struct Scalar { double v, hi, lo; };
-  [[gnu::always_inline]] static Scalar prepare(double s) {
+  ZOR_HOT static Scalar prepare(double s) {
     Scalar r{s, 0, 0};
     split(s, r.hi, r.lo);
     return r;
   }
 
-  template <class V> [[gnu::always_inline]] static Sum<V> zero() { return {splat<V>(0.0), splat<V>(0.0)}; }
-  template <class V> [[gnu::always_inline]] static Sum<V> product(V a, V b) {
+  template <class V> ZOR_HOT static Sum<V> zero() { return {splat<V>(0.0), splat<V>(0.0)}; }
+  template <class V> ZOR_HOT static Sum<V> product(V a, V b) {
     if constexpr (exact_products) {
       return {a * b, splat<V>(0.0)};
     } else {
@@ -163,7 +167,7 @@ struct DoubleDouble {
       return {p, e};
     }
   }
-  template <class V> [[gnu::always_inline]] static Sum<V> product(const Scalar &s, V b) {
+  template <class V> ZOR_HOT static Sum<V> product(const Scalar &s, V b) {
     if constexpr (exact_products) {
       return {splat<V>(s.v) * b, splat<V>(0.0)};
     } else {
@@ -173,17 +177,17 @@ struct DoubleDouble {
       return {p, e};
     }
   }
-  template <class V> [[gnu::always_inline]] static Sum<V> scaled(Sum<V> s, const Scalar &a) {
+  template <class V> ZOR_HOT static Sum<V> scaled(Sum<V> s, const Scalar &a) {
     dd_mul(s.h, s.t, splat<V>(a.v), splat<V>(a.hi), splat<V>(a.lo));
     return s;
   }
-  template <class V> [[gnu::always_inline]] static Sum<V> neg(Sum<V> s) { return {-s.h, -s.t}; }
-  template <class V> [[gnu::always_inline]] static Sum<V> join(Sum<V> s, Sum<V> o) {
+  template <class V> ZOR_HOT static Sum<V> neg(Sum<V> s) { return {-s.h, -s.t}; }
+  template <class V> ZOR_HOT static Sum<V> join(Sum<V> s, Sum<V> o) {
     dd_add(s.h, s.t, o.h, o.t);
     return s;
   }
-  template <class V> [[gnu::always_inline]] static V value(Sum<V> s) { return s.h + s.t; }
-  template <int K, class V> [[gnu::always_inline]] static Sum<V> blend(Sum<V> into, Sum<V> from) {
+  template <class V> ZOR_HOT static V value(Sum<V> s) { return s.h + s.t; }
+  template <int K, class V> ZOR_HOT static Sum<V> blend(Sum<V> into, Sum<V> from) {
     return {xblas::blend<K>(into.h, from.h), xblas::blend<K>(into.t, from.t)};
   }
 };

@@ -164,7 +164,7 @@ void gbmv(int32_t order, int32_t trans, i64 m, i64 n, i64 kl, i64 ku, const E *a
     if (kl + ku >= lda) Error(name, -9, lda);
     if (incx == 0) Error(name, Two ? -12 : -11, incx);
     if (incy == 0) Error(name, Two ? -15 : -14, incy);
-    if (is_zero<T>(*alpha) && is_one<T>(*beta)) return;
+    if (is_zero(load_any(alpha)) && is_one(load_any(beta))) return;
     const bool plain = trans == kNoTrans;
     const i64 leny = plain ? m : n, lenx = plain ? n : m;
     const Band<T> shape{a, lda, plain ? kl : ku, plain ? ku : kl, plain, trans,

@@ -31,7 +31,7 @@
 #include <cstdint>
 #include <type_traits>
 
-#include "frame/traits.hpp"
+#include "frame/element.hpp"
 #include "xblas/arithmetic.hpp"
 
 namespace zor::xblas {
@@ -74,26 +74,18 @@ inline bool with_precision(int32_t prec, F &&body) {
   return false;
 }
 
-template <class T> inline bool is_zero(typename T::elem a) {
-  if constexpr (T::complex) return a.re == 0 && a.im == 0;
-  else return a == 0;
-}
-template <class T> inline bool is_one(typename T::elem a) {
-  if constexpr (T::complex) return a.re == 1 && a.im == 0;
-  else return a == 1;
-}
-
 // How an element of A enters a product.
 enum class Entry { as_stored, conjugated, real_part };
 
 // The parts of one element, as W.
 template <class T, Entry M, class W>
-[[gnu::always_inline]] inline void parts(const typename T::elem *p, W &re, W &im) {
+ZOR_HOT inline void parts(const typename T::elem *p, W &re, W &im) {
+  const auto v = load_any(p);
   if constexpr (T::complex) {
-    re = W(p->re);
-    im = M == Entry::as_stored ? W(p->im) : M == Entry::conjugated ? -W(p->im) : W(0);
+    re = W(v.re);
+    im = M == Entry::as_stored ? W(v.im) : M == Entry::conjugated ? -W(v.im) : W(0);
   } else {
-    re = W(*p);
+    re = W(v);
     im = W(0);
   }
 }
@@ -121,11 +113,11 @@ struct Dot {
   Sum s[4] = {P::template zero<V>(), P::template zero<V>(), P::template zero<V>(), P::template zero<V>()};
 
   // Adds the element (ar, ai) times x_j.
-  [[gnu::always_inline]] void add(V ar, V ai, const Operand<T> &x, i64 j) {
+  ZOR_HOT void add(V ar, V ai, const Operand<T> &x, i64 j) {
     add_one(s[0], s[1], ar, ai, x.head + j * x.inc);
     if constexpr (Two) add_one(s[2], s[3], ar, ai, x.tail + j * x.inc);
   }
-  [[gnu::always_inline]] static void add_one(Sum &re, Sum &im, V ar, V ai, const E *xj) {
+  ZOR_HOT static void add_one(Sum &re, Sum &im, V ar, V ai, const E *xj) {
     W xr, xi;
     parts<T, Entry::as_stored>(xj, xr, xi);
     if constexpr (T::complex) {
@@ -182,7 +174,7 @@ struct Scalars {
   typename P::Scalar ar, ai, br, bi;
   bool alpha_zero, alpha_one, beta_zero;
   Scalars(const typename T::elem *alpha, const typename T::elem *beta)
-      : alpha_zero(is_zero<T>(*alpha)), alpha_one(is_one<T>(*alpha)), beta_zero(is_zero<T>(*beta)) {
+      : alpha_zero(is_zero(load_any(alpha))), alpha_one(is_one(load_any(alpha))), beta_zero(is_zero(load_any(beta))) {
     using W = typename P::work;
     W re, im;
     parts<T, Entry::as_stored>(alpha, re, im);
@@ -232,8 +224,8 @@ inline void finish(Dot<T, P, V, Two> &d, const Scalars<T, P> &sc, typename T::el
   }
   V vr = P::value(re), vi = P::value(im);
   auto store = [&](typename T::elem *y, W r, W i) {
-    if constexpr (T::complex) y->re = R(r), y->im = R(i);
-    else *y = R(r);
+    if constexpr (T::complex) store_any(y, typename T::elem{R(r), R(i)});
+    else store_any(y, R(r));
   };
   store(y0, lane<0>(vr), lane<0>(vi));
   if constexpr (LaneOf<V>::count == 2) store(y1, lane<1>(vr), lane<1>(vi));
@@ -251,9 +243,9 @@ inline void scale_y(const Scalars<T, P> &sc, typename T::elem *y, i64 leny, i64 
     typename P::template Sum<W> br, bi;
     if constexpr (T::complex) {
       complex_product<P, W>([&](int b, int v) { return P::product(b ? sc.bi : sc.br, v ? im : r); }, br, bi);
-      y->re = R(P::value(br)), y->im = R(P::value(bi));
+      store_any(y, typename T::elem{R(P::value(br)), R(P::value(bi))});
     } else {
-      *y = R(P::value(P::product(sc.br, r)));
+      store_any(y, R(P::value(P::product(sc.br, r))));
     }
   }
 }
@@ -268,7 +260,7 @@ inline void results(const Shape &shape, const typename T::elem *alpha, const typ
   if (sc.alpha_zero) {
     if (sc.beta_zero) {
       y += Operand<T>::first(leny, incy);
-      for (i64 i = 0; i < leny; ++i, y += incy) *y = typename T::elem{};
+      for (i64 i = 0; i < leny; ++i, y += incy) store_any(y, typename T::elem{});
     } else {
       scale_y(sc, y, leny, incy);
     }
@@ -277,7 +269,7 @@ inline void results(const Shape &shape, const typename T::elem *alpha, const typ
   y += Operand<T>::first(leny, incy);
   i64 i = 0;
   if (pairs) {
-    for (; i + 1 < leny; i += 2, y += 2 * incy) {
+    for (; i + fixed::kLanes <= leny; i += fixed::kLanes, y += fixed::kLanes * incy) {
       Dot<T, P, Pair<W>, Two> d;
       shape.result(d, i);
       finish(d, sc, y, y + incy);

@@ -15,6 +15,7 @@
 #include <complex>
 #include <cstdio>
 #include <cstring>
+#include <string>
 #include <vector>
 
 #include "common.hpp"
@@ -97,6 +98,9 @@ Ratio measure(double flops, Ours ours, Peer peer) {
 void print(const char *what, const char *peer_name, const Ratio &r, const char *note = "") {
   std::printf("%-28s ours %7.3f GFLOP/s  %-18s %7.3f GFLOP/s  ratio %5.2fx (%4.2f-%4.2f)%s\n", what, r.ours, peer_name,
               r.peer, r.median, r.lo, r.hi, note);
+  zor::bench::record("xblas", what, 1000, "ours", r.ours, "GFLOP/s");
+  zor::bench::record("xblas", what, 1000, peer_name, r.peer, "GFLOP/s");
+  zor::bench::record("xblas", what, 1000, std::string("ours / ") + peer_name, r.median, "x");
 }
 
 }  // namespace

@@ -47,7 +47,7 @@ Q quad_result(const Call &c, const E *a, const E *x, E alpha, E beta, E y, int64
 
 template <class E>
 void random_rows(uint64_t seed) {
-  using R = typename RealOf<E>::type;
+  using R = real_of<E>;
   Rng rng(seed);
   for (int32_t trans : {111, 112, 113}) {
     for (int64_t lenx : {5, 100, 1000}) {
@@ -63,10 +63,10 @@ void random_rows(uint64_t seed) {
       const std::vector<E> y0 = y;
       call<E>(c, &alpha, a.data(), x.data(), x.data(), &beta, y.data());
       for (int64_t i = 0; i < leny; ++i) {
-        for (int k = 0; k < (is_complex<E> ? 2 : 1); ++k) {
+        for (int k = 0; k < (is_complex_v<E> ? 2 : 1); ++k) {
           const Q q = quad_result<E>(c, a.data(), x.data(), alpha, beta, y0[i], i, k);
           R got;
-          if constexpr (is_complex<E>) got = k == 0 ? y[i].real() : y[i].imag();
+          if constexpr (is_complex_v<E>) got = k == 0 ? y[i].real() : y[i].imag();
           else got = y[i];
           ASSERT_LE(ulps(got, q), 1.0) << "row " << i << " part " << k;
         }
@@ -87,7 +87,7 @@ TEST(XblasAccuracy, RandomRowsWithinOneUlp) {
 // of two, so every product is exact and the quad sum is exact too.
 template <class E>
 void cancelling_rows(uint64_t seed) {
-  using R = typename RealOf<E>::type;
+  using R = real_of<E>;
   Rng rng(seed);
   const int64_t leny = 16, lenx = 61;
   for (int32_t trans : {111, 112}) {
@@ -111,7 +111,7 @@ void cancelling_rows(uint64_t seed) {
         const R xj = part(x[j], 0) > 0 ? R(part(x[j], 0)) : R(-part(x[j], 0));
         const R sign = part(x[j], 0) > 0 ? R(1) : R(-1);
         E v;
-        if constexpr (is_complex<E>) v = E(row[0][j] / xj * sign, row[1][j] / xj * sign);
+        if constexpr (is_complex_v<E>) v = E(row[0][j] / xj * sign, row[1][j] / xj * sign);
         else v = row[0][j] / xj * sign;
         a[plain ? i + j * c.lda : j + i * c.lda] = v;
       }
@@ -123,7 +123,7 @@ void cancelling_rows(uint64_t seed) {
     call<E>(c, &one, a.data(), x.data(), x.data(), &zero, dbl.data());
     int far_off = 0;
     for (int64_t i = 0; i < leny; ++i) {
-      for (int k = 0; k < (is_complex<E> ? 2 : 1); ++k) {
+      for (int k = 0; k < (is_complex_v<E> ? 2 : 1); ++k) {
         const Q q = quad_result<E>(c, a.data(), x.data(), one, zero, zero, i, k);
         Q magnitude = 0;
         for (int64_t j = 0; j < lenx; ++j)

@@ -57,8 +57,8 @@ struct Val {
 template <class E>
 class Model {
  public:
-  using R = typename RealOf<E>::type;
-  static constexpr bool cplx = is_complex<E>;
+  using R = real_of<E>;
+  static constexpr bool cplx = is_complex_v<E>;
 
   // Applies the call to y; false when the call leaves y untouched.
   static bool apply(const Call &c, E alpha, const E *a, const E *x, const E *xt, E beta, E *y, bool reverse = false) {
@@ -149,7 +149,7 @@ template <class E>
 E scalar(Rng &rng, int kind) {
   if (kind == 0) return E(0);
   if (kind == 1) return E(1);
-  if constexpr (is_complex<E>) {
+  if constexpr (is_complex_v<E>) {
     if (kind == 3) return E(0, 1);
   }
   return random_value<E>(rng, -2, 2);
@@ -158,10 +158,10 @@ E scalar(Rng &rng, int kind) {
 // Magnitudes over many binades, so that sums in another order round otherwise.
 template <class E>
 E element(Rng &rng) {
-  using R = typename RealOf<E>::type;
+  using R = real_of<E>;
   const int spread = sizeof(R) == 4 ? 40 : 24;
   auto part = [&] { return R(std::ldexp(rng.uniform(), int(rng.integer(-spread, spread)))); };
-  if constexpr (is_complex<E>) return E(part(), part());
+  if constexpr (is_complex_v<E>) return E(part(), part());
   else return part();
 }
 
@@ -194,17 +194,17 @@ std::string describe(const Call &c, uint64_t seed, int trial) {
 
 template <class E>
 void sweep(Fam fam, bool two, uint64_t seed) {
-  using R = typename RealOf<E>::type;
+  using R = real_of<E>;
   Rng rng(seed);
   const std::vector<int32_t> ops = fam == Fam::gemv || fam == Fam::gbmv ? std::vector<int32_t>{111, 112, 113}
                                                                         : std::vector<int32_t>{121, 122};
-  const int kinds = is_complex<E> ? 4 : 3;
+  const int kinds = is_complex_v<E> ? 4 : 3;
   int trial = 0, order_told = 0;
   for (int32_t prec = 210; prec <= 215; ++prec) {
     for (int32_t op : ops) {
       for (int ka = 0; ka < kinds; ++ka) {
         for (int kb = 0; kb < kinds; ++kb) {
-          for (int rep = 0; rep < 3; ++rep, ++trial) {
+          for (int rep = 0; rep < 8; ++rep, ++trial) {
             auto size = [&] { return rng.integer(0, 4) == 0 ? rng.integer(31, 33) : rng.integer(0, 9); };
             Call c{fam, two, op, size(), size(), 0, 0, 0, pick(rng, {1, 2, -1, -3, 0}), pick(rng, {1, 2, -1, -3, 0}),
                    prec};
@@ -224,31 +224,34 @@ void sweep(Fam fam, bool two, uint64_t seed) {
             GuardedBuffer<E> y(span(c.leny(), c.incy), off());
             const R nan_part = std::numeric_limits<R>::quiet_NaN();
             E nan;
-            if constexpr (is_complex<E>) nan = E(nan_part, nan_part);
+            if constexpr (is_complex_v<E>) nan = E(nan_part, nan_part);
             else nan = nan_part;
-            for (size_t i = 0; i < a.size(); ++i) a[i] = ka == 0 ? nan : element<E>(rng);
-            for (size_t i = 0; i < x.size(); ++i) x[i] = ka == 0 ? nan : element<E>(rng);
-            for (size_t i = 0; i < xt.size(); ++i) xt[i] = ka == 0 ? nan : E(R(1e-7) * element<E>(rng));
+            for (size_t i = 0; i < a.size(); ++i) a.set(i, ka == 0 ? nan : element<E>(rng));
+            for (size_t i = 0; i < x.size(); ++i) x.set(i, ka == 0 ? nan : element<E>(rng));
+            for (size_t i = 0; i < xt.size(); ++i) xt.set(i, ka == 0 ? nan : E(R(1e-7) * element<E>(rng)));
             const bool y_unread = kb == 0 || prec == 210 || prec == 215 || (fam == Fam::gbmv && ka == 0 && kb == 1);
             // Signalling NaNs: any arithmetic on them leaves other bits.
             const R snan_part = signalling_nan<R>();
             E snan;
-            if constexpr (is_complex<E>) snan = E(snan_part, snan_part);
+            if constexpr (is_complex_v<E>) snan = E(snan_part, snan_part);
             else snan = snan_part;
-            for (size_t i = 0; i < y.size(); ++i) y[i] = y_unread ? snan : element<E>(rng);
+            for (size_t i = 0; i < y.size(); ++i) y.set(i, y_unread ? snan : element<E>(rng));
 
-            std::vector<E> want(y.data(), y.data() + y.size()), before = want, reversed = want;
-            const bool touched = Model<E>::apply(c, alpha, a.data(), x.data(), xt.data(), beta, want.data());
+            // The model reads aligned copies.
+            const std::vector<E> ma = a.copy(), mx = x.copy(), mxt = xt.copy(), before = y.copy();
+            std::vector<E> want = before, reversed = before;
+            const bool touched = Model<E>::apply(c, alpha, ma.data(), mx.data(), mxt.data(), beta, want.data());
             call<E>(c, &alpha, a.data(), x.data(), xt.data(), &beta, y.data());
+            const std::vector<E> got = y.copy();
             ASSERT_TRUE(y.guards_intact());
             for (size_t i = 0; i < y.size(); ++i) {
-              ASSERT_TRUE(same(y[i], want[i])) << "y[" << i << "] " << y[i] << " vs " << want[i];
-              if (!touched) ASSERT_TRUE(zor::test::same_bits(y[i], before[i])) << "y[" << i << "] written";
+              ASSERT_TRUE(same(got[i], want[i])) << "y[" << i << "] " << got[i] << " vs " << want[i];
+              if (!touched) ASSERT_TRUE(zor::test::same_bits(got[i], before[i])) << "y[" << i << "] written";
             }
             // The data tell the order of the sums apart in the working
             // precision (wider sums need cancelling data: ExtraPrecisionOrder).
             if (prec == (sizeof(R) == 4 ? 211 : 212) && ka > 0 && c.lenx() > 3) {
-              Model<E>::apply(c, alpha, a.data(), x.data(), xt.data(), beta, reversed.data(), true);
+              Model<E>::apply(c, alpha, ma.data(), mx.data(), mxt.data(), beta, reversed.data(), true);
               for (size_t i = 0; i < y.size(); ++i) order_told += !same(reversed[i], want[i]);
             }
           }
@@ -265,7 +268,7 @@ void sweep_all(uint64_t seed) {
     sweep<E>(Fam::gemv, two, seed + 1 + two);
     sweep<E>(Fam::gbmv, two, seed + 3 + two);
     sweep<E>(Fam::symv, two, seed + 5 + two);
-    if constexpr (is_complex<E>) sweep<E>(Fam::hemv, two, seed + 7 + two);
+    if constexpr (is_complex_v<E>) sweep<E>(Fam::hemv, two, seed + 7 + two);
   }
 }
 
@@ -274,7 +277,7 @@ void sweep_all(uint64_t seed) {
 // below 1 in a random order, so that partial sums run far above the result.
 template <class E>
 void extra_precision_order(uint64_t seed) {
-  using R = typename RealOf<E>::type;
+  using R = real_of<E>;
   Rng rng(seed);
   const int64_t leny = 9, lenx = 33;
   const int big = sizeof(R) == 4 ? 100 : 60;
@@ -286,7 +289,7 @@ void extra_precision_order(uint64_t seed) {
                    1, 1, 214};
       SCOPED_TRACE(describe(c, seed, 0));
       std::vector<E> a(c.lda * c.n), x(lenx, E(1)), xt(lenx, E(R(0x1p-30))), y(leny);
-      if constexpr (is_complex<E>) x.assign(lenx, E(1, 1));
+      if constexpr (is_complex_v<E>) x.assign(lenx, E(1, 1));
       for (int64_t i = 0; i < leny; ++i) {
         std::vector<R> re(lenx), im(lenx);
         for (auto *row : {&re, &im}) {
@@ -297,7 +300,7 @@ void extra_precision_order(uint64_t seed) {
         }
         for (int64_t j = 0; j < lenx; ++j) {
           E v;
-          if constexpr (is_complex<E>) v = E(re[j], im[j]);
+          if constexpr (is_complex_v<E>) v = E(re[j], im[j]);
           else v = re[j];
           a[plain ? i + j * c.lda : j + i * c.lda] = v;
         }

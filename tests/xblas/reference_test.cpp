@@ -9,28 +9,22 @@
 #include "common/reference_blas.h"
 #include "xblas/xblas_testing.hpp"
 
-// Every element pointer as void *: one type for the four letters.
+// The band and symmetric oracles, typed as the kit types ?gemv_ (reals by
+// their type, complex elements as void *).
 extern "C" {
-void sgemv_(const char *, const f_int *, const f_int *, const void *, const void *, const f_int *, const void *,
-            const f_int *, const void *, void *, const f_int *, f_len);
-void dgemv_(const char *, const f_int *, const f_int *, const void *, const void *, const f_int *, const void *,
-            const f_int *, const void *, void *, const f_int *, f_len);
-void cgemv_(const char *, const f_int *, const f_int *, const void *, const void *, const f_int *, const void *,
-            const f_int *, const void *, void *, const f_int *, f_len);
-void zgemv_(const char *, const f_int *, const f_int *, const void *, const void *, const f_int *, const void *,
-            const f_int *, const void *, void *, const f_int *, f_len);
-void sgbmv_(const char *, const f_int *, const f_int *, const f_int *, const f_int *, const void *, const void *,
-            const f_int *, const void *, const f_int *, const void *, void *, const f_int *, f_len);
-void dgbmv_(const char *, const f_int *, const f_int *, const f_int *, const f_int *, const void *, const void *,
-            const f_int *, const void *, const f_int *, const void *, void *, const f_int *, f_len);
+void sgbmv_(const char *, const f_int *, const f_int *, const f_int *, const f_int *, const float *, const float *,
+            const f_int *, const float *, const f_int *, const float *, float *, const f_int *, f_len);
+void dgbmv_(const char *, const f_int *, const f_int *, const f_int *, const f_int *, const double *,
+            const double *, const f_int *, const double *, const f_int *, const double *, double *, const f_int *,
+            f_len);
 void cgbmv_(const char *, const f_int *, const f_int *, const f_int *, const f_int *, const void *, const void *,
             const f_int *, const void *, const f_int *, const void *, void *, const f_int *, f_len);
 void zgbmv_(const char *, const f_int *, const f_int *, const f_int *, const f_int *, const void *, const void *,
             const f_int *, const void *, const f_int *, const void *, void *, const f_int *, f_len);
-void ssymv_(const char *, const f_int *, const void *, const void *, const f_int *, const void *, const f_int *,
-            const void *, void *, const f_int *, f_len);
-void dsymv_(const char *, const f_int *, const void *, const void *, const f_int *, const void *, const f_int *,
-            const void *, void *, const f_int *, f_len);
+void ssymv_(const char *, const f_int *, const float *, const float *, const f_int *, const float *, const f_int *,
+            const float *, float *, const f_int *, f_len);
+void dsymv_(const char *, const f_int *, const double *, const double *, const f_int *, const double *,
+            const f_int *, const double *, double *, const f_int *, f_len);
 // csymv and zsymv come from the reference LAPACK.
 void csymv_(const char *, const f_int *, const void *, const void *, const f_int *, const void *, const f_int *,
             const void *, void *, const f_int *, f_len);
@@ -54,18 +48,21 @@ void reference(const Call &c, const E *alpha, const E *a, const E *x, const E *b
   const char op = c.op == 111 ? 'N' : c.op == 112 ? 'T' : c.op == 113 ? 'C' : c.op == 121 ? 'U' : 'L';
   const f_int m = f_int(c.m), n = f_int(c.n), kl = f_int(c.kl), ku = f_int(c.ku), lda = f_int(c.lda);
   const f_int ix = f_int(c.incx), iy = f_int(c.incy);
-  constexpr bool single = sizeof(typename RealOf<E>::type) == 4;
-  const bool herm = c.fam == Fam::hemv;
+  // The routine of E's letter among s, d, c, z.
+  auto pick = [](auto s, auto d, auto c, auto z) {
+    if constexpr (std::is_same_v<E, float>) return s;
+    else if constexpr (std::is_same_v<E, double>) return d;
+    else if constexpr (std::is_same_v<E, zor::test::cfloat>) return c;
+    else return z;
+  };
   if (c.fam == Fam::gemv) {
-    auto f = is_complex<E> ? (single ? cgemv_ : zgemv_) : (single ? sgemv_ : dgemv_);
-    f(&op, &m, &n, alpha, a, &lda, x, &ix, beta, y, &iy, 1);
+    pick(sgemv_, dgemv_, cgemv_, zgemv_)(&op, &m, &n, alpha, a, &lda, x, &ix, beta, y, &iy, 1);
   } else if (c.fam == Fam::gbmv) {
-    auto f = is_complex<E> ? (single ? cgbmv_ : zgbmv_) : (single ? sgbmv_ : dgbmv_);
-    f(&op, &m, &n, &kl, &ku, alpha, a, &lda, x, &ix, beta, y, &iy, 1);
+    pick(sgbmv_, dgbmv_, cgbmv_, zgbmv_)(&op, &m, &n, &kl, &ku, alpha, a, &lda, x, &ix, beta, y, &iy, 1);
+  } else if (c.fam == Fam::symv) {
+    pick(ssymv_, dsymv_, csymv_, zsymv_)(&op, &n, alpha, a, &lda, x, &ix, beta, y, &iy, 1);
   } else {
-    auto f = is_complex<E> ? (single ? (herm ? chemv_ : csymv_) : (herm ? zhemv_ : zsymv_))
-                           : (single ? ssymv_ : dsymv_);
-    f(&op, &n, alpha, a, &lda, x, &ix, beta, y, &iy, 1);
+    pick(ssymv_, dsymv_, chemv_, zhemv_)(&op, &n, alpha, a, &lda, x, &ix, beta, y, &iy, 1);
   }
 }
 
@@ -73,14 +70,14 @@ void reference(const Call &c, const E *alpha, const E *a, const E *x, const E *b
 // for double), against the reference.
 template <class E>
 void against_reference(Fam fam, uint64_t seed, int trials) {
-  using R = typename RealOf<E>::type;
+  using R = real_of<E>;
   Rng rng(seed);
   for (int trial = 0; trial < trials; ++trial) {
     const bool general = fam == Fam::gemv || fam == Fam::gbmv;
     // The transposed general product is held bit for bit, with unit strides.
     const bool exact = fam == Fam::gemv;
     Call c{fam, false, 0, rng.integer(1, 40), rng.integer(1, 40), 0, 0, 0, 1, 1, sizeof(R) == 4 ? 211 : 212};
-    c.op = exact     ? (is_complex<E> && rng.integer(0, 1) ? 113 : 112)
+    c.op = exact     ? (is_complex_v<E> && rng.integer(0, 1) ? 113 : 112)
            : general ? int32_t(rng.integer(111, 113))
                      : int32_t(rng.integer(121, 122));
     if (!general) c.m = c.n;
@@ -113,7 +110,7 @@ void all_families(uint64_t seed) {
   against_reference<E>(Fam::gemv, seed, 300);
   against_reference<E>(Fam::gbmv, seed + 1, 300);
   against_reference<E>(Fam::symv, seed + 2, 300);
-  if constexpr (is_complex<E>) against_reference<E>(Fam::hemv, seed + 3, 300);
+  if constexpr (is_complex_v<E>) against_reference<E>(Fam::hemv, seed + 3, 300);
 }
 
 TEST(XblasReference, Single) { all_families<float>(81); }

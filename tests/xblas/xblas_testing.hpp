@@ -11,6 +11,9 @@
 
 namespace zor::test::xblas {
 
+using zor::test::is_complex_v;
+using zor::test::real_of;
+
 enum class Fam { gemv, gbmv, symv, hemv };
 
 // One call: op is trans (gemv, gbmv) or uplo (symv, hemv).
@@ -24,10 +27,6 @@ struct Call {
   int64_t leny() const { return fam == Fam::symv || fam == Fam::hemv ? n : no_trans() ? m : n; }
   int64_t lenx() const { return fam == Fam::symv || fam == Fam::hemv ? n : no_trans() ? n : m; }
 };
-
-template <class E> struct RealOf { using type = E; };
-template <class R> struct RealOf<std::complex<R>> { using type = R; };
-template <class E> constexpr bool is_complex = !std::is_same_v<E, typename RealOf<E>::type>;
 
 template <class E> struct Exports;
 template <> struct Exports<float> {
@@ -60,8 +59,8 @@ template <> struct Exports<std::complex<double>> {
 // Uniform in [lo, hi), each part.
 template <class E>
 E random_value(Rng &rng, double lo = -1, double hi = 1) {
-  using R = typename RealOf<E>::type;
-  if constexpr (is_complex<E>) return E(R(rng.uniform(lo, hi)), R(rng.uniform(lo, hi)));
+  using R = real_of<E>;
+  if constexpr (is_complex_v<E>) return E(R(rng.uniform(lo, hi)), R(rng.uniform(lo, hi)));
   else return R(rng.uniform(lo, hi));
 }
 
@@ -74,7 +73,8 @@ void call(const Call &c, const E *alpha, const E *a, const E *x, const E *xt, co
   B *yb = reinterpret_cast<B *>(y);
   switch (c.fam) {
     case Fam::gemv:
-      if (c.two) X::gemv2(&c.op, &c.m, &c.n, b(alpha), b(a), &c.lda, b(x), b(xt), &c.incx, b(beta), yb, &c.incy, &c.prec);
+      if (c.two)
+        X::gemv2(&c.op, &c.m, &c.n, b(alpha), b(a), &c.lda, b(x), b(xt), &c.incx, b(beta), yb, &c.incy, &c.prec);
       else X::gemv(&c.op, &c.m, &c.n, b(alpha), b(a), &c.lda, b(x), &c.incx, b(beta), yb, &c.incy, &c.prec);
       return;
     case Fam::gbmv:
@@ -89,7 +89,7 @@ void call(const Call &c, const E *alpha, const E *a, const E *x, const E *xt, co
       else X::symv(&c.op, &c.n, b(alpha), b(a), &c.lda, b(x), &c.incx, b(beta), yb, &c.incy, &c.prec);
       return;
     case Fam::hemv:
-      if constexpr (is_complex<E>) {
+      if constexpr (is_complex_v<E>) {
         if (c.two) X::hemv2(&c.op, &c.n, b(alpha), b(a), &c.lda, b(x), b(xt), &c.incx, b(beta), yb, &c.incy, &c.prec);
         else X::hemv(&c.op, &c.n, b(alpha), b(a), &c.lda, b(x), &c.incx, b(beta), yb, &c.incy, &c.prec);
       }
