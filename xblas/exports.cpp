@@ -29,41 +29,41 @@ inline zor::cplx<double> *e(zor_complex16 *p) { return reinterpret_cast<zor::cpl
 ZOR_API void zor_xblas_blas_sgemv_x(const int32_t *trans, const zor_int *m, const zor_int *n, const float *alpha,
                                     const float *a, const zor_int *lda, const float *x, const zor_int *incx,
                                     const float *beta, float *y, const zor_int *incy, const int32_t *prec) {
-  gemv<S, false, report>(kColMajor, *trans, *m, *n, e(alpha), e(a), *lda, e(x), e(x), *incx, e(beta), e(y), *incy,
+  gemv<S, false, report>(blas_colmajor, *trans, *m, *n, e(alpha), e(a), *lda, e(x), e(x), *incx, e(beta), e(y), *incy,
                          *prec);
 }
 ZOR_API void zor_xblas_blas_dgemv_x(const int32_t *trans, const zor_int *m, const zor_int *n, const double *alpha,
                                     const double *a, const zor_int *lda, const double *x, const zor_int *incx,
                                     const double *beta, double *y, const zor_int *incy, const int32_t *prec) {
-  gemv<D, false, report>(kColMajor, *trans, *m, *n, e(alpha), e(a), *lda, e(x), e(x), *incx, e(beta), e(y), *incy,
+  gemv<D, false, report>(blas_colmajor, *trans, *m, *n, e(alpha), e(a), *lda, e(x), e(x), *incx, e(beta), e(y), *incy,
                          *prec);
 }
 ZOR_API void zor_xblas_blas_cgemv_x(const int32_t *trans, const zor_int *m, const zor_int *n, const zor_complex8 *alpha,
                                     const zor_complex8 *a, const zor_int *lda, const zor_complex8 *x,
                                     const zor_int *incx, const zor_complex8 *beta, zor_complex8 *y, const zor_int *incy,
                                     const int32_t *prec) {
-  gemv<C, false, report>(kColMajor, *trans, *m, *n, e(alpha), e(a), *lda, e(x), e(x), *incx, e(beta), e(y), *incy,
+  gemv<C, false, report>(blas_colmajor, *trans, *m, *n, e(alpha), e(a), *lda, e(x), e(x), *incx, e(beta), e(y), *incy,
                          *prec);
 }
 ZOR_API void zor_xblas_blas_zgemv_x(const int32_t *trans, const zor_int *m, const zor_int *n,
                                     const zor_complex16 *alpha, const zor_complex16 *a, const zor_int *lda,
                                     const zor_complex16 *x, const zor_int *incx, const zor_complex16 *beta,
                                     zor_complex16 *y, const zor_int *incy, const int32_t *prec) {
-  gemv<Z, false, report>(kColMajor, *trans, *m, *n, e(alpha), e(a), *lda, e(x), e(x), *incx, e(beta), e(y), *incy,
+  gemv<Z, false, report>(blas_colmajor, *trans, *m, *n, e(alpha), e(a), *lda, e(x), e(x), *incx, e(beta), e(y), *incy,
                          *prec);
 }
 ZOR_API void zor_xblas_blas_sgemv2_x(const int32_t *trans, const zor_int *m, const zor_int *n, const float *alpha,
                                      const float *a, const zor_int *lda, const float *head_x, const float *tail_x,
                                      const zor_int *incx, const float *beta, float *y, const zor_int *incy,
                                      const int32_t *prec) {
-  gemv<S, true, report>(kColMajor, *trans, *m, *n, e(alpha), e(a), *lda, e(head_x), e(tail_x), *incx, e(beta), e(y),
+  gemv<S, true, report>(blas_colmajor, *trans, *m, *n, e(alpha), e(a), *lda, e(head_x), e(tail_x), *incx, e(beta), e(y),
                         *incy, *prec);
 }
 ZOR_API void zor_xblas_blas_dgemv2_x(const int32_t *trans, const zor_int *m, const zor_int *n, const double *alpha,
                                      const double *a, const zor_int *lda, const double *head_x, const double *tail_x,
                                      const zor_int *incx, const double *beta, double *y, const zor_int *incy,
                                      const int32_t *prec) {
-  gemv<D, true, report>(kColMajor, *trans, *m, *n, e(alpha), e(a), *lda, e(head_x), e(tail_x), *incx, e(beta), e(y),
+  gemv<D, true, report>(blas_colmajor, *trans, *m, *n, e(alpha), e(a), *lda, e(head_x), e(tail_x), *incx, e(beta), e(y),
                         *incy, *prec);
 }
 ZOR_API void zor_xblas_blas_cgemv2_x(const int32_t *trans, const zor_int *m, const zor_int *n,
@@ -71,7 +71,7 @@ ZOR_API void zor_xblas_blas_cgemv2_x(const int32_t *trans, const zor_int *m, con
                                      const zor_complex8 *head_x, const zor_complex8 *tail_x, const zor_int *incx,
                                      const zor_complex8 *beta, zor_complex8 *y, const zor_int *incy,
                                      const int32_t *prec) {
-  gemv<C, true, report>(kColMajor, *trans, *m, *n, e(alpha), e(a), *lda, e(head_x), e(tail_x), *incx, e(beta), e(y),
+  gemv<C, true, report>(blas_colmajor, *trans, *m, *n, e(alpha), e(a), *lda, e(head_x), e(tail_x), *incx, e(beta), e(y),
                         *incy, *prec);
 }
 ZOR_API void zor_xblas_blas_zgemv2_x(const int32_t *trans, const zor_int *m, const zor_int *n,
@@ -79,21 +79,21 @@ ZOR_API void zor_xblas_blas_zgemv2_x(const int32_t *trans, const zor_int *m, con
                                      const zor_complex16 *head_x, const zor_complex16 *tail_x, const zor_int *incx,
                                      const zor_complex16 *beta, zor_complex16 *y, const zor_int *incy,
                                      const int32_t *prec) {
-  gemv<Z, true, report>(kColMajor, *trans, *m, *n, e(alpha), e(a), *lda, e(head_x), e(tail_x), *incx, e(beta), e(y),
+  gemv<Z, true, report>(blas_colmajor, *trans, *m, *n, e(alpha), e(a), *lda, e(head_x), e(tail_x), *incx, e(beta), e(y),
                         *incy, *prec);
 }
 ZOR_API void zor_xblas_blas_sgbmv_x(const int32_t *trans, const zor_int *m, const zor_int *n, const zor_int *kl,
                                     const zor_int *ku, const float *alpha, const float *a, const zor_int *lda,
                                     const float *x, const zor_int *incx, const float *beta, float *y,
                                     const zor_int *incy, const int32_t *prec) {
-  gbmv<S, false, report>(kColMajor, *trans, *m, *n, *kl, *ku, e(alpha), e(a), *lda, e(x), e(x), *incx, e(beta), e(y),
+  gbmv<S, false, report>(blas_colmajor, *trans, *m, *n, *kl, *ku, e(alpha), e(a), *lda, e(x), e(x), *incx, e(beta), e(y),
                          *incy, *prec);
 }
 ZOR_API void zor_xblas_blas_dgbmv_x(const int32_t *trans, const zor_int *m, const zor_int *n, const zor_int *kl,
                                     const zor_int *ku, const double *alpha, const double *a, const zor_int *lda,
                                     const double *x, const zor_int *incx, const double *beta, double *y,
                                     const zor_int *incy, const int32_t *prec) {
-  gbmv<D, false, report>(kColMajor, *trans, *m, *n, *kl, *ku, e(alpha), e(a), *lda, e(x), e(x), *incx, e(beta), e(y),
+  gbmv<D, false, report>(blas_colmajor, *trans, *m, *n, *kl, *ku, e(alpha), e(a), *lda, e(x), e(x), *incx, e(beta), e(y),
                          *incy, *prec);
 }
 ZOR_API void zor_xblas_blas_cgbmv_x(const int32_t *trans, const zor_int *m, const zor_int *n, const zor_int *kl,
@@ -101,7 +101,7 @@ ZOR_API void zor_xblas_blas_cgbmv_x(const int32_t *trans, const zor_int *m, cons
                                     const zor_int *lda, const zor_complex8 *x, const zor_int *incx,
                                     const zor_complex8 *beta, zor_complex8 *y, const zor_int *incy,
                                     const int32_t *prec) {
-  gbmv<C, false, report>(kColMajor, *trans, *m, *n, *kl, *ku, e(alpha), e(a), *lda, e(x), e(x), *incx, e(beta), e(y),
+  gbmv<C, false, report>(blas_colmajor, *trans, *m, *n, *kl, *ku, e(alpha), e(a), *lda, e(x), e(x), *incx, e(beta), e(y),
                          *incy, *prec);
 }
 ZOR_API void zor_xblas_blas_zgbmv_x(const int32_t *trans, const zor_int *m, const zor_int *n, const zor_int *kl,
@@ -109,21 +109,21 @@ ZOR_API void zor_xblas_blas_zgbmv_x(const int32_t *trans, const zor_int *m, cons
                                     const zor_int *lda, const zor_complex16 *x, const zor_int *incx,
                                     const zor_complex16 *beta, zor_complex16 *y, const zor_int *incy,
                                     const int32_t *prec) {
-  gbmv<Z, false, report>(kColMajor, *trans, *m, *n, *kl, *ku, e(alpha), e(a), *lda, e(x), e(x), *incx, e(beta), e(y),
+  gbmv<Z, false, report>(blas_colmajor, *trans, *m, *n, *kl, *ku, e(alpha), e(a), *lda, e(x), e(x), *incx, e(beta), e(y),
                          *incy, *prec);
 }
 ZOR_API void zor_xblas_blas_sgbmv2_x(const int32_t *trans, const zor_int *m, const zor_int *n, const zor_int *kl,
                                      const zor_int *ku, const float *alpha, const float *a, const zor_int *lda,
                                      const float *head_x, const float *tail_x, const zor_int *incx, const float *beta,
                                      float *y, const zor_int *incy, const int32_t *prec) {
-  gbmv<S, true, report>(kColMajor, *trans, *m, *n, *kl, *ku, e(alpha), e(a), *lda, e(head_x), e(tail_x), *incx, e(beta),
+  gbmv<S, true, report>(blas_colmajor, *trans, *m, *n, *kl, *ku, e(alpha), e(a), *lda, e(head_x), e(tail_x), *incx, e(beta),
                         e(y), *incy, *prec);
 }
 ZOR_API void zor_xblas_blas_dgbmv2_x(const int32_t *trans, const zor_int *m, const zor_int *n, const zor_int *kl,
                                      const zor_int *ku, const double *alpha, const double *a, const zor_int *lda,
                                      const double *head_x, const double *tail_x, const zor_int *incx,
                                      const double *beta, double *y, const zor_int *incy, const int32_t *prec) {
-  gbmv<D, true, report>(kColMajor, *trans, *m, *n, *kl, *ku, e(alpha), e(a), *lda, e(head_x), e(tail_x), *incx, e(beta),
+  gbmv<D, true, report>(blas_colmajor, *trans, *m, *n, *kl, *ku, e(alpha), e(a), *lda, e(head_x), e(tail_x), *incx, e(beta),
                         e(y), *incy, *prec);
 }
 ZOR_API void zor_xblas_blas_cgbmv2_x(const int32_t *trans, const zor_int *m, const zor_int *n, const zor_int *kl,
@@ -131,7 +131,7 @@ ZOR_API void zor_xblas_blas_cgbmv2_x(const int32_t *trans, const zor_int *m, con
                                      const zor_int *lda, const zor_complex8 *head_x, const zor_complex8 *tail_x,
                                      const zor_int *incx, const zor_complex8 *beta, zor_complex8 *y,
                                      const zor_int *incy, const int32_t *prec) {
-  gbmv<C, true, report>(kColMajor, *trans, *m, *n, *kl, *ku, e(alpha), e(a), *lda, e(head_x), e(tail_x), *incx, e(beta),
+  gbmv<C, true, report>(blas_colmajor, *trans, *m, *n, *kl, *ku, e(alpha), e(a), *lda, e(head_x), e(tail_x), *incx, e(beta),
                         e(y), *incy, *prec);
 }
 ZOR_API void zor_xblas_blas_zgbmv2_x(const int32_t *trans, const zor_int *m, const zor_int *n, const zor_int *kl,
@@ -139,87 +139,87 @@ ZOR_API void zor_xblas_blas_zgbmv2_x(const int32_t *trans, const zor_int *m, con
                                      const zor_int *lda, const zor_complex16 *head_x, const zor_complex16 *tail_x,
                                      const zor_int *incx, const zor_complex16 *beta, zor_complex16 *y,
                                      const zor_int *incy, const int32_t *prec) {
-  gbmv<Z, true, report>(kColMajor, *trans, *m, *n, *kl, *ku, e(alpha), e(a), *lda, e(head_x), e(tail_x), *incx, e(beta),
+  gbmv<Z, true, report>(blas_colmajor, *trans, *m, *n, *kl, *ku, e(alpha), e(a), *lda, e(head_x), e(tail_x), *incx, e(beta),
                         e(y), *incy, *prec);
 }
 ZOR_API void zor_xblas_blas_ssymv_x(const int32_t *uplo, const zor_int *n, const float *alpha, const float *a,
                                     const zor_int *lda, const float *x, const zor_int *incx, const float *beta,
                                     float *y, const zor_int *incy, const int32_t *prec) {
-  symv<S, false, false, report>(kColMajor, *uplo, *n, e(alpha), e(a), *lda, e(x), e(x), *incx, e(beta), e(y), *incy,
+  symv<S, false, false, report>(blas_colmajor, *uplo, *n, e(alpha), e(a), *lda, e(x), e(x), *incx, e(beta), e(y), *incy,
                                 *prec);
 }
 ZOR_API void zor_xblas_blas_dsymv_x(const int32_t *uplo, const zor_int *n, const double *alpha, const double *a,
                                     const zor_int *lda, const double *x, const zor_int *incx, const double *beta,
                                     double *y, const zor_int *incy, const int32_t *prec) {
-  symv<D, false, false, report>(kColMajor, *uplo, *n, e(alpha), e(a), *lda, e(x), e(x), *incx, e(beta), e(y), *incy,
+  symv<D, false, false, report>(blas_colmajor, *uplo, *n, e(alpha), e(a), *lda, e(x), e(x), *incx, e(beta), e(y), *incy,
                                 *prec);
 }
 ZOR_API void zor_xblas_blas_csymv_x(const int32_t *uplo, const zor_int *n, const zor_complex8 *alpha,
                                     const zor_complex8 *a, const zor_int *lda, const zor_complex8 *x,
                                     const zor_int *incx, const zor_complex8 *beta, zor_complex8 *y, const zor_int *incy,
                                     const int32_t *prec) {
-  symv<C, false, false, report>(kColMajor, *uplo, *n, e(alpha), e(a), *lda, e(x), e(x), *incx, e(beta), e(y), *incy,
+  symv<C, false, false, report>(blas_colmajor, *uplo, *n, e(alpha), e(a), *lda, e(x), e(x), *incx, e(beta), e(y), *incy,
                                 *prec);
 }
 ZOR_API void zor_xblas_blas_zsymv_x(const int32_t *uplo, const zor_int *n, const zor_complex16 *alpha,
                                     const zor_complex16 *a, const zor_int *lda, const zor_complex16 *x,
                                     const zor_int *incx, const zor_complex16 *beta, zor_complex16 *y,
                                     const zor_int *incy, const int32_t *prec) {
-  symv<Z, false, false, report>(kColMajor, *uplo, *n, e(alpha), e(a), *lda, e(x), e(x), *incx, e(beta), e(y), *incy,
+  symv<Z, false, false, report>(blas_colmajor, *uplo, *n, e(alpha), e(a), *lda, e(x), e(x), *incx, e(beta), e(y), *incy,
                                 *prec);
 }
 ZOR_API void zor_xblas_blas_ssymv2_x(const int32_t *uplo, const zor_int *n, const float *alpha, const float *a,
                                      const zor_int *lda, const float *head_x, const float *tail_x, const zor_int *incx,
                                      const float *beta, float *y, const zor_int *incy, const int32_t *prec) {
-  symv<S, true, false, report>(kColMajor, *uplo, *n, e(alpha), e(a), *lda, e(head_x), e(tail_x), *incx, e(beta), e(y),
+  symv<S, true, false, report>(blas_colmajor, *uplo, *n, e(alpha), e(a), *lda, e(head_x), e(tail_x), *incx, e(beta), e(y),
                                *incy, *prec);
 }
 ZOR_API void zor_xblas_blas_dsymv2_x(const int32_t *uplo, const zor_int *n, const double *alpha, const double *a,
                                      const zor_int *lda, const double *head_x, const double *tail_x,
                                      const zor_int *incx, const double *beta, double *y, const zor_int *incy,
                                      const int32_t *prec) {
-  symv<D, true, false, report>(kColMajor, *uplo, *n, e(alpha), e(a), *lda, e(head_x), e(tail_x), *incx, e(beta), e(y),
+  symv<D, true, false, report>(blas_colmajor, *uplo, *n, e(alpha), e(a), *lda, e(head_x), e(tail_x), *incx, e(beta), e(y),
                                *incy, *prec);
 }
 ZOR_API void zor_xblas_blas_csymv2_x(const int32_t *uplo, const zor_int *n, const zor_complex8 *alpha,
                                      const zor_complex8 *a, const zor_int *lda, const zor_complex8 *head_x,
                                      const zor_complex8 *tail_x, const zor_int *incx, const zor_complex8 *beta,
                                      zor_complex8 *y, const zor_int *incy, const int32_t *prec) {
-  symv<C, true, false, report>(kColMajor, *uplo, *n, e(alpha), e(a), *lda, e(head_x), e(tail_x), *incx, e(beta), e(y),
+  symv<C, true, false, report>(blas_colmajor, *uplo, *n, e(alpha), e(a), *lda, e(head_x), e(tail_x), *incx, e(beta), e(y),
                                *incy, *prec);
 }
 ZOR_API void zor_xblas_blas_zsymv2_x(const int32_t *uplo, const zor_int *n, const zor_complex16 *alpha,
                                      const zor_complex16 *a, const zor_int *lda, const zor_complex16 *head_x,
                                      const zor_complex16 *tail_x, const zor_int *incx, const zor_complex16 *beta,
                                      zor_complex16 *y, const zor_int *incy, const int32_t *prec) {
-  symv<Z, true, false, report>(kColMajor, *uplo, *n, e(alpha), e(a), *lda, e(head_x), e(tail_x), *incx, e(beta), e(y),
+  symv<Z, true, false, report>(blas_colmajor, *uplo, *n, e(alpha), e(a), *lda, e(head_x), e(tail_x), *incx, e(beta), e(y),
                                *incy, *prec);
 }
 ZOR_API void zor_xblas_blas_chemv_x(const int32_t *uplo, const zor_int *n, const zor_complex8 *alpha,
                                     const zor_complex8 *a, const zor_int *lda, const zor_complex8 *x,
                                     const zor_int *incx, const zor_complex8 *beta, zor_complex8 *y, const zor_int *incy,
                                     const int32_t *prec) {
-  symv<C, false, true, report>(kColMajor, *uplo, *n, e(alpha), e(a), *lda, e(x), e(x), *incx, e(beta), e(y), *incy,
+  symv<C, false, true, report>(blas_colmajor, *uplo, *n, e(alpha), e(a), *lda, e(x), e(x), *incx, e(beta), e(y), *incy,
                                *prec);
 }
 ZOR_API void zor_xblas_blas_zhemv_x(const int32_t *uplo, const zor_int *n, const zor_complex16 *alpha,
                                     const zor_complex16 *a, const zor_int *lda, const zor_complex16 *x,
                                     const zor_int *incx, const zor_complex16 *beta, zor_complex16 *y,
                                     const zor_int *incy, const int32_t *prec) {
-  symv<Z, false, true, report>(kColMajor, *uplo, *n, e(alpha), e(a), *lda, e(x), e(x), *incx, e(beta), e(y), *incy,
+  symv<Z, false, true, report>(blas_colmajor, *uplo, *n, e(alpha), e(a), *lda, e(x), e(x), *incx, e(beta), e(y), *incy,
                                *prec);
 }
 ZOR_API void zor_xblas_blas_chemv2_x(const int32_t *uplo, const zor_int *n, const zor_complex8 *alpha,
                                      const zor_complex8 *a, const zor_int *lda, const zor_complex8 *head_x,
                                      const zor_complex8 *tail_x, const zor_int *incx, const zor_complex8 *beta,
                                      zor_complex8 *y, const zor_int *incy, const int32_t *prec) {
-  symv<C, true, true, report>(kColMajor, *uplo, *n, e(alpha), e(a), *lda, e(head_x), e(tail_x), *incx, e(beta), e(y),
+  symv<C, true, true, report>(blas_colmajor, *uplo, *n, e(alpha), e(a), *lda, e(head_x), e(tail_x), *incx, e(beta), e(y),
                               *incy, *prec);
 }
 ZOR_API void zor_xblas_blas_zhemv2_x(const int32_t *uplo, const zor_int *n, const zor_complex16 *alpha,
                                      const zor_complex16 *a, const zor_int *lda, const zor_complex16 *head_x,
                                      const zor_complex16 *tail_x, const zor_int *incx, const zor_complex16 *beta,
                                      zor_complex16 *y, const zor_int *incy, const int32_t *prec) {
-  symv<Z, true, true, report>(kColMajor, *uplo, *n, e(alpha), e(a), *lda, e(head_x), e(tail_x), *incx, e(beta), e(y),
+  symv<Z, true, true, report>(blas_colmajor, *uplo, *n, e(alpha), e(a), *lda, e(head_x), e(tail_x), *incx, e(beta), e(y),
                               *incy, *prec);
 }

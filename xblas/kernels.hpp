@@ -83,13 +83,12 @@ struct General {
 
   template <class Dot> void result(Dot &d, i64 i) const {
     constexpr int last = Dot::lanes - 1;
-    if (trans == kNoTrans) {
-      walk<Entry::as_stored>(d, a + i, a + i + last, lda, x, 0, lenx);
-    } else if (T::complex && trans == kConjTrans) {
-      if constexpr (T::complex) walk<Entry::conjugated>(d, a + i * lda, a + (i + last) * lda, 1, x, 0, lenx);
-    } else {
-      walk<Entry::as_stored>(d, a + i * lda, a + (i + last) * lda, 1, x, 0, lenx);
+    if (trans == blas_no_trans) return walk<Entry::as_stored>(d, a + i, a + i + last, lda, x, 0, lenx);
+    const E *column0 = a + i * lda, *column1 = a + (i + last) * lda;
+    if constexpr (T::complex) {
+      if (trans == blas_conj_trans) return walk<Entry::conjugated>(d, column0, column1, 1, x, 0, lenx);
     }
+    walk<Entry::as_stored>(d, column0, column1, 1, x, 0, lenx);
   }
 };
 
@@ -104,7 +103,7 @@ void gemv(int32_t order, int32_t trans, i64 m, i64 n, const E *alpha, const E *a
     else if (incx == 0) Error(name, Two ? -10 : -9, incx);
     else if (incy == 0) Error(name, Two ? -13 : -12, incy);
     if (lda < m) Error(name, -7, lda);
-    const bool plain = trans == kNoTrans;
+    const bool plain = trans == blas_no_trans;
     const i64 leny = plain ? m : n, lenx = plain ? n : m;
     const General<T> shape{a, lda, trans, Operand<T>(x, x_tail, lenx, incx), lenx};
     results<T, P, Two>(shape, alpha, beta, y, leny, incy, incx != 0 && incy != 0);
@@ -144,7 +143,7 @@ struct Band {
   }
   template <class Dot> void result(Dot &d, i64 i) const {
     if constexpr (T::complex) {
-      if (trans == kConjTrans) return strip<Entry::conjugated>(d, i);
+      if (trans == blas_conj_trans) return strip<Entry::conjugated>(d, i);
     }
     strip<Entry::as_stored>(d, i);
   }
@@ -155,8 +154,8 @@ void gbmv(int32_t order, int32_t trans, i64 m, i64 n, i64 kl, i64 ku, const E *a
           const E *x, const E *x_tail, i64 incx, const E *beta, E *y, i64 incy, int32_t prec) {
   with_precision<T>(prec, [&]<class P>() {
     const char *name = name_of<T>(Two ? Family::gbmv2 : Family::gbmv);
-    if (order != kRowMajor && order != kColMajor) Error(name, -1, order);
-    if (trans != kNoTrans && trans != kTrans && trans != kConjTrans) Error(name, -2, trans);
+    if (order != blas_rowmajor && order != blas_colmajor) Error(name, -1, order);
+    if (trans != blas_no_trans && trans != blas_trans && trans != blas_conj_trans) Error(name, -2, trans);
     if (m < 0) Error(name, -3, m);
     if (n < 0) Error(name, -4, n);
     if (kl < 0 || kl >= m) Error(name, -5, kl);
@@ -165,7 +164,7 @@ void gbmv(int32_t order, int32_t trans, i64 m, i64 n, i64 kl, i64 ku, const E *a
     if (incx == 0) Error(name, Two ? -12 : -11, incx);
     if (incy == 0) Error(name, Two ? -15 : -14, incy);
     if (is_zero(load_any(alpha)) && is_one(load_any(beta))) return;
-    const bool plain = trans == kNoTrans;
+    const bool plain = trans == blas_no_trans;
     const i64 leny = plain ? m : n, lenx = plain ? n : m;
     const Band<T> shape{a, lda, plain ? kl : ku, plain ? ku : kl, plain, trans,
                         Operand<T>(x, x_tail, lenx, incx), lenx};
@@ -216,13 +215,13 @@ void symv(int32_t order, int32_t uplo, i64 n, const E *alpha, const E *a, i64 ld
   const char *name = name_of<T>(family);
   const bool known = with_precision<T>(prec, [&]<class P>() {
     if (family == Family::hemv) {
-      if (order != kRowMajor && order != kColMajor) Error(name, -1, order);
-      if (uplo != kUpper && uplo != kLower) Error(name, -2, uplo);
+      if (order != blas_rowmajor && order != blas_colmajor) Error(name, -1, order);
+      if (uplo != blas_upper && uplo != blas_lower) Error(name, -2, uplo);
     }
     if (lda < n) Two ? Error(name, -6, lda) : Error(name, -3, n);
     if (incx == 0) Error(name, Two ? -9 : -8, incx);
     if (incy == 0) Error(name, Two ? -12 : -11, incy);
-    const Symmetric<T, Hermitian> shape{a, lda, n, uplo == kUpper, Operand<T>(x, x_tail, n, incx)};
+    const Symmetric<T, Hermitian> shape{a, lda, n, uplo == blas_upper, Operand<T>(x, x_tail, n, incx)};
     results<T, P, Two>(shape, alpha, beta, y, n, incy, incx != 0 && incy != 0);
   });
   if (!known && family == Family::hemv) Error(name, -12, prec);

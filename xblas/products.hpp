@@ -30,6 +30,7 @@
 #pragma once
 #include <cstdint>
 #include <type_traits>
+#include <zor/xblas.h>
 
 #include "frame/element.hpp"
 #include "xblas/arithmetic.hpp"
@@ -37,14 +38,6 @@
 namespace zor::xblas {
 
 using i64 = int64_t;
-
-// The enumerations of the interface.
-enum : int32_t {
-  kRowMajor = 101, kColMajor = 102,
-  kNoTrans = 111, kTrans = 112, kConjTrans = 113,
-  kUpper = 121, kLower = 122,
-  kPrecSingle = 211, kPrecDouble = 212, kPrecIndigenous = 213, kPrecExtra = 214,
-};
 
 // The error routine: the routine's name, the negative position of the bad
 // argument and its value. It returns, and the call goes on.
@@ -57,17 +50,17 @@ using ErrorRoutine = void (*)(const char *name, int position, int64_t value);
 template <class T, class F>
 inline bool with_precision(int32_t prec, F &&body) {
   using R = typename T::real;
-  if (prec == kPrecExtra) {
+  if (prec == blas_prec_extra) {
     body.template operator()<DoubleDouble<R>>();
     return true;
   }
   if constexpr (std::is_same_v<R, float>) {
-    if (prec == kPrecSingle) {
+    if (prec == blas_prec_single) {
       body.template operator()<Plain<float>>();
       return true;
     }
   }
-  if (prec >= kPrecSingle && prec <= kPrecIndigenous) {
+  if (prec >= blas_prec_single && prec <= blas_prec_indigenous) {
     body.template operator()<Plain<double>>();
     return true;
   }

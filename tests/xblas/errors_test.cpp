@@ -34,7 +34,7 @@ struct Call {
   std::vector<Report> gemv(bool two, i64 m, i64 n, i64 lda, i64 incx, i64 incy, int32_t prec = 214) {
     recorded.clear();
     auto f = two ? zor::xblas::gemv<T, true, record> : zor::xblas::gemv<T, false, record>;
-    f(kColMajor, kNoTrans, m, n, &alpha, a, lda, x, x, incx, &beta, y, incy, prec);
+    f(blas_colmajor, blas_no_trans, m, n, &alpha, a, lda, x, x, incx, &beta, y, incy, prec);
     return recorded;
   }
   std::vector<Report> gbmv(bool two, int32_t order, int32_t trans, i64 m, i64 n, i64 kl, i64 ku, i64 lda, i64 incx,
@@ -82,10 +82,10 @@ TEST(XblasErrors, BandTestsEachArgument) {
               {"BLAS_sgbmv_x", -4, -1}, {"BLAS_sgbmv_x", -5, -1},  {"BLAS_sgbmv_x", -6, -1},
               {"BLAS_sgbmv_x", -9, -3}, {"BLAS_sgbmv_x", -11, 0},  {"BLAS_sgbmv_x", -14, 0}};
   EXPECT_EQ(s.gbmv(false, 7, 110, -1, -1, -1, -1, -3, 0, 0), all);
-  EXPECT_EQ(s.gbmv(false, kColMajor, kConjTrans, 2, 3, 2, 3, 5, 1, 1),
+  EXPECT_EQ(s.gbmv(false, blas_colmajor, blas_conj_trans, 2, 3, 2, 3, 5, 1, 1),
             (R{{"BLAS_sgbmv_x", -5, 2}, {"BLAS_sgbmv_x", -6, 3}, {"BLAS_sgbmv_x", -9, 5}}));
-  EXPECT_EQ(s.gbmv(false, kRowMajor, kNoTrans, 3, 3, 1, 1, 3, -1, 1), R{});
-  EXPECT_EQ(Call<Z>().gbmv(true, kColMajor, kTrans, 3, 3, 1, 1, 3, 0, 0),
+  EXPECT_EQ(s.gbmv(false, blas_rowmajor, blas_no_trans, 3, 3, 1, 1, 3, -1, 1), R{});
+  EXPECT_EQ(Call<Z>().gbmv(true, blas_colmajor, blas_trans, 3, 3, 1, 1, 3, 0, 0),
             (R{{"BLAS_zgbmv2_x", -12, 0}, {"BLAS_zgbmv2_x", -15, 0}}));
 }
 
@@ -102,12 +102,12 @@ TEST(XblasErrors, SymmetricAndHermitianPositions) {
                {"BLAS_chemv", -3, 3},
                {"BLAS_chemv", -8, 0},
                {"BLAS_chemv", -11, 0}}));
-  EXPECT_EQ(c.symv<true>(false, kColMajor, kLower, 3, 3, 1, 1, 216), (R{{"BLAS_chemv", -12, 216}}));
+  EXPECT_EQ(c.symv<true>(false, blas_colmajor, blas_lower, 3, 3, 1, 1, 216), (R{{"BLAS_chemv", -12, 216}}));
   EXPECT_EQ(c.symv<true>(false, 7, 0, 3, 2, 0, 0, 210), (R{{"BLAS_chemv", -12, 210}}));
   EXPECT_EQ(c.symv<true>(true, 7, 0, 3, 2, 0, 0, 210), R{});
   EXPECT_EQ(c.symv<true>(true, 7, 0, 3, 2, 1, 0),
             (R{{"BLAS_chemv2_x", -6, 2}, {"BLAS_chemv2_x", -12, 0}}));
-  EXPECT_EQ(Call<Z>().symv<true>(false, kColMajor, kUpper, 3, 3, 1, 1, 209), (R{{"BLAS_zhemv", -12, 209}}));
+  EXPECT_EQ(Call<Z>().symv<true>(false, blas_colmajor, blas_upper, 3, 3, 1, 1, 209), (R{{"BLAS_zhemv", -12, 209}}));
   EXPECT_EQ(Call<Z>().symv<false>(false, 7, 0, 3, 3, 1, 1), R{});
 }
 
