@@ -86,61 +86,61 @@ ZOR_API void zor_xblas_blas_sgbmv_x(const int32_t *trans, const zor_int *m, cons
                                     const zor_int *ku, const float *alpha, const float *a, const zor_int *lda,
                                     const float *x, const zor_int *incx, const float *beta, float *y,
                                     const zor_int *incy, const int32_t *prec) {
-  gbmv<S, false, report>(blas_colmajor, *trans, *m, *n, *kl, *ku, e(alpha), e(a), *lda, e(x), e(x), *incx, e(beta), e(y),
-                         *incy, *prec);
+  gbmv<S, false, report>(blas_colmajor, *trans, *m, *n, *kl, *ku, e(alpha), e(a), *lda, e(x), e(x), *incx, e(beta),
+                         e(y), *incy, *prec);
 }
 ZOR_API void zor_xblas_blas_dgbmv_x(const int32_t *trans, const zor_int *m, const zor_int *n, const zor_int *kl,
                                     const zor_int *ku, const double *alpha, const double *a, const zor_int *lda,
                                     const double *x, const zor_int *incx, const double *beta, double *y,
                                     const zor_int *incy, const int32_t *prec) {
-  gbmv<D, false, report>(blas_colmajor, *trans, *m, *n, *kl, *ku, e(alpha), e(a), *lda, e(x), e(x), *incx, e(beta), e(y),
-                         *incy, *prec);
+  gbmv<D, false, report>(blas_colmajor, *trans, *m, *n, *kl, *ku, e(alpha), e(a), *lda, e(x), e(x), *incx, e(beta),
+                         e(y), *incy, *prec);
 }
 ZOR_API void zor_xblas_blas_cgbmv_x(const int32_t *trans, const zor_int *m, const zor_int *n, const zor_int *kl,
                                     const zor_int *ku, const zor_complex8 *alpha, const zor_complex8 *a,
                                     const zor_int *lda, const zor_complex8 *x, const zor_int *incx,
                                     const zor_complex8 *beta, zor_complex8 *y, const zor_int *incy,
                                     const int32_t *prec) {
-  gbmv<C, false, report>(blas_colmajor, *trans, *m, *n, *kl, *ku, e(alpha), e(a), *lda, e(x), e(x), *incx, e(beta), e(y),
-                         *incy, *prec);
+  gbmv<C, false, report>(blas_colmajor, *trans, *m, *n, *kl, *ku, e(alpha), e(a), *lda, e(x), e(x), *incx, e(beta),
+                         e(y), *incy, *prec);
 }
 ZOR_API void zor_xblas_blas_zgbmv_x(const int32_t *trans, const zor_int *m, const zor_int *n, const zor_int *kl,
                                     const zor_int *ku, const zor_complex16 *alpha, const zor_complex16 *a,
                                     const zor_int *lda, const zor_complex16 *x, const zor_int *incx,
                                     const zor_complex16 *beta, zor_complex16 *y, const zor_int *incy,
                                     const int32_t *prec) {
-  gbmv<Z, false, report>(blas_colmajor, *trans, *m, *n, *kl, *ku, e(alpha), e(a), *lda, e(x), e(x), *incx, e(beta), e(y),
-                         *incy, *prec);
+  gbmv<Z, false, report>(blas_colmajor, *trans, *m, *n, *kl, *ku, e(alpha), e(a), *lda, e(x), e(x), *incx, e(beta),
+                         e(y), *incy, *prec);
 }
 ZOR_API void zor_xblas_blas_sgbmv2_x(const int32_t *trans, const zor_int *m, const zor_int *n, const zor_int *kl,
                                      const zor_int *ku, const float *alpha, const float *a, const zor_int *lda,
                                      const float *head_x, const float *tail_x, const zor_int *incx, const float *beta,
                                      float *y, const zor_int *incy, const int32_t *prec) {
-  gbmv<S, true, report>(blas_colmajor, *trans, *m, *n, *kl, *ku, e(alpha), e(a), *lda, e(head_x), e(tail_x), *incx, e(beta),
-                        e(y), *incy, *prec);
+  gbmv<S, true, report>(blas_colmajor, *trans, *m, *n, *kl, *ku, e(alpha), e(a), *lda, e(head_x), e(tail_x), *incx,
+                        e(beta), e(y), *incy, *prec);
 }
 ZOR_API void zor_xblas_blas_dgbmv2_x(const int32_t *trans, const zor_int *m, const zor_int *n, const zor_int *kl,
                                      const zor_int *ku, const double *alpha, const double *a, const zor_int *lda,
                                      const double *head_x, const double *tail_x, const zor_int *incx,
                                      const double *beta, double *y, const zor_int *incy, const int32_t *prec) {
-  gbmv<D, true, report>(blas_colmajor, *trans, *m, *n, *kl, *ku, e(alpha), e(a), *lda, e(head_x), e(tail_x), *incx, e(beta),
-                        e(y), *incy, *prec);
+  gbmv<D, true, report>(blas_colmajor, *trans, *m, *n, *kl, *ku, e(alpha), e(a), *lda, e(head_x), e(tail_x), *incx,
+                        e(beta), e(y), *incy, *prec);
 }
 ZOR_API void zor_xblas_blas_cgbmv2_x(const int32_t *trans, const zor_int *m, const zor_int *n, const zor_int *kl,
                                      const zor_int *ku, const zor_complex8 *alpha, const zor_complex8 *a,
                                      const zor_int *lda, const zor_complex8 *head_x, const zor_complex8 *tail_x,
                                      const zor_int *incx, const zor_complex8 *beta, zor_complex8 *y,
                                      const zor_int *incy, const int32_t *prec) {
-  gbmv<C, true, report>(blas_colmajor, *trans, *m, *n, *kl, *ku, e(alpha), e(a), *lda, e(head_x), e(tail_x), *incx, e(beta),
-                        e(y), *incy, *prec);
+  gbmv<C, true, report>(blas_colmajor, *trans, *m, *n, *kl, *ku, e(alpha), e(a), *lda, e(head_x), e(tail_x), *incx,
+                        e(beta), e(y), *incy, *prec);
 }
 ZOR_API void zor_xblas_blas_zgbmv2_x(const int32_t *trans, const zor_int *m, const zor_int *n, const zor_int *kl,
                                      const zor_int *ku, const zor_complex16 *alpha, const zor_complex16 *a,
                                      const zor_int *lda, const zor_complex16 *head_x, const zor_complex16 *tail_x,
                                      const zor_int *incx, const zor_complex16 *beta, zor_complex16 *y,
                                      const zor_int *incy, const int32_t *prec) {
-  gbmv<Z, true, report>(blas_colmajor, *trans, *m, *n, *kl, *ku, e(alpha), e(a), *lda, e(head_x), e(tail_x), *incx, e(beta),
-                        e(y), *incy, *prec);
+  gbmv<Z, true, report>(blas_colmajor, *trans, *m, *n, *kl, *ku, e(alpha), e(a), *lda, e(head_x), e(tail_x), *incx,
+                        e(beta), e(y), *incy, *prec);
 }
 ZOR_API void zor_xblas_blas_ssymv_x(const int32_t *uplo, const zor_int *n, const float *alpha, const float *a,
                                     const zor_int *lda, const float *x, const zor_int *incx, const float *beta,
@@ -171,29 +171,29 @@ ZOR_API void zor_xblas_blas_zsymv_x(const int32_t *uplo, const zor_int *n, const
 ZOR_API void zor_xblas_blas_ssymv2_x(const int32_t *uplo, const zor_int *n, const float *alpha, const float *a,
                                      const zor_int *lda, const float *head_x, const float *tail_x, const zor_int *incx,
                                      const float *beta, float *y, const zor_int *incy, const int32_t *prec) {
-  symv<S, true, false, report>(blas_colmajor, *uplo, *n, e(alpha), e(a), *lda, e(head_x), e(tail_x), *incx, e(beta), e(y),
-                               *incy, *prec);
+  symv<S, true, false, report>(blas_colmajor, *uplo, *n, e(alpha), e(a), *lda, e(head_x), e(tail_x), *incx, e(beta),
+                               e(y), *incy, *prec);
 }
 ZOR_API void zor_xblas_blas_dsymv2_x(const int32_t *uplo, const zor_int *n, const double *alpha, const double *a,
                                      const zor_int *lda, const double *head_x, const double *tail_x,
                                      const zor_int *incx, const double *beta, double *y, const zor_int *incy,
                                      const int32_t *prec) {
-  symv<D, true, false, report>(blas_colmajor, *uplo, *n, e(alpha), e(a), *lda, e(head_x), e(tail_x), *incx, e(beta), e(y),
-                               *incy, *prec);
+  symv<D, true, false, report>(blas_colmajor, *uplo, *n, e(alpha), e(a), *lda, e(head_x), e(tail_x), *incx, e(beta),
+                               e(y), *incy, *prec);
 }
 ZOR_API void zor_xblas_blas_csymv2_x(const int32_t *uplo, const zor_int *n, const zor_complex8 *alpha,
                                      const zor_complex8 *a, const zor_int *lda, const zor_complex8 *head_x,
                                      const zor_complex8 *tail_x, const zor_int *incx, const zor_complex8 *beta,
                                      zor_complex8 *y, const zor_int *incy, const int32_t *prec) {
-  symv<C, true, false, report>(blas_colmajor, *uplo, *n, e(alpha), e(a), *lda, e(head_x), e(tail_x), *incx, e(beta), e(y),
-                               *incy, *prec);
+  symv<C, true, false, report>(blas_colmajor, *uplo, *n, e(alpha), e(a), *lda, e(head_x), e(tail_x), *incx, e(beta),
+                               e(y), *incy, *prec);
 }
 ZOR_API void zor_xblas_blas_zsymv2_x(const int32_t *uplo, const zor_int *n, const zor_complex16 *alpha,
                                      const zor_complex16 *a, const zor_int *lda, const zor_complex16 *head_x,
                                      const zor_complex16 *tail_x, const zor_int *incx, const zor_complex16 *beta,
                                      zor_complex16 *y, const zor_int *incy, const int32_t *prec) {
-  symv<Z, true, false, report>(blas_colmajor, *uplo, *n, e(alpha), e(a), *lda, e(head_x), e(tail_x), *incx, e(beta), e(y),
-                               *incy, *prec);
+  symv<Z, true, false, report>(blas_colmajor, *uplo, *n, e(alpha), e(a), *lda, e(head_x), e(tail_x), *incx, e(beta),
+                               e(y), *incy, *prec);
 }
 ZOR_API void zor_xblas_blas_chemv_x(const int32_t *uplo, const zor_int *n, const zor_complex8 *alpha,
                                     const zor_complex8 *a, const zor_int *lda, const zor_complex8 *x,
@@ -213,13 +213,13 @@ ZOR_API void zor_xblas_blas_chemv2_x(const int32_t *uplo, const zor_int *n, cons
                                      const zor_complex8 *a, const zor_int *lda, const zor_complex8 *head_x,
                                      const zor_complex8 *tail_x, const zor_int *incx, const zor_complex8 *beta,
                                      zor_complex8 *y, const zor_int *incy, const int32_t *prec) {
-  symv<C, true, true, report>(blas_colmajor, *uplo, *n, e(alpha), e(a), *lda, e(head_x), e(tail_x), *incx, e(beta), e(y),
-                              *incy, *prec);
+  symv<C, true, true, report>(blas_colmajor, *uplo, *n, e(alpha), e(a), *lda, e(head_x), e(tail_x), *incx, e(beta),
+                              e(y), *incy, *prec);
 }
 ZOR_API void zor_xblas_blas_zhemv2_x(const int32_t *uplo, const zor_int *n, const zor_complex16 *alpha,
                                      const zor_complex16 *a, const zor_int *lda, const zor_complex16 *head_x,
                                      const zor_complex16 *tail_x, const zor_int *incx, const zor_complex16 *beta,
                                      zor_complex16 *y, const zor_int *incy, const int32_t *prec) {
-  symv<Z, true, true, report>(blas_colmajor, *uplo, *n, e(alpha), e(a), *lda, e(head_x), e(tail_x), *incx, e(beta), e(y),
-                              *incy, *prec);
+  symv<Z, true, true, report>(blas_colmajor, *uplo, *n, e(alpha), e(a), *lda, e(head_x), e(tail_x), *incx, e(beta),
+                              e(y), *incy, *prec);
 }

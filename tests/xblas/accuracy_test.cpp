@@ -100,7 +100,8 @@ void cancelling_rows(uint64_t seed) {
       std::vector<R> row[2];
       for (auto &terms : row) {
         for (int64_t j = 0; j < 20; ++j) {
-          const R big = R(std::ldexp(double(rng.integer(1LL << 30, (1LL << 31) - 1) * (rng.integer(0, 1) ? 1 : -1)), 36));
+          const double sign = rng.integer(0, 1) ? 1 : -1;
+          const R big = R(std::ldexp(sign * double(rng.integer(1LL << 30, (1LL << 31) - 1)), 36));
           terms.push_back(big), terms.push_back(-big);
         }
         while (int64_t(terms.size()) < lenx)
