@@ -32,14 +32,13 @@
 //
 // The direct kernel (zor_blas_?syrk_pst, ?herk_pst): squares of 32 x 32 of
 // the triangle, column squares from the end of the triangle and row squares
-// from the end within each; the depth in blocks of 72. For each column
-// square and depth block, op(A) of the square's 32 columns is staged on the
-// stack (32 x 72 elements: 18,432 bytes in d and c, 9,216 in s, 36,864 in z)
+// from the end within each; the depth in blocks that fill 18,432 bytes of
+// stage (72 in d and c, 144 in s, 36 in z). For each column square and depth
+// block, op(A) of the square's 32 columns is staged on the stack
 // and every tile of the square's rows is formed from it and from A read in
 // place (gemm/level3.hpp). The first depth block applies the caller's beta
 // (beta 0 stores without reading C), the later ones add.
 #include <zor/level3.h>
-#include <cstdlib>
 
 #include "gemm/level3.hpp"
 
@@ -109,8 +108,7 @@ struct Syrk {
       if (!is_one(beta)) scale_triangle<Herm>(upper, n, beta, s.c, ldc);
       return;
     }
-    alignas(16) E stage[kBlock * 144];
-    static int64_t kDepth = getenv("ZDEPTH") ? atoi(getenv("ZDEPTH")) : Syrk::kDepth;
+    alignas(16) E stage[kBlock * kDepth];
     E tile[UM * UB];
     for (int64_t j0 = round_down(n - 1, kBlock); j0 >= 0; j0 -= kBlock) {
       const int64_t nj = n - j0 < kBlock ? n - j0 : kBlock;
