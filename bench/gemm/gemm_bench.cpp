@@ -37,12 +37,7 @@ namespace {
 using zor::bench::keep;
 using zor::bench::median;
 using zor::bench::OpenBlasPeer;
-
-double thread_seconds() {
-  timespec t;
-  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &t);
-  return double(t.tv_sec) + 1e-9 * double(t.tv_nsec);
-}
+using zor::bench::thread_seconds;
 
 // Seconds of one call: one call for n of 1000 and above, else the best of
 // two runs of repeated calls of at least 50 ms.

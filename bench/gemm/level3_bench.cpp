@@ -39,12 +39,7 @@ namespace {
 using zor::bench::keep;
 using zor::bench::median;
 using zor::bench::OpenBlasPeer;
-
-double thread_seconds() {
-  timespec t;
-  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &t);
-  return double(t.tv_sec) + 1e-9 * double(t.tv_nsec);
-}
+using zor::bench::thread_seconds;
 
 enum class Op { trsm, syrk, herk, symm, syr2k, trmm, dgemm, zgemm };
 
