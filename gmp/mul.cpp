@@ -13,27 +13,11 @@
 // to 9 by 9; the others take a first row of 128-bit products and then one
 // addmul row per limb of b.
 #include "gmp/limbs.hpp"
+#include "gmp/mul_fixed.hpp"
 #include "gmp/parameters.hpp"
 
 namespace zor::gmp {
 namespace {
-
-// A written-out product of AN by BN limbs: a first row, then addmul rows,
-// every loop with constant bounds.
-template <int AN, int BN>
-void mul_fixed(limb *r, const limb *a, const limb *b) {
-  limb c = 0;
-#pragma GCC unroll 16
-  for (int i = 0; i < AN; ++i) mul_step(r + i, a + i, b[0], c);
-  r[AN] = c;
-#pragma GCC unroll 16
-  for (int j = 1; j < BN; ++j) {
-    c = 0;
-#pragma GCC unroll 16
-    for (int i = 0; i < AN; ++i) addmul_step(r + i + j, a + i, b[j], c);
-    r[AN + j] = c;
-  }
-}
 
 using FixedProduct = void (*)(limb *, const limb *, const limb *);
 // By (an - 1) * 4 + (bn - 1), bn <= an <= 4.
@@ -62,9 +46,12 @@ void mul_basecase(limb *r, const limb *a, len an, const limb *b, len bn) {
 
 void mul_n(limb *r, const limb *a, const limb *b, len n) {
   if (n <= 0) return;
-  if (n <= kMulBasecaseMax) return n > 4 ? kFixedSquare[n - 5](r, a, b) : kFixed[(n - 1) * 5](r, a, b);
-  if (n <= kMulKaratsubaMax) return mul_karatsuba(r, a, b, n);
-  if (n <= kMulTransformMax) return mul_toom3(r, a, b, n);
+  if (n <= fixed::kMulBasecaseMax) return n > 4 ? kFixedSquare[n - 5](r, a, b) : kFixed[(n - 1) * 5](r, a, b);
+  if (n <= fixed::kMulKaratsubaMax) return mul_karatsuba(r, a, b, n);
+  if (n <= fixed::kMulToom3Max) return mul_toom3(r, a, b, n);
+  // The floating-point transform's range: Toom serves it until the real
+  // power-of-two transform by order exists in this build.
+  if (n <= fixed::kMulTransformMax) return mul_toom3(r, a, b, n);
   mul_karatsuba(r, a, b, n);
 }
 
@@ -73,7 +60,7 @@ limb mul(limb *r, const limb *a, len an, const limb *b, len bn) {
     zero(r, an);
     return 0;
   }
-  if (an + bn < kMulUnbalancedBasecase) {
+  if (an + bn < fixed::kMulUnbalancedBasecase) {
     mul_basecase(r, a, an, b, bn);
   } else if (an == bn) {
     mul_n(r, a, b, an);
