@@ -26,7 +26,7 @@ using cdouble = std::complex<double>;
 template <class E, class = void> struct RealOf { using type = E; };
 template <class R> struct RealOf<std::complex<R>> { using type = R; };
 template <class E> struct RealOf<E, std::void_t<decltype(E{}.re)>> { using type = decltype(E{}.re); };
-template <class E> using real_of = typename RealOf<E>::type;
+template <class E> using real_of = typename RealOf<std::remove_cv_t<E>>::type;
 template <class E> inline constexpr bool is_complex_v = !std::is_same_v<E, real_of<E>>;
 
 template <class R>
