@@ -10,6 +10,7 @@
 // Usage: bench_lapack [rounds [name-filter]]   (default 5 rounds, all cases)
 #include <zor/lapack.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -154,6 +155,66 @@ void add_rotation_cases(std::vector<Case> &cases) {
   }
 }
 
+// ---------------------------------------------------------------- small factorisations
+// A batch of copies of one matrix, restored before each timed run, so that
+// a run of small factorisations lasts long enough to time and each works on
+// fresh input. Seconds per factorisation.
+struct Batch {
+  int n, count;
+  std::vector<double> original, work;
+  Batch(int n, std::vector<double> a) : n(n), count(std::max(1, 160000 / (n * n * 8))), original(std::move(a)) {}
+  void prepare() {
+    work.resize(original.size() * size_t(count));
+    for (int c = 0; c < count; ++c) std::copy(original.begin(), original.end(), work.begin() + c * original.size());
+  }
+  double *matrix(int c) { return work.data() + size_t(c) * original.size(); }
+  template <class F> double time(F &&factor) {
+    return best_run_seconds([this] { prepare(); }, [&] {
+             for (int c = 0; c < count; ++c) factor(matrix(c));
+           }, kRepeats) / count;
+  }
+};
+
+std::vector<double> definite_matrix(int n, unsigned seed) {
+  const auto b = random_doubles(size_t(n) * n, -1, 1, seed);
+  std::vector<double> a(size_t(n) * n);
+  for (int j = 0; j < n; ++j)
+    for (int i = 0; i < n; ++i) {
+      double s = i == j ? n : 0.0;
+      for (int k = 0; k < n; ++k) s += b[i + k * n] * b[j + k * n];
+      a[i + j * n] = s;
+    }
+  return a;
+}
+
+using PotrfFn = void (*)(const char *, const f_int *, double *, const f_int *, f_int *, size_t);
+using OurPotrf = void (*)(const char *, const zor_int *, double *, const zor_int *, zor_int *);
+
+void add_factorisation_cases(std::vector<Case> &cases) {
+  for (int n : {16, 32, 48})
+    for (bool lower : {true, false}) {
+      auto batch = std::make_shared<Batch>(n, definite_matrix(n, 20 + n));
+      const OurPotrf ours = lower ? zor_lapack_ps_dpotrf_l_small : zor_lapack_ps_dpotrf_u_small;
+      const char *uplo = lower ? "L" : "U";
+      cases.push_back({std::string("dpotrf_") + (lower ? "l" : "u") + "_small n=" + std::to_string(n) + " vs dpotrf",
+                       kReference | kNative | kSseEra,
+                       [=] {
+                         return batch->time([&](double *a) {
+                           const zor_int n64 = n;
+                           zor_int info = 0;
+                           ours(uplo, &n64, a, &n64, &info);
+                         });
+                       },
+                       [=](const Lookup &lookup) {
+                         auto potrf = reinterpret_cast<PotrfFn>(lookup("dpotrf_"));
+                         return batch->time([&](double *a) {
+                           f_int info;
+                           potrf(uplo, &n, a, &n, &info, 1);
+                         });
+                       }});
+    }
+}
+
 }  // namespace
 
 int main(int argc, char **argv) {
@@ -161,6 +222,7 @@ int main(int argc, char **argv) {
   const std::string filter = argc > 2 ? argv[2] : "";
   std::setvbuf(stdout, nullptr, _IOLBF, 0);
   std::vector<Case> all, cases;
+  add_factorisation_cases(all);
   add_tridiagonal_cases(all);
   add_rotation_cases(all);
   for (Case &c : all)

@@ -13,6 +13,16 @@
 
 #include <zor/export.h>
 
+/* ---- small unblocked factorisations. ?potrf: Cholesky of the lower (A =
+ * L L^H) or upper (A = U^H U) triangle; uplo is fixed by the name and not
+ * read; info is written only on failure, with the 1-based column of the
+ * first pivot not above 0 (NaN included): columns before it factorised,
+ * a[j, j] the reduced value. */
+ZOR_API void zor_lapack_ps_spotrf_l_small(const char *uplo, const zor_int *n, float *a, const zor_int *lda, zor_int *info);
+ZOR_API void zor_lapack_ps_dpotrf_l_small(const char *uplo, const zor_int *n, double *a, const zor_int *lda, zor_int *info);
+ZOR_API void zor_lapack_ps_spotrf_u_small(const char *uplo, const zor_int *n, float *a, const zor_int *lda, zor_int *info);
+ZOR_API void zor_lapack_ps_dpotrf_u_small(const char *uplo, const zor_int *n, double *a, const zor_int *lda, zor_int *info);
+
 /* ---- tridiagonal systems factored from both ends at once, no pivoting
  * (the caller promises diagonal dominance). h = (n - 1) / 2 steps run from
  * each end; d returns reciprocal pivots, dl and du the multipliers. info is
