@@ -55,12 +55,11 @@
 // column before j.
 #include <zor/lapack.h>
 
-#include <array>
 #include <cmath>
 #include <cstdint>
 
-#include "blas/level1_skeleton.hpp"
 #include "frame/imports.hpp"
+#include "lapack/column_updates.hpp"
 #include "lapack/elements.hpp"
 
 namespace zor::lapack {
@@ -104,56 +103,6 @@ int64_t take_pivot(E *diag, real_t<E> d, int64_t j, real_t<E> *r) {
   *diag = from_real<E>(s);
   *r = R(1) / s;
   return 0;
-}
-
-template <class E, size_t... I>
-std::array<blas::Factor<E>, sizeof...(I)> factors(const E *t, std::index_sequence<I...>) {
-  return {blas::Factor<E>(t[I])...};
-}
-
-// y[i] -= x_0[i] t_0, then x_1[i] t_1, ... for i < len: the K columns
-// x_k = x + k lda, each with its factor.
-template <class E, int K>
-void subtract_columns(int64_t len, E *y, const E *x, int64_t lda, const E *t) {
-  using V = vec_t<E>;
-  using R = real_t<E>;
-  constexpr int L = 16 / sizeof(E);  // elements a register
-  const auto f = factors(t, std::make_index_sequence<K>{});
-  auto one = [&](int64_t i) {
-    E v = y[i];
-    for (int k = 0; k < K; ++k) v = v - x[i + k * lda] * t[k];
-    y[i] = v;
-  };
-  int64_t i = 0;
-  if (aligned_to(y, sizeof(R)))
-    for (; i < len && phase(y + i) != 0; ++i) one(i);
-  R *yr = reals(y);
-  const R *xr = reals(x);
-  constexpr int P = sizeof(E) / sizeof(R);  // reals an element
-  for (; i + 4 * L <= len; i += 4 * L) {
-    V v[4];
-    for (int u = 0; u < 4; ++u) v[u] = simd::load_u(yr + P * (i + u * L));
-    for (int k = 0; k < K; ++k)
-      for (int u = 0; u < 4; ++u) v[u] = simd::sub(v[u], f[k].times(simd::load_u(xr + P * (i + u * L + k * lda))));
-    for (int u = 0; u < 4; ++u) simd::store_u(yr + P * (i + u * L), v[u]);
-  }
-  for (; i < len; ++i) one(i);
-}
-
-// x[i] := x[i] r for i < len, unit stride, by registers after a peel.
-template <class E>
-void scale_column(int64_t len, E *x, real_t<E> r) {
-  using R = real_t<E>;
-  constexpr int L = 16 / sizeof(R);
-  R *xr = reals(x);
-  const int64_t count = len * int64_t(sizeof(E) / sizeof(R));
-  int64_t i = 0;
-  if (aligned_to(xr, sizeof(R)))
-    for (; i < count && phase(xr + i) != 0; ++i) xr[i] = xr[i] * r;
-  const vec_t<R> vr = simd::splat(r);
-  for (; i + 4 * L <= count; i += 4 * L)
-    for (int u = 0; u < 4; ++u) simd::store_u(xr + i + u * L, simd::mul(simd::load_u(xr + i + u * L), vr));
-  for (; i < count; ++i) xr[i] = xr[i] * r;
 }
 
 // ---------------------------------------------------------------- lower

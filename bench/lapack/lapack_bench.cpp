@@ -190,7 +190,32 @@ std::vector<double> definite_matrix(int n, unsigned seed) {
 using PotrfFn = void (*)(const char *, const f_int *, double *, const f_int *, f_int *, size_t);
 using OurPotrf = void (*)(const char *, const zor_int *, double *, const zor_int *, zor_int *);
 
+using SytrfFn = void (*)(const char *, const f_int *, double *, const f_int *, f_int *, double *, const f_int *,
+                         f_int *, size_t);
+
 void add_factorisation_cases(std::vector<Case> &cases) {
+  for (int n : {16, 32, 44}) {
+    auto batch = std::make_shared<Batch>(n, random_doubles(size_t(n) * n, -1, 1, 40 + n));
+    cases.push_back({"dsytrf_l_small n=" + std::to_string(n) + " vs dsytrf", kReference | kNative,
+                     [=] {
+                       std::vector<int64_t> ipiv(n);
+                       return batch->time([&](double *a) {
+                         const zor_int n64 = n;
+                         zor_int info = 0;
+                         zor_lapack_ps_dsytrf_l_small("L", &n64, a, &n64, ipiv.data(), &info);
+                       });
+                     },
+                     [=](const Lookup &lookup) {
+                       auto sytrf = reinterpret_cast<SytrfFn>(lookup("dsytrf_"));
+                       std::vector<f_int> ipiv(n);
+                       std::vector<double> work(size_t(n) * 64);
+                       const f_int lwork = n * 64;
+                       return batch->time([&](double *a) {
+                         f_int info;
+                         sytrf("L", &n, a, &n, ipiv.data(), work.data(), &lwork, &info, 1);
+                       });
+                     }});
+  }
   for (int n : {16, 32, 48})
     for (bool lower : {true, false}) {
       auto batch = std::make_shared<Batch>(n, definite_matrix(n, 20 + n));

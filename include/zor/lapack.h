@@ -23,6 +23,16 @@ ZOR_API void zor_lapack_ps_dpotrf_l_small(const char *uplo, const zor_int *n, do
 ZOR_API void zor_lapack_ps_spotrf_u_small(const char *uplo, const zor_int *n, float *a, const zor_int *lda, zor_int *info);
 ZOR_API void zor_lapack_ps_dpotrf_u_small(const char *uplo, const zor_int *n, double *a, const zor_int *lda, zor_int *info);
 
+/* ?sytrf: Bunch-Kaufman L D L^T (U D U^T) of the lower (upper) triangle;
+ * ipiv as the published ?sytrf (negative for 2 by 2 blocks, 64-bit); info
+ * is read first, and a zero column is recorded only if it is still 0. */
+ZOR_API void zor_lapack_ps_dsytrf_l_small(const char *uplo, const zor_int *n, double *a, const zor_int *lda,
+                                          zor_int *ipiv, zor_int *info);
+ZOR_API void zor_lapack_ps_ssytrf_u_small(const char *uplo, const zor_int *n, float *a, const zor_int *lda,
+                                          zor_int *ipiv, zor_int *info);
+ZOR_API void zor_lapack_ps_dsytrf_u_small(const char *uplo, const zor_int *n, double *a, const zor_int *lda,
+                                          zor_int *ipiv, zor_int *info);
+
 /* ---- tridiagonal systems factored from both ends at once, no pivoting
  * (the caller promises diagonal dominance). h = (n - 1) / 2 steps run from
  * each end; d returns reciprocal pivots, dl and du the multipliers. info is

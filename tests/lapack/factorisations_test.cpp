@@ -1,6 +1,7 @@
 // Small factorisations against the reference unblocked routines: Cholesky
 // against ?potf2 for n from 0 to 70 (every path threshold), both triangles,
-// lda n and n + 3, with failing pivots planted at chosen columns.
+// lda n and n + 3, with failing pivots planted at chosen columns;
+// Bunch-Kaufman against ?sytf2, bit for bit, with each kind of pivot forced.
 #include <zor/lapack.h>
 
 #include <limits>
@@ -99,6 +100,107 @@ TYPED_TEST(Factorisations, CholeskyMatchesTheUnblockedReference) {
         }
       }
     }
+  }
+}
+
+// ---------------------------------------------------------------- Bunch-Kaufman
+using SytrfFn = void (*)(const char *, const zor_int *, void *, const zor_int *, zor_int *, zor_int *);
+struct SytrfForm {
+  const char *name;
+  bool lower, single;
+  SytrfFn ours;
+};
+const SytrfForm kSytrf[] = {
+    {"dsytrf_l", true, false, reinterpret_cast<SytrfFn>(zor_lapack_ps_dsytrf_l_small)},
+    {"dsytrf_u", false, false, reinterpret_cast<SytrfFn>(zor_lapack_ps_dsytrf_u_small)},
+    {"ssytrf_u", false, true, reinterpret_cast<SytrfFn>(zor_lapack_ps_ssytrf_u_small)},
+};
+
+// Runs ours and the reference on a (doubles, narrowed for the single
+// forms) and compares matrix bits, pivots and info; returns the pivots.
+std::vector<int64_t> check_sytrf(const SytrfForm &f, int64_t n, int64_t lda, const std::vector<double> &a,
+                                 zor_int info0 = 0) {
+  std::vector<int64_t> ipiv(size_t(std::max<int64_t>(n, 1)), -99);
+  std::vector<f_int> ref_ipiv(ipiv.size());
+  const zor_int n64 = n, lda64 = lda;
+  const f_int n32 = f_int(n), lda32 = f_int(lda);
+  f_int rinfo = 0;
+  zor_int info = info0;
+  const char *uplo = f.lower ? "L" : "U";
+  if (f.single) {
+    std::vector<float> ours(a.begin(), a.end()), ref = ours;
+    f.ours(uplo, &n64, ours.data(), &lda64, ipiv.data(), &info);
+    ssytf2_(uplo, &n32, ref.data(), &lda32, ref_ipiv.data(), &rinfo, 1);
+    EXPECT_TRUE(bits_equal(ours, ref));
+  } else {
+    std::vector<double> ours = a, ref = a;
+    f.ours(uplo, &n64, ours.data(), &lda64, ipiv.data(), &info);
+    dsytf2_(uplo, &n32, ref.data(), &lda32, ref_ipiv.data(), &rinfo, 1);
+    EXPECT_TRUE(bits_equal(ours, ref));
+  }
+  EXPECT_EQ(info, info0 ? info0 : rinfo);
+  if (n > 0) EXPECT_EQ(ipiv, widen(ref_ipiv));
+  return ipiv;
+}
+
+TEST(BunchKaufman, MatchesTheUnblockedReferenceBitForBit) {
+  Rng rng(32);
+  SCOPED_TRACE(testing::Message() << "seed " << rng.seed);
+  for (const SytrfForm &f : kSytrf)
+    for (int64_t n : sizes_across_thresholds())
+      for (int64_t pad : {0, 3}) {
+        const int64_t lda = std::max<int64_t>(1, n + pad);
+        SCOPED_TRACE(testing::Message() << f.name << " n " << n << " lda " << lda);
+        auto a = random_vector<double>(rng, size_t(lda * n));
+        // Small diagonals make every kind of pivot occur.
+        for (int64_t j = 0; j < n; ++j) a[size_t(j + j * lda)] *= rng.uniform(0, 1) < 0.5 ? 0.05 : 1.0;
+        check_sytrf(f, n, lda, a);
+      }
+}
+
+TEST(BunchKaufman, EachKindOfPivotAndZeroColumns) {
+  const double nan = std::numeric_limits<double>::quiet_NaN();
+  // Lower triangles of 3 by 3 matrices (column-major) that force, at the
+  // first step: no interchange; none after the row test; an interchange
+  // with row 2; a 2 by 2 block with rows 1 and 2.
+  struct Forced {
+    double a[9];
+    int64_t ipiv0, ipiv1;
+  };
+  const Forced forced[] = {{{4, 1, 0.5, 0, 3, 0.2, 0, 0, 2}, 1, 2},
+                           {{0.5, 1, 0, 0, 1, 10, 0, 0, 1}, 1, 3},
+                           {{0.1, 1, 0, 0, 5, 0.1, 0, 0, 1}, 2, 2},
+                           {{0.1, 1, 0.2, 0, 0.1, 0.1, 0, 0, 1}, -2, -2}};
+  for (const SytrfForm &f : kSytrf)
+    for (const Forced &c : forced) {
+      SCOPED_TRACE(testing::Message() << f.name << " expecting " << c.ipiv0 << " " << c.ipiv1);
+      // The upper forms meet the same first step on the reversed matrix.
+      std::vector<double> a(9);
+      for (int i = 0; i < 3; ++i)
+        for (int j = 0; j <= i; ++j) {
+          const double v = c.a[i + 3 * j];
+          if (f.lower) a[size_t(i + 3 * j)] = v;
+          else a[size_t((2 - i) + 3 * (2 - j))] = v;
+        }
+      const auto ipiv = check_sytrf(f, 3, 3, a);
+      const int64_t first = f.lower ? ipiv[0] : ipiv[2], second = f.lower ? ipiv[1] : ipiv[1];
+      auto mirror = [&](int64_t p) { return f.lower ? p : (p > 0 ? 4 - p : -(4 + p)); };
+      EXPECT_EQ(first, mirror(c.ipiv0));
+      if (c.ipiv0 < 0) EXPECT_EQ(second, mirror(c.ipiv1));
+    }
+  for (const SytrfForm &f : kSytrf) {
+    SCOPED_TRACE(f.name);
+    // A zero matrix: info 1 (lower) or n (upper), every ipiv its own row, nothing changed.
+    const std::vector<double> zero(16, 0.0);
+    EXPECT_EQ(check_sytrf(f, 4, 4, zero), (std::vector<int64_t>{1, 2, 3, 4}));
+    // A zero column, and a NaN diagonal counted as one; a non-zero info is kept.
+    Rng rng(33);
+    auto a = random_vector<double>(rng, 36);
+    for (int k = 0; k < 6; ++k) a[size_t(2 + 6 * k)] = a[size_t(k + 12)] = 0.0;
+    check_sytrf(f, 6, 6, a);
+    check_sytrf(f, 6, 6, a, 5);
+    a[size_t(2 + 12)] = nan;
+    check_sytrf(f, 6, 6, a);
   }
 }
 
