@@ -33,6 +33,13 @@ ZOR_API void zor_lapack_ps_ssytrf_u_small(const char *uplo, const zor_int *n, fl
 ZOR_API void zor_lapack_ps_dsytrf_u_small(const char *uplo, const zor_int *n, double *a, const zor_int *lda,
                                           zor_int *ipiv, zor_int *info);
 
+/* ?gtsv_small: the published ?gtsv (partial pivoting) in one small routine;
+ * info written only on failure (the first zero pivot's row). */
+ZOR_API void zor_lapack_ps_sgtsv_small(const zor_int *n, const zor_int *nrhs, float *dl, float *d, float *du,
+                                       float *b, const zor_int *ldb, zor_int *info);
+ZOR_API void zor_lapack_ps_dgtsv_small(const zor_int *n, const zor_int *nrhs, double *dl, double *d, double *du,
+                                       double *b, const zor_int *ldb, zor_int *info);
+
 /* ---- tridiagonal systems factored from both ends at once, no pivoting
  * (the caller promises diagonal dominance). h = (n - 1) / 2 steps run from
  * each end; d returns reciprocal pivots, dl and du the multipliers. info is

@@ -1,7 +1,8 @@
 // Small factorisations against the reference unblocked routines: Cholesky
 // against ?potf2 for n from 0 to 70 (every path threshold), both triangles,
 // lda n and n + 3, with failing pivots planted at chosen columns;
-// Bunch-Kaufman against ?sytf2, bit for bit, with each kind of pivot forced.
+// Bunch-Kaufman against ?sytf2, bit for bit, with each kind of pivot forced;
+// ?gtsv_small against ?gtsv, bit for bit.
 #include <zor/lapack.h>
 
 #include <limits>
@@ -202,6 +203,44 @@ TEST(BunchKaufman, EachKindOfPivotAndZeroColumns) {
     a[size_t(2 + 12)] = nan;
     check_sytrf(f, 6, 6, a);
   }
+}
+
+// ---------------------------------------------------------------- gtsv_small
+template <class R> struct SmallGtsv : ::testing::Test {};
+using Reals = ::testing::Types<float, double>;
+TYPED_TEST_SUITE(SmallGtsv, Reals);
+
+TYPED_TEST(SmallGtsv, MatchesTheReferenceBitForBit) {
+  using R = TypeParam;
+  Rng rng(34);
+  SCOPED_TRACE(testing::Message() << "seed " << rng.seed);
+  for (int64_t n = 0; n <= 12; ++n)
+    for (int64_t nrhs : {1, 2, 3, 4, 7})
+      // Random (interchanges happen), and a zero pivot planted at each row.
+      for (int64_t zero_at = -1; zero_at < n; ++zero_at) {
+        SCOPED_TRACE(testing::Message() << "n " << n << " nrhs " << nrhs << " zero at " << zero_at);
+        const int64_t ldb = n + 1;
+        auto dl = random_vector<R>(rng, size_t(n)), d = random_vector<R>(rng, size_t(n)),
+             du = random_vector<R>(rng, size_t(n)), b = random_vector<R>(rng, size_t(ldb * nrhs));
+        if (zero_at >= 0) {
+          d[size_t(zero_at)] = 0;
+          if (zero_at > 0) dl[size_t(zero_at - 1)] = du[size_t(zero_at - 1)] = 0;  // nothing fills it in
+          if (zero_at + 1 < n) dl[size_t(zero_at)] = 0;
+        }
+        auto rdl = dl, rd = d, rdu = du, rb = b;
+        f_int rinfo = 0;
+        const f_int n32 = f_int(n), nrhs32 = f_int(nrhs), ldb32 = f_int(ldb);
+        if constexpr (sizeof(R) == 4) sgtsv_(&n32, &nrhs32, rdl.data(), rd.data(), rdu.data(), rb.data(), &ldb32, &rinfo);
+        else dgtsv_(&n32, &nrhs32, rdl.data(), rd.data(), rdu.data(), rb.data(), &ldb32, &rinfo);
+        zor_int info = 17;  // written only on failure
+        const zor_int n64 = n, nrhs64 = nrhs, ldb64 = ldb;
+        if constexpr (sizeof(R) == 4)
+          zor_lapack_ps_sgtsv_small(&n64, &nrhs64, dl.data(), d.data(), du.data(), b.data(), &ldb64, &info);
+        else
+          zor_lapack_ps_dgtsv_small(&n64, &nrhs64, dl.data(), d.data(), du.data(), b.data(), &ldb64, &info);
+        EXPECT_EQ(info, rinfo ? rinfo : 17);
+        EXPECT_TRUE(bits_equal(dl, rdl) && bits_equal(d, rd) && bits_equal(du, rdu) && bits_equal(b, rb));
+      }
 }
 
 }  // namespace
