@@ -82,6 +82,15 @@ inline constexpr int64_t kMixedPlainRows = 1000000, kMixedPlainDepthCols = 16384
 inline constexpr int64_t kMixedSplitSlack = 8192;
 
 // ---------------------------------------------------------------- tuned
-// (none yet beyond the unrolling written at each depth loop)
+
+// Row 1 forms the lane swaps of a column group's B once, into a stack buffer
+// of this many depth steps (two vectors each: 16 KiB); deeper groups swap at
+// every step. Covers every depth block the block rules give (at most 256).
+inline constexpr int64_t kMaxSwapDepth = 512;
+
+// The next column group's B is brought in during this many last tiles of the
+// current group. Chosen with bench/gemm/gemm_bench.cpp (dgemm and sgemm
+// n = 1000 and 2000, both rows).
+inline constexpr int64_t kNextGroupTiles = 8;
 
 }  // namespace zor::gemm

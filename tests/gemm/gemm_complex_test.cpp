@@ -217,6 +217,39 @@ TYPED_TEST(ComplexGemm, RowsAgreeBitForBit) {
   }
 }
 
+// Deeper than any depth block, through plan 64 with each row's own panels:
+// row 1's lane swaps, formed once per column group (up to 512 steps) or at
+// every depth step (beyond), give the bits of row 0.
+TYPED_TEST(ComplexGemm, RowsAgreeBitForBitAtAnyDepth) {
+  using R = TypeParam;
+  Rng rng(4100);
+  const int64_t m = 9, n = 5;
+  for (int64_t k : {512, 516, 600}) {
+    std::vector<Cx<R>> a(m * k), b(k * n), c0(m * n);
+    for (auto &x : a) x = {R(rng.uniform()), R(rng.uniform())};
+    for (auto &x : b) x = {R(rng.uniform()), R(rng.uniform())};
+    for (auto &x : c0) x = {R(rng.uniform()), R(rng.uniform())};
+    std::vector<Cx<R>> got[2];
+    for (int row : {0, 1}) {
+      zor_gemm_desc_storage storage;
+      auto *d = reinterpret_cast<zor_gemm_desc *>(&storage);
+      zor_blas_cgemm_zero_desc(d);
+      Prec<R>::get_kernel(row, d);
+      zor_blas_cgemm_set_blks_size(m, n, k, d);
+      const int64_t astride = d->unroll_m * k, bstride = 2 * k;
+      std::vector<Cx<R>> pa(size_t(astride * ((m + d->unroll_m - 1) / d->unroll_m))), pb(size_t(bstride * 3));
+      const Cx<R> alpha{R(0.7), R(-0.2)}, beta{1, 0};
+      d->copy_an(&m, &k, a.data(), &m, pa.data(), &astride, &alpha);
+      d->copy_bn(&k, &n, b.data(), &k, pb.data(), &bstride, nullptr);
+      got[row] = c0;
+      ASSERT_EQ(Prec<R>::par("N", "N", &m, &n, &k, &alpha, pa.data(), &astride, pb.data(), &bstride, &beta,
+                             got[row].data(), &m, 64, d),
+                0);
+    }
+    for (size_t i = 0; i < c0.size(); ++i) ASSERT_TRUE(zor::test::same_bits(got[0][i], got[1][i])) << k << " " << i;
+  }
+}
+
 // The pre-packed plans with operands packed by the family's own copies give
 // the blocked product; plan 7 is refused with C untouched.
 TYPED_TEST(ComplexGemm, PrepackedPlans) {
