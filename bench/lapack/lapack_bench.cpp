@@ -5,10 +5,13 @@
 // process that loads it with its own settings; rounds interleave our
 // figure and every peer's, case by case, and each keeps its best. Times are
 // thread processor time per call; ratios are peer time over ours (above 1:
-// we are faster).
+// we are faster), printed and recorded for the report of bench/run.sh.
 //
 // Usage: bench_lapack [rounds [name-filter]]   (default 5 rounds, all cases)
 #include <zor/lapack.h>
+
+#include <dlfcn.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cmath>
@@ -22,11 +25,12 @@
 #include <vector>
 
 #include "common.hpp"
-#include "peer_process.hpp"
+#include "openblas_peer.hpp"
 
 namespace {
 
 using zor::bench::best_run_seconds;
+// A routine of the peer by its symbol name.
 using Lookup = std::function<void *(const char *)>;
 using f_int = int;
 
@@ -35,6 +39,8 @@ constexpr int kReference = 1, kNative = 2, kSseEra = 4;
 // A case: our call and the peer's on equal data, each returning seconds per call.
 struct Case {
   std::string name;
+  std::string group;  // the report's plot: the routine and its setting
+  long size;
   int peers;
   std::function<double()> ours;
   std::function<double(const Lookup &)> peer;
@@ -65,7 +71,8 @@ void add_tridiagonal_cases(std::vector<Case> &cases) {
     s->dl = random_doubles(n, -1, 1, 1), s->d = random_doubles(n, 3, 4, 2), s->du = random_doubles(n, -1, 1, 3);
     s->b = random_doubles(size_t(n) * nrhs, -1, 1, 4);
     auto prepare = [s] { s->wdl = s->dl, s->wd = s->d, s->wdu = s->du, s->wb = s->b; };
-    cases.push_back({"ddtsvb n=1000 nrhs=" + std::to_string(nrhs) + " vs dgtsv", kReference | kNative,
+    cases.push_back({"ddtsvb n=1000 nrhs=" + std::to_string(nrhs) + " vs dgtsv", "ddtsvb n=1000", nrhs,
+                     kReference | kNative,
                      [=] {
                        return best_run_seconds(prepare, [&] {
                          const zor_int n64 = n, r64 = nrhs;
@@ -97,7 +104,7 @@ void add_tridiagonal_cases(std::vector<Case> &cases) {
   f->ipiv.assign(f->ipiv32.begin(), f->ipiv32.end());
   for (int nrhs : {1, 2, 3, 16}) {
     auto prepare = [f] { f->wb = f->b; };
-    cases.push_back({"dgtts2 n=1000 nrhs=" + std::to_string(nrhs), kReference | kNative,
+    cases.push_back({"dgtts2 n=1000 nrhs=" + std::to_string(nrhs), "dgtts2 n=1000", nrhs, kReference | kNative,
                      [=] {
                        return best_run_seconds(prepare, [&] {
                          const zor_int t = 0, n64 = n, r64 = nrhs;
@@ -139,7 +146,8 @@ void add_rotation_cases(std::vector<Case> &cases) {
     s->a = random_doubles(size_t(n) * n, -1, 1, 12);
     auto nothing = [] {};
     const int repeats = n < 1000 ? 30 : 5;
-    cases.push_back({std::string("dlasr_") + form.name + " m=n=" + std::to_string(n), kReference | kNative,
+    cases.push_back({std::string("dlasr_") + form.name + " m=n=" + std::to_string(n), std::string("dlasr_") + form.name,
+                     n, kReference | kNative,
                      [=] {
                        return best_run_seconds(nothing, [&] {
                          const zor_int n64 = n;
@@ -196,7 +204,8 @@ using SytrfFn = void (*)(const char *, const f_int *, double *, const f_int *, f
 void add_factorisation_cases(std::vector<Case> &cases) {
   for (int n : {16, 32, 44}) {
     auto batch = std::make_shared<Batch>(n, random_doubles(size_t(n) * n, -1, 1, 40 + n));
-    cases.push_back({"dsytrf_l_small n=" + std::to_string(n) + " vs dsytrf", kReference | kNative,
+    cases.push_back({"dsytrf_l_small n=" + std::to_string(n) + " vs dsytrf", "dsytrf_l_small", n,
+                     kReference | kNative,
                      [=] {
                        std::vector<int64_t> ipiv(n);
                        return batch->time([&](double *a) {
@@ -221,8 +230,8 @@ void add_factorisation_cases(std::vector<Case> &cases) {
       auto batch = std::make_shared<Batch>(n, definite_matrix(n, 20 + n));
       const OurPotrf ours = lower ? zor_lapack_ps_dpotrf_l_small : zor_lapack_ps_dpotrf_u_small;
       const char *uplo = lower ? "L" : "U";
-      cases.push_back({std::string("dpotrf_") + (lower ? "l" : "u") + "_small n=" + std::to_string(n) + " vs dpotrf",
-                       kReference | kNative | kSseEra,
+      const std::string group = std::string("dpotrf_") + (lower ? "l" : "u") + "_small";
+      cases.push_back({group + " n=" + std::to_string(n) + " vs dpotrf", group, n, kReference | kNative | kSseEra,
                        [=] {
                          return batch->time([&](double *a) {
                            const zor_int n64 = n;
@@ -256,21 +265,28 @@ int main(int argc, char **argv) {
   const std::string ref_blas = "/usr/lib/x86_64-linux-gnu/blas/libblas.so.3",
                     ref_lapack = "/usr/lib/x86_64-linux-gnu/lapack/liblapack.so.3",
                     openblas = "/usr/lib/x86_64-linux-gnu/openblas-serial/libopenblas.so.0";
-  auto time_peer = [&cases](int index, const Lookup &lookup) { return cases[size_t(index)].peer(lookup); };
+  auto time_peer = [&cases](int index, void *lib) {
+    return cases[size_t(index)].peer([lib](const char *name) {
+      void *f = dlsym(lib, name);
+      if (!f) _exit(4);
+      return f;
+    });
+  };
   struct Entry {
     int kind;
-    std::unique_ptr<zor::bench::Peer> peer;
+    std::string label;
+    std::unique_ptr<zor::bench::OpenBlasPeer> peer;
   };
   std::vector<Entry> peers;
-  peers.push_back({kReference, std::make_unique<zor::bench::Peer>(
-                                   zor::bench::PeerLibrary{"reference", nullptr, {ref_blas, ref_lapack}}, time_peer)});
-  peers.push_back({kNative, std::make_unique<zor::bench::Peer>(
-                                zor::bench::PeerLibrary{"OpenBLAS native", nullptr, {openblas}}, time_peer)});
-  for (const char *core : {"Nehalem", "Penryn", "Core2", "Barcelona"})
-    peers.push_back({kSseEra, std::make_unique<zor::bench::Peer>(
-                                  zor::bench::PeerLibrary{std::string("OpenBLAS ") + core, core, {openblas}}, time_peer)});
-  std::printf("peers:");
-  for (auto &p : peers) std::printf(" [%s]", p.peer->label().c_str());
+  peers.push_back({kReference, "reference",
+                   std::make_unique<zor::bench::OpenBlasPeer>(nullptr, std::vector{ref_blas, ref_lapack}, time_peer)});
+  peers.push_back({kNative, "OpenBLAS native", std::make_unique<zor::bench::OpenBlasPeer>(nullptr, openblas.c_str(), time_peer)});
+  for (const char *core : zor::bench::kSseEraCores)
+    peers.push_back({kSseEra, std::string("OpenBLAS ") + core,
+                     std::make_unique<zor::bench::OpenBlasPeer>(core, openblas.c_str(), time_peer)});
+  std::printf("%s; peers:", zor::bench::processor_name().c_str());
+  for (auto &p : peers)
+    std::printf(" [%s%s]", p.label.c_str(), p.kind == kReference ? "" : (" -> " + p.peer->core()).c_str());
   std::printf("\n\n");
 
   const size_t np = peers.size();
@@ -294,12 +310,17 @@ int main(int argc, char **argv) {
       const double t = theirs[i * np + p];
       if (t >= 1e30) continue;
       if (peers[p].kind == kSseEra) {
-        if (t < best_sse) best_sse = t, best_core = peers[p].peer->label();
+        if (t < best_sse) best_sse = t, best_core = peers[p].label;
         continue;
       }
-      std::printf(" %s %.2f (%.2fx)", peers[p].kind == kReference ? "ref" : "native", t * 1e6, t / ours[i]);
+      const char *series = peers[p].kind == kReference ? "ref" : "native";
+      std::printf(" %s %.2f (%.2fx)", series, t * 1e6, t / ours[i]);
+      zor::bench::record("lapack", cases[i].group, cases[i].size, std::string("vs ") + series, t / ours[i], "x");
     }
-    if (best_sse < 1e30) std::printf(" best SSE-era %.2f (%.2fx, %s)", best_sse * 1e6, best_sse / ours[i], best_core.c_str());
+    if (best_sse < 1e30) {
+      std::printf(" best SSE-era %.2f (%.2fx, %s)", best_sse * 1e6, best_sse / ours[i], best_core.c_str());
+      zor::bench::record("lapack", cases[i].group, cases[i].size, "vs best SSE-era", best_sse / ours[i], "x");
+    }
     std::printf("\n");
   }
 }

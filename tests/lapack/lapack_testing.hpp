@@ -82,7 +82,7 @@ template <class E> constexpr char letter() {
 
 template <class E> E random_element(Rng &rng, double lo = -1.0, double hi = 1.0) {
   using R = real_of<E>;
-  if constexpr (is_cplx<E>) return E(R(rng.uniform(lo, hi)), R(rng.uniform(lo, hi)));
+  if constexpr (is_complex_v<E>) return E(R(rng.uniform(lo, hi)), R(rng.uniform(lo, hi)));
   else return E(rng.uniform(lo, hi));
 }
 
@@ -93,7 +93,7 @@ template <class E> std::vector<E> random_vector(Rng &rng, size_t n, double lo = 
 }
 
 template <class E> E conj_of(E a) {
-  if constexpr (is_cplx<E>) return std::conj(a);
+  if constexpr (is_complex_v<E>) return std::conj(a);
   else return a;
 }
 
