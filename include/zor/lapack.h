@@ -180,6 +180,57 @@ ZOR_API void zor_lapack_ps_zrot3(const zor_int *n, void *x, const zor_int *incx,
 ZOR_API void zor_lapack_ps_cspr(const char *uplo, const zor_int *n, const void *alpha, const void *x,
                                 const zor_int *incx, void *ap);
 
+/* ---- the symmetric (Hermitian) product and rank-two update of a trapezoid:
+ * lower (uplo other than 'U'), the first nb columns from the diagonal down;
+ * upper, the last nb columns from row 1 to the diagonal; S is the matrix of
+ * order n the trapezoid and its mirror define (nb = n: the whole matrix).
+ * Increments must be 1 and are not read. ?symv_nb / ?hemv_nb:
+ * y := beta y + alpha S x. ?syr2_nb / ?her2_nb: the trapezoid of
+ * A + alpha x y^H + conj(alpha) y x^H. ?syr2k_nb / ?her2k_nb: the trapezoid
+ * of C + alpha A B^H + conj(alpha) B A^H (A, B n by k); trans and beta are
+ * not read. Hermitian diagonals: imaginary part not read, stored as 0. */
+ZOR_API void zor_lapack_ps_ssymv_nb(const char *uplo, const zor_int *n, const zor_int *nb, const float *alpha,
+                                    const float *a, const zor_int *lda, const float *x, const zor_int *incx,
+                                    const float *beta, float *y, const zor_int *incy);
+ZOR_API void zor_lapack_ps_dsymv_nb(const char *uplo, const zor_int *n, const zor_int *nb, const double *alpha,
+                                    const double *a, const zor_int *lda, const double *x, const zor_int *incx,
+                                    const double *beta, double *y, const zor_int *incy);
+ZOR_API void zor_lapack_ps_chemv_nb(const char *uplo, const zor_int *n, const zor_int *nb, const void *alpha,
+                                    const void *a, const zor_int *lda, const void *x, const zor_int *incx,
+                                    const void *beta, void *y, const zor_int *incy);
+ZOR_API void zor_lapack_ps_zhemv_nb(const char *uplo, const zor_int *n, const zor_int *nb, const void *alpha,
+                                    const void *a, const zor_int *lda, const void *x, const zor_int *incx,
+                                    const void *beta, void *y, const zor_int *incy);
+ZOR_API void zor_lapack_ps_ssyr2_nb(const char *uplo, const zor_int *n, const zor_int *nb, const float *alpha,
+                                    const float *x, const zor_int *incx, const float *y, const zor_int *incy,
+                                    float *a, const zor_int *lda);
+ZOR_API void zor_lapack_ps_dsyr2_nb(const char *uplo, const zor_int *n, const zor_int *nb, const double *alpha,
+                                    const double *x, const zor_int *incx, const double *y, const zor_int *incy,
+                                    double *a, const zor_int *lda);
+ZOR_API void zor_lapack_ps_cher2_nb(const char *uplo, const zor_int *n, const zor_int *nb, const void *alpha,
+                                    const void *x, const zor_int *incx, const void *y, const zor_int *incy, void *a,
+                                    const zor_int *lda);
+ZOR_API void zor_lapack_ps_zher2_nb(const char *uplo, const zor_int *n, const zor_int *nb, const void *alpha,
+                                    const void *x, const zor_int *incx, const void *y, const zor_int *incy, void *a,
+                                    const zor_int *lda);
+
+ZOR_API void zor_lapack_ps_ssyr2k_nb(const char *uplo, const char *trans, const zor_int *n, const zor_int *nb,
+                                     const zor_int *k, const float *alpha, const float *a, const zor_int *lda,
+                                     const float *b, const zor_int *ldb, const float *beta, float *c,
+                                     const zor_int *ldc);
+ZOR_API void zor_lapack_ps_dsyr2k_nb(const char *uplo, const char *trans, const zor_int *n, const zor_int *nb,
+                                     const zor_int *k, const double *alpha, const double *a, const zor_int *lda,
+                                     const double *b, const zor_int *ldb, const double *beta, double *c,
+                                     const zor_int *ldc);
+ZOR_API void zor_lapack_ps_cher2k_nb(const char *uplo, const char *trans, const zor_int *n, const zor_int *nb,
+                                     const zor_int *k, const void *alpha, const void *a, const zor_int *lda,
+                                     const void *b, const zor_int *ldb, const void *beta, void *c,
+                                     const zor_int *ldc);
+ZOR_API void zor_lapack_ps_zher2k_nb(const char *uplo, const char *trans, const zor_int *n, const zor_int *nb,
+                                     const zor_int *k, const void *alpha, const void *a, const zor_int *lda,
+                                     const void *b, const zor_int *ldb, const void *beta, void *c,
+                                     const zor_int *ldc);
+
 /* ---- machine constants and range adjustment, supplied by zor_core: the
  * published routines of these names (cmach E, S, B, P, N, R, M, U, L, O in
  * either case; any other letter gives 0). */
