@@ -21,6 +21,7 @@
 #include <functional>
 #include <memory>
 #include <random>
+#include <utility>
 #include <string>
 #include <vector>
 
@@ -249,6 +250,111 @@ void add_factorisation_cases(std::vector<Case> &cases) {
     }
 }
 
+using GemmFn = void (*)(const char *, const char *, const f_int *, const f_int *, const f_int *, const double *,
+                        const double *, const f_int *, const double *, const f_int *, const double *, double *,
+                        const f_int *, size_t, size_t);
+
+// Seconds of the peer's two products that update rows nb .. n of the first
+// nb columns: C += alpha A2 B1^T + alpha B2 A1^T.
+double below_triangle(const Lookup &lookup, int n, int nb, int k, const double *a, const double *b, double *c) {
+  auto gemm = reinterpret_cast<GemmFn>(lookup("dgemm_"));
+  const int rows = n - nb;
+  return best_run_seconds([] {}, [&] {
+    const double alpha = 1e-3, one = 1.0;
+    gemm("N", "T", &rows, &nb, &k, &alpha, a + nb, &n, b, &n, &one, c + nb, &n, 1, 1);
+    gemm("N", "T", &rows, &nb, &k, &alpha, b + nb, &n, a, &n, &one, c + nb, &n, 1, 1);
+  }, kRepeats);
+}
+
+// ---------------------------------------------------------------- trapezoidal updates
+using SymvFn = void (*)(const char *, const f_int *, const double *, const double *, const f_int *, const double *,
+                        const f_int *, const double *, double *, const f_int *, size_t);
+using Syr2Fn = void (*)(const char *, const f_int *, const double *, const double *, const f_int *, const double *,
+                        const f_int *, double *, const f_int *, size_t);
+using Syr2kFn = void (*)(const char *, const char *, const f_int *, const f_int *, const double *, const double *,
+                         const f_int *, const double *, const f_int *, const double *, double *, const f_int *, size_t,
+                         size_t);
+
+void add_trapezoid_cases(std::vector<Case> &cases) {
+  struct Data {
+    int n, k;
+    std::vector<double> a, b, c, x, y;
+  };
+  auto nothing = [] {};
+  for (int n : {1000}) {
+    auto s = std::make_shared<Data>();
+    s->n = n;
+    s->a = random_doubles(size_t(n) * n, -1, 1, 50);
+    s->x = random_doubles(n, -1, 1, 51), s->y = random_doubles(n, -1, 1, 52);
+    cases.push_back({"dsymv_nb n=nb=1000 vs dsymv", "dsymv_nb", n, kReference | kNative | kSseEra,
+                     [=] {
+                       return best_run_seconds(nothing, [&] {
+                         const zor_int n64 = n, one = 1;
+                         const double alpha = 1.0, beta = 0.5;
+                         zor_lapack_ps_dsymv_nb("L", &n64, &n64, &alpha, s->a.data(), &n64, s->x.data(), &one, &beta,
+                                                s->y.data(), &one);
+                       }, kRepeats);
+                     },
+                     [=](const Lookup &lookup) {
+                       auto symv = reinterpret_cast<SymvFn>(lookup("dsymv_"));
+                       return best_run_seconds(nothing, [&] {
+                         const f_int one = 1;
+                         const double alpha = 1.0, beta = 0.5;
+                         symv("L", &n, &alpha, s->a.data(), &n, s->x.data(), &one, &beta, s->y.data(), &one, 1);
+                       }, kRepeats);
+                     }});
+    cases.push_back({"dsyr2_nb n=nb=1000 vs dsyr2", "dsyr2_nb", n, kReference | kNative | kSseEra,
+                     [=] {
+                       return best_run_seconds(nothing, [&] {
+                         const zor_int n64 = n, one = 1;
+                         const double alpha = 1e-3;
+                         zor_lapack_ps_dsyr2_nb("L", &n64, &n64, &alpha, s->x.data(), &one, s->y.data(), &one,
+                                                s->a.data(), &n64);
+                       }, kRepeats);
+                     },
+                     [=](const Lookup &lookup) {
+                       auto syr2 = reinterpret_cast<Syr2Fn>(lookup("dsyr2_"));
+                       return best_run_seconds(nothing, [&] {
+                         const f_int one = 1;
+                         const double alpha = 1e-3;
+                         syr2("L", &n, &alpha, s->x.data(), &one, s->y.data(), &one, s->a.data(), &n, 1);
+                       }, kRepeats);
+                     }});
+  }
+  // The panel update: the trapezoid of nb columns, rank 2k with k = 32.
+  for (auto [n, nb] : {std::pair{1000, 1000}, std::pair{2000, 32}}) {
+    const int k = 32;
+    auto s = std::make_shared<Data>();
+    s->n = n, s->k = k;
+    s->a = random_doubles(size_t(n) * k, -1, 1, 53), s->b = random_doubles(size_t(n) * k, -1, 1, 54);
+    s->c = random_doubles(size_t(n) * nb, -1, 1, 55);
+    const std::string what = "n=" + std::to_string(n) + " nb=" + std::to_string(nb) + " k=32";
+    cases.push_back({"dsyr2k_nb " + what + " vs dsyr2k", "dsyr2k_nb nb=" + std::to_string(nb), n,
+                     kReference | kNative | kSseEra,
+                     [=] {
+                       return best_run_seconds(nothing, [&] {
+                         const zor_int n64 = n, nb64 = nb, k64 = k;
+                         const double alpha = 1e-3, beta = 1.0;
+                         zor_lapack_ps_dsyr2k_nb("L", "N", &n64, &nb64, &k64, &alpha, s->a.data(), &n64, s->b.data(),
+                                                 &n64, &beta, s->c.data(), &n64);
+                       }, kRepeats);
+                     },
+                     // The peer's full update restricted to the same trapezoid: its
+                     // nb columns as an n by nb rectangle would be a gemm, so the
+                     // trapezoid's triangle goes to syr2k and the rows below it
+                     // (nb < n) to two gemm calls.
+                     [=](const Lookup &lookup) {
+                       auto syr2k = reinterpret_cast<Syr2kFn>(lookup("dsyr2k_"));
+                       return best_run_seconds(nothing, [&] {
+                         const double alpha = 1e-3, beta = 1.0;
+                         syr2k("L", "N", &nb, &k, &alpha, s->a.data(), &n, s->b.data(), &n, &beta, s->c.data(), &n,
+                               1, 1);
+                       }, kRepeats) + (nb < n ? below_triangle(lookup, n, nb, k, s->a.data(), s->b.data(),
+                                                                s->c.data()) : 0.0);
+                     }});
+  }
+}
+
 }  // namespace
 
 int main(int argc, char **argv) {
@@ -259,6 +365,7 @@ int main(int argc, char **argv) {
   add_factorisation_cases(all);
   add_tridiagonal_cases(all);
   add_rotation_cases(all);
+  add_trapezoid_cases(all);
   for (Case &c : all)
     if (c.name.find(filter) != std::string::npos) cases.push_back(std::move(c));
 
