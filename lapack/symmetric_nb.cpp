@@ -30,10 +30,10 @@
 // s_k += conj(a[i, j+k]) x[i]; at the end y[j+k] += alpha s_k. The columns
 // that do not fill a group go one at a time after the groups.
 //
-// ?syr2_nb: n or nb below 1 returns. Columns in pairs, then one alone;
-// with t1 := alpha conj(y[j]) and t2 := conj(alpha x[j]),
-// a[i, j] := (a[i, j] + x[i] t1) + y[i] t2 in one pass over both columns'
-// rows, and, Hermitian, a[j, j] := re(a[j, j]) + re(x[j] t1 + y[j] t2). No
+// ?syr2_nb: n or nb below 1 returns (alpha is not tested). Columns in
+// pairs, then one alone; with t1 := alpha conj(y[j]) and
+// t2 := conj(alpha x[j]), a[i, j] := (a[i, j] + x[i] t1) + y[i] t2 in one
+// pass over both columns' rows, and, Hermitian, a[j, j] := re(a[j, j]) + re(x[j] t1 + y[j] t2). No
 // column is skipped. These are the products and sums of the published
 // ?syr2 / ?her2 in their order, so with nb = n results agree bit for bit.
 #include <zor/lapack.h>

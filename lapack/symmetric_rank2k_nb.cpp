@@ -4,7 +4,7 @@
 // that of the products (lower: the first nb columns from the diagonal down;
 // upper: the last nb columns from row 1 to the diagonal). trans and beta
 // stand in the argument list and are not read: the update always adds to C.
-// n, nb or k below 1 returns.
+// n, nb or k below 1 returns (alpha is not tested).
 //
 // Element order, that of the published ?syr2k / ?her2k, so that with nb = n
 // results agree with them bit for bit: for l = 1 .. k ascending,
