@@ -31,6 +31,28 @@ double best_seconds(F &&body, int repeats = 5, double min_seconds = 0.05) {
   return best;
 }
 
+// Processor time of the calling thread: on a shared machine, other
+// processes' work is not charged to whichever side ran beside it.
+inline double thread_seconds() {
+  timespec t;
+  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &t);
+  return double(t.tv_sec) + 1e-9 * double(t.tv_nsec);
+}
+
+// Best thread time of `repeats` timed runs of `run`, each after an untimed
+// `prepare` (which restores inputs that the run destroys).
+template <class Prepare, class Run>
+double best_run_seconds(Prepare &&prepare, Run &&run, int repeats) {
+  double best = 1e30;
+  for (int r = 0; r < repeats; ++r) {
+    prepare();
+    const double start = thread_seconds();
+    run();
+    best = std::min(best, thread_seconds() - start);
+  }
+  return best;
+}
+
 inline void report(const char *what, const char *unit, double ours, double peer, const char *peer_name) {
   std::printf("%-40s ours %10.3f %-6s %-22s %10.3f %-6s ratio %6.2fx\n", what, ours, unit, peer_name, peer, unit,
               ours / peer);
