@@ -2,12 +2,9 @@
 // helpers, written once for the real and the complex element types:
 // reciprocals and quotients, products with a real factor, the pivot test.
 //
-// Complex quotients use the scaled (Smith) formula, so that neither the
-// squared magnitude of the divisor nor its products overflow or underflow
-// before the quotient does: with |re| >= |im|, ratio := im / re,
-// den := re + im ratio, and a / b := ((a.re + a.im ratio) / den,
-// (a.im - a.re ratio) / den); the other case mirrors it. A complex divided
-// by a real divides both parts.
+// Quotients and reciprocals of two elements are the shared ones of
+// frame/element.hpp (complex divisors by the scaled formula); a complex
+// divided by a real divides both parts.
 #pragma once
 #include <cmath>
 #include <cstdint>
@@ -20,22 +17,8 @@ namespace zor::lapack {
 template <class R> inline R times_real(R a, R r) { return a * r; }
 template <class R> inline cplx<R> times_real(cplx<R> a, R r) { return {a.re * r, a.im * r}; }
 
-template <class R> inline R quotient(R a, R b) { return a / b; }
+using zor::quotient;
 template <class R> inline cplx<R> quotient(cplx<R> a, R b) { return {a.re / b, a.im / b}; }
-template <class R>
-inline cplx<R> quotient(cplx<R> a, cplx<R> b) {
-  if (std::fabs(b.re) >= std::fabs(b.im)) {
-    R ratio = b.im / b.re, den = b.re + b.im * ratio;
-    return {(a.re + a.im * ratio) / den, (a.im - a.re * ratio) / den};
-  }
-  R ratio = b.re / b.im, den = b.re * ratio + b.im;
-  return {(a.re * ratio + a.im) / den, (a.im * ratio - a.re) / den};
-}
-
-template <class E> inline E reciprocal(E b) {
-  if constexpr (is_complex_v<E>) return quotient(E{1, 0}, b);
-  else return E(1) / b;
-}
 
 // A pivot that cannot be divided by: zero or NaN (for complex, both parts
 // zero or either part NaN). Written as "neither positive nor negative", so
