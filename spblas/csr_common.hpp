@@ -43,6 +43,13 @@ inline E negate_from_zero(E v) {
   else return E(0) - v;
 }
 
+// -v in each part: the sign bits flipped.
+template <class E>
+inline E negated(E v) {
+  if constexpr (is_cplx<E>::value) return {-v.re, -v.im};
+  else return -v;
+}
+
 // The reciprocal of a pivot. Complex: one real reciprocal d = 1/(re^2 + im^2)
 // and the conjugate scaled by it; no guard against overflow.
 template <class E>

@@ -13,7 +13,8 @@
 //   s, h         non-unit: one pass, the mirrored entry first; unit: the
 //                plain row dot, then a second pass that takes back the
 //                diagonal and the ignored triangle and scatters the mirror
-//   a            two passes as the unit symmetric form; the mirror is taken away
+//   a            two passes as the unit symmetric form; the mirror is taken away;
+//                op c runs op n on the conjugated values with alpha negated
 //   d            every stored diagonal entry, two entries a pass
 //
 // The two-pass forms round differently from the one-pass ones and let a
@@ -120,6 +121,9 @@ inline void mv_rows(const Csr<E, I, K.base> &a, E alpha, X x, Y y, int64_t lo, i
       }
     });
   } else if constexpr (S == 'a') {
+    // op c: A^H = conj(L^T - L) = -conj(A), the conjugated kernel with alpha
+    // negated (a change of sign is exact, so the rounding is that of conj(A)).
+    if constexpr (K.op == 'c') alpha = negated(alpha);
     for (int64_t i = lo; i <= hi; ++i) {
       int64_t p = a.begin(i), q = a.end(i);
       E t = row_dot<conj_read>(a, p, q, x);

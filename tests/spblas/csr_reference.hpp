@@ -171,10 +171,10 @@ Dense expand(const Letters &kd, const CsrData<E, I> &a, int64_t lo, int64_t hi) 
   }
   if (kd.diag == 'u')
     for (int64_t r = lo - 1; r <= hi - 1; ++r) d(r, r) += 1;
-  // In structures s, h, a, d the op letter conjugates the stored values.
-  bool conj_only = std::string("shad").find(kd.structure) != std::string::npos;
   if (kd.op == 'n') return d;
-  if (kd.op == 's' || conj_only) {
+  // Hermitian t is conj(A) with the stored diagonal's imaginary part kept
+  // (and so conjugated), which A^T would leave as it is.
+  if (kd.op == 's' || (kd.structure == 'h' && kd.op == 't')) {
     for (W &v : d.a) v = std::conj(v);
     return d;
   }
