@@ -49,14 +49,18 @@ inline void mv_rows(const Csr<E, I, K.base> &a, E alpha, X x, Y y, int64_t lo, i
   constexpr bool conj_read = K.op == 'c' || K.op == 's';
   constexpr char S = K.structure;
   if constexpr (S == 'g' && (K.op == 'n' || K.op == 's')) {
-    constexpr int64_t ahead = 16;
-    for (int64_t i = lo; i <= hi; ++i) {
-      if (i + ahead <= hi) touch_row(a, i + ahead, x);
-      int64_t p = a.begin(i), q = a.end(i);
-      if (q - p < 1) continue;
-      E s = row_dot<conj_read>(a, p, q, x);
-      y(i - 1) = y(i - 1) + alpha * s;
+    auto rows = [&](auto &&ahead) {
+      for (int64_t i = lo; i <= hi; ++i) {
+        int64_t p = a.begin(i), q = a.end(i);
+        if (q - p < 1) continue;
+        E s = row_dot<conj_read>(a, p, q, x, ahead);
+        y(i - 1) = y(i - 1) + alpha * s;
+      }
+    };
+    if constexpr (std::is_same_v<X, Contiguous<const E>>) {
+      if (gathered_x(a, lo, hi)) return rows(GatherAhead<E, I, K.base>(a, x.p, lo, hi, kGatherAhead));
     }
+    rows(NoAhead{});
   } else if constexpr (S == 'g') {
     for (int64_t i = lo; i <= hi; ++i) {
       int64_t p = a.begin(i), q = a.end(i);

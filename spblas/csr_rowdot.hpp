@@ -19,13 +19,22 @@
 // random 1e6 x 1e6 matrix of 10 entries a row about 1.05 times a plain
 // one-sum loop and 1.04 (lp64 1.2) times Eigen, latency-bound on x.
 #pragma once
+#include <algorithm>
+
 #include "frame/simd.hpp"
 #include "spblas/csr_common.hpp"
+#include "spblas/parameters.hpp"
 
 namespace zor::spblas {
 
-template <bool Conj, class E, class I, int Base, class X>
-inline E row_dot(const Csr<E, I, Base> &a, int64_t p, int64_t q, X x) {
+// No look-ahead: the solves and the two-pass forms.
+struct NoAhead {
+  void step() {}
+  void step4() {}
+};
+
+template <bool Conj, class E, class I, int Base, class X, class Ahead = NoAhead>
+inline E row_dot(const Csr<E, I, Base> &a, int64_t p, int64_t q, X x, Ahead &&ahead = Ahead{}) {
   const E *v = a.vals;
   const I *cols = a.cols;
   int64_t k = p;
@@ -34,13 +43,17 @@ inline E row_dot(const Csr<E, I, Base> &a, int64_t p, int64_t q, X x) {
     const double *xp = x.p;
     f64x2 s01 = zero<f64x2>(), s23 = zero<f64x2>();
     for (; k + 4 <= q; k += 4) {
+      ahead.step4();
       f64x2 x01 = load_half_hi(load_lo(xp + (int64_t(cols[k]) - Base)), xp + (int64_t(cols[k + 1]) - Base));
       f64x2 x23 = load_half_hi(load_lo(xp + (int64_t(cols[k + 2]) - Base)), xp + (int64_t(cols[k + 3]) - Base));
       s01 = add(s01, mul(load_u(v + k), x01));
       s23 = add(s23, mul(load_u(v + k + 2), x23));
     }
     double s = ((lane0(s01) + lane0(dup_hi(s01))) + lane0(s23)) + lane0(dup_hi(s23));
-    for (; k < q; ++k) s += v[k] * xp[int64_t(cols[k]) - Base];
+    for (; k < q; ++k) {
+      ahead.step();
+      s += v[k] * xp[int64_t(cols[k]) - Base];
+    }
     return s;
   } else if constexpr (std::is_same_v<E, cplx<double>> && std::is_same_v<X, Contiguous<const cplx<double>>>) {
     // One complex number a vector; the product (v.re x.re - v.im x.im,
@@ -56,26 +69,34 @@ inline E row_dot(const Csr<E, I, Base> &a, int64_t p, int64_t q, X x) {
     };
     f64x2 s0 = zero<f64x2>(), s1 = s0, s2 = s0, s3 = s0;
     for (; k + 4 <= q; k += 4) {
+      ahead.step4();
       s0 = add(s0, term(k));
       s1 = add(s1, term(k + 1));
       s2 = add(s2, term(k + 2));
       s3 = add(s3, term(k + 3));
     }
     f64x2 s = add(add(add(s0, s1), s2), s3);
-    for (; k < q; ++k) s = add(s, term(k));
+    for (; k < q; ++k) {
+      ahead.step();
+      s = add(s, term(k));
+    }
     E out;
     store_u(reinterpret_cast<double *>(&out), s);
     return out;
   } else {
     E s0 = zero_of<E>(), s1 = zero_of<E>(), s2 = zero_of<E>(), s3 = zero_of<E>();
     for (; k + 4 <= q; k += 4) {
+      ahead.step4();
       s0 = s0 + rd<Conj>(v[k]) * x(int64_t(cols[k]) - Base);
       s1 = s1 + rd<Conj>(v[k + 1]) * x(int64_t(cols[k + 1]) - Base);
       s2 = s2 + rd<Conj>(v[k + 2]) * x(int64_t(cols[k + 2]) - Base);
       s3 = s3 + rd<Conj>(v[k + 3]) * x(int64_t(cols[k + 3]) - Base);
     }
     E s = ((s0 + s1) + s2) + s3;
-    for (; k < q; ++k) s = s + rd<Conj>(v[k]) * x(int64_t(cols[k]) - Base);
+    for (; k < q; ++k) {
+      ahead.step();
+      s = s + rd<Conj>(v[k]) * x(int64_t(cols[k]) - Base);
+    }
     return s;
   }
 }
@@ -105,13 +126,75 @@ inline void row_dot_columns(const Csr<E, I, Base> &a, int64_t p, int64_t q, cons
   }
 }
 
-// Touch the x elements of row i so that they are on their way to the cache.
-template <class E, class I, int Base, class X>
-inline void touch_row(const Csr<E, I, Base> &a, int64_t i, X x) {
-  if constexpr (std::is_same_v<X, Contiguous<const double>> || std::is_same_v<X, Contiguous<const float>>) {
-    int64_t p = a.begin(i), q = a.end(i);
-    for (int64_t k = p; k < q; ++k) zor::simd::prefetch_t0(x.p + (int64_t(a.cols[k]) - Base));
+// The gathered reads of x wait on memory: a cursor walks the entries of the
+// rows lo..hi `distance` entries ahead of the product and prefetches the x
+// element each one will read, and with each four the column numbers
+// kIndexAhead entries further on (an address only: a prefetch never faults). It follows the row arrays, so it
+// reads only positions inside rows (rows may lie anywhere in the arrays),
+// and it changes no value.
+template <class E, class I, int Base>
+struct GatherAhead {
+  const E *x;
+  const I *cols;
+  const I *row_begin, *row_end;
+  int64_t b, i, hi, k, q;
+
+  GatherAhead(const Csr<E, I, Base> &a, const E *xp, int64_t lo, int64_t last, int64_t distance)
+      : x(xp), cols(a.cols), row_begin(a.row_begin), row_end(a.row_end), b(a.b), i(lo - 1), hi(last), k(0), q(0) {
+    for (int64_t t = 0; t < distance; ++t) step();
   }
+  // Moves to the next row with entries; false past the last row.
+  bool next_row() {
+    while (i < hi) {
+      ++i;
+      k = int64_t(row_begin[i - 1]) - b;
+      q = int64_t(row_end[i - 1]) - b;
+      if (k < q) return true;
+    }
+    k = q;
+    return false;
+  }
+  void step() {
+    if (k >= q) [[unlikely]]
+      if (!next_row()) return;
+    zor::simd::prefetch_t0(x + (int64_t(cols[k]) - Base));
+    ++k;
+  }
+  // Four entries: without a test per entry while the row has them.
+  void step4() {
+    if (k + 4 > q) [[unlikely]] {
+      step(), step(), step(), step();
+      return;
+    }
+    zor::simd::prefetch_t0(reinterpret_cast<const char *>(cols + k) + kIndexAhead * sizeof(I));
+    zor::simd::prefetch_t0(x + (int64_t(cols[k]) - Base));
+    zor::simd::prefetch_t0(x + (int64_t(cols[k + 1]) - Base));
+    zor::simd::prefetch_t0(x + (int64_t(cols[k + 2]) - Base));
+    zor::simd::prefetch_t0(x + (int64_t(cols[k + 3]) - Base));
+    k += 4;
+  }
+};
+
+// Whether the x reads of rows lo..hi look gathered: in a sample of pairs of
+// neighbouring rows at the start of the range, fewer than half of the
+// entries at equal positions in the two rows lie within kNearBytes of each
+// other. Banded and stencil matrices walk x in a few streams that the
+// processor's own prefetcher follows, and there the cursor above only costs
+// instructions; scattered columns are what it is for.
+template <class E, class I, int Base>
+inline bool gathered_x(const Csr<E, I, Base> &a, int64_t lo, int64_t hi) {
+  int64_t near = 0, total = 0;
+  int64_t last = lo + kSampleRows < hi ? lo + kSampleRows : hi;
+  for (int64_t i = lo; i < last; ++i) {
+    int64_t p0 = a.begin(i), p1 = a.begin(i + 1);
+    int64_t n = std::min(std::min(a.end(i) - p0, a.end(i + 1) - p1), int64_t(8));
+    for (int64_t t = 0; t < n; ++t) {
+      int64_t d = a.col(p1 + t) - a.col(p0 + t);
+      near += (d < 0 ? -d : d) * int64_t(sizeof(E)) <= kNearBytes;
+    }
+    total += n > 0 ? n : 0;
+  }
+  return 2 * near < total;
 }
 
 // The same for the dense columns j (NC of them) of row i's entries.
