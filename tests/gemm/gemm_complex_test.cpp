@@ -217,6 +217,39 @@ TYPED_TEST(ComplexGemm, RowsAgreeBitForBit) {
   }
 }
 
+// Deeper than any depth block, through plan 64 with each row's own panels:
+// row 1's lane swaps, formed once per column group (up to 512 steps) or at
+// every depth step (beyond), give the bits of row 0.
+TYPED_TEST(ComplexGemm, RowsAgreeBitForBitAtAnyDepth) {
+  using R = TypeParam;
+  Rng rng(4100);
+  const int64_t m = 9, n = 5;
+  for (int64_t k : {512, 516, 600}) {
+    std::vector<Cx<R>> a(m * k), b(k * n), c0(m * n);
+    for (auto &x : a) x = {R(rng.uniform()), R(rng.uniform())};
+    for (auto &x : b) x = {R(rng.uniform()), R(rng.uniform())};
+    for (auto &x : c0) x = {R(rng.uniform()), R(rng.uniform())};
+    std::vector<Cx<R>> got[2];
+    for (int row : {0, 1}) {
+      zor_gemm_desc_storage storage;
+      auto *d = reinterpret_cast<zor_gemm_desc *>(&storage);
+      zor_blas_cgemm_zero_desc(d);
+      Prec<R>::get_kernel(row, d);
+      zor_blas_cgemm_set_blks_size(m, n, k, d);
+      const int64_t astride = d->unroll_m * k, bstride = 2 * k;
+      std::vector<Cx<R>> pa(size_t(astride * ((m + d->unroll_m - 1) / d->unroll_m))), pb(size_t(bstride * 3));
+      const Cx<R> alpha{R(0.7), R(-0.2)}, beta{1, 0};
+      d->copy_an(&m, &k, a.data(), &m, pa.data(), &astride, &alpha);
+      d->copy_bn(&k, &n, b.data(), &k, pb.data(), &bstride, nullptr);
+      got[row] = c0;
+      ASSERT_EQ(Prec<R>::par("N", "N", &m, &n, &k, &alpha, pa.data(), &astride, pb.data(), &bstride, &beta,
+                             got[row].data(), &m, 64, d),
+                0);
+    }
+    for (size_t i = 0; i < c0.size(); ++i) ASSERT_TRUE(zor::test::same_bits(got[0][i], got[1][i])) << k << " " << i;
+  }
+}
+
 // The pre-packed plans with operands packed by the family's own copies give
 // the blocked product; plan 7 is refused with C untouched.
 TYPED_TEST(ComplexGemm, PrepackedPlans) {
@@ -350,7 +383,7 @@ TEST(ComplexGemmPanels, ConjugateBeforeAlphaAndTailWidths) {
 }
 
 // Without working memory plan 2 takes the small path and gives the product;
-// a pre-packed plan has no way round and returns 1.
+// a pre-packed plan has no way round and returns 1, C having taken beta.
 TYPED_TEST(ComplexGemm, FailedAllocation) {
   using R = TypeParam;
   std::thread([] {
@@ -361,17 +394,28 @@ TYPED_TEST(ComplexGemm, FailedAllocation) {
     Case<R> cs{"C", "N", 37, 21, 44, 45, 46, 39, {R(0.5), R(1)}, {R(0.25), R(-0.5)}, 8};
     ASSERT_TRUE(run_case(cs, rng));
 
+    // Pre-packed: C takes beta = 2 first; a retry with beta 1 gives the bits
+    // of a call that succeeded at once.
     const int64_t m = 8, n = 4, k = 8, stride = 64;
-    std::vector<Cx<R>> a(256), b(256), c(m * n, Cx<R>(1, 1));
-    const Cx<R> one{1, 0};
+    std::vector<Cx<R>> a(256), b(256), c(m * n, Cx<R>(1, -1));
+    for (auto &x : a) x = Cx<R>(R(rng.uniform()), R(rng.uniform()));
+    for (auto &x : b) x = Cx<R>(R(rng.uniform()), R(rng.uniform()));
+    std::vector<Cx<R>> once = c;
+    const Cx<R> one{1, 0}, two{2, 0};
     zor_gemm_desc_storage storage;
     auto *d = reinterpret_cast<zor_gemm_desc *>(&storage);
     zor_blas_cgemm_zero_desc(d);
     Prec<R>::optimal(d);
     qalloc_fail_next(1);
-    EXPECT_EQ(Prec<R>::par("N", "N", &m, &n, &k, &one, a.data(), &stride, b.data(), &stride, &one, c.data(), &m, 64, d),
+    EXPECT_EQ(Prec<R>::par("N", "N", &m, &n, &k, &one, a.data(), &stride, b.data(), &stride, &two, c.data(), &m, 64, d),
               1);
-    for (const auto &x : c) EXPECT_EQ(x, Cx<R>(1, 1));
+    for (const auto &x : c) EXPECT_EQ(x, Cx<R>(2, -2));
+    ASSERT_EQ(Prec<R>::par("N", "N", &m, &n, &k, &one, a.data(), &stride, b.data(), &stride, &one, c.data(), &m, 64, d),
+              0);
+    ASSERT_EQ(Prec<R>::par("N", "N", &m, &n, &k, &one, a.data(), &stride, b.data(), &stride, &two, once.data(), &m,
+                           64, d),
+              0);
+    EXPECT_EQ(std::memcmp(c.data(), once.data(), c.size() * sizeof(c[0])), 0);
   }).join();
 }
 

@@ -117,7 +117,9 @@ TEST(GemmPanels, WorkedExamples) {
 // The kernel entry on packed A (and packed or in-place B) through plans 64
 // and 16: every combination of row, B form, C alignment and remaining rows
 // gives the same bits as the full-panel run, since each element is one sum
-// in depth order from zero.
+// in depth order from zero. Depths 512 and 513 put row 1 on both sides of
+// its stack buffer of lane swaps (formed once per column group, or at every
+// depth step past 512).
 template <class R>
 void check_kernels_agree() {
   using G = Gemm<R>;
@@ -125,7 +127,7 @@ void check_kernels_agree() {
   Rng rng(23);
   for (int64_t m : {um - 1, um, 2 * um + 3})
     for (int64_t n : {1, 2, 3, 4, 6, 11})
-      for (int64_t k : {1, 4, 7, 64}) {
+      for (int64_t k : {1, 4, 7, 64, 512, 513}) {
         const int64_t kp = up(k, 4), astride = um * kp, bstride = 4 * kp, mp = up(m, um);
         Matrix<R> a(m, k, m), b(k, n, k);
         a.fill(rng);
