@@ -53,6 +53,7 @@ inline void mv_rows(const Csr<E, I, K.base> &a, E alpha, X x, Y y, int64_t lo, i
       for (int64_t i = lo; i <= hi; ++i) {
         int64_t p = a.begin(i), q = a.end(i);
         if (q - p < 1) continue;
+        touch_streams(a, p);
         E s = row_dot<conj_read>(a, p, q, x, ahead);
         y(i - 1) = y(i - 1) + alpha * s;
       }

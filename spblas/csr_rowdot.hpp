@@ -9,17 +9,20 @@
 // loaded singly: there is no gather.
 //
 // Double precision with contiguous x keeps s0, s1 and s2, s3 as two vector
-// sums (same additions in the same order, so the same bits), and touches the
-// x elements of the row 16 rows ahead so that random columns are in cache
-// by the time the row comes.
+// sums (same additions in the same order, so the same bits). The general
+// products touch each row's value and column streams ahead (touch_streams)
+// and, when a sample of rows shows scattered columns, prefetch the gathered
+// x elements a fixed number of entries ahead (GatherAhead).
 //
-// Measured on this machine (2-core VM, shared; bench_spblas, best of turns):
-// the 5-point Laplacian of a 1000 x 1000 grid at 1.0 to 1.1 times the
-// same-run triad bound with 64-bit indices (the lp64 twin about 1.0); a
-// random 1e6 x 1e6 matrix of 10 entries a row about 1.05 times a plain
-// one-sum loop and 1.04 (lp64 1.2) times Eigen, latency-bound on x.
+// Measured on this machine (AMD EPYC, 2-core VM, shared; bench_spblas,
+// thread time, best of 10 interleaved rounds, three runs): the random 1e6 x
+// 1e6 matrix of 10 entries a row at 1.47 to 1.60 times a plain one-sum loop
+// and 1.37 to 1.57 times Eigen; the 5-point Laplacian of a 1000 x 1000 grid
+// at 1.00 to 1.12 times the same-run bandwidth bound with 64-bit indices
+// (the lp64 twin 0.85 to 1.04 of its own).
 #pragma once
 #include <algorithm>
+#include <cstdint>
 
 #include "frame/simd.hpp"
 #include "spblas/csr_common.hpp"
@@ -126,12 +129,27 @@ inline void row_dot_columns(const Csr<E, I, Base> &a, int64_t p, int64_t q, cons
   }
 }
 
+// An address `bytes` past p, for a prefetch (which never faults): formed as
+// an integer, since it may lie past the end of the caller's array.
+template <class P>
+inline const void *ahead_of(const P *p, int64_t bytes) {
+  return reinterpret_cast<const void *>(reinterpret_cast<uintptr_t>(p) + uintptr_t(bytes));
+}
+
+// The value and column streams of a row starting at entry p, kStreamAhead
+// entries on: with short rows the per-row work leaves the processor's own
+// prefetcher behind the streams.
+template <class E, class I, int Base>
+inline void touch_streams(const Csr<E, I, Base> &a, int64_t p) {
+  zor::simd::prefetch_t0(ahead_of(a.vals + p, kStreamAhead * int64_t(sizeof(E))));
+  zor::simd::prefetch_t0(ahead_of(a.cols + p, kStreamAhead * int64_t(sizeof(I))));
+}
+
 // The gathered reads of x wait on memory: a cursor walks the entries of the
 // rows lo..hi `distance` entries ahead of the product and prefetches the x
-// element each one will read, and with each four the column numbers
-// kIndexAhead entries further on (an address only: a prefetch never faults). It follows the row arrays, so it
-// reads only positions inside rows (rows may lie anywhere in the arrays),
-// and it changes no value.
+// element each one will read. It follows the row arrays, so it reads only
+// positions inside rows (rows may lie anywhere in the arrays), and it
+// changes no value.
 template <class E, class I, int Base>
 struct GatherAhead {
   const E *x;
@@ -166,7 +184,6 @@ struct GatherAhead {
       step(), step(), step(), step();
       return;
     }
-    zor::simd::prefetch_t0(reinterpret_cast<const char *>(cols + k) + kIndexAhead * sizeof(I));
     zor::simd::prefetch_t0(x + (int64_t(cols[k]) - Base));
     zor::simd::prefetch_t0(x + (int64_t(cols[k + 1]) - Base));
     zor::simd::prefetch_t0(x + (int64_t(cols[k + 2]) - Base));
