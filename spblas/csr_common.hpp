@@ -11,6 +11,7 @@
 #include <type_traits>
 
 #include "frame/traits.hpp"
+#include "spblas/parameters.hpp"
 
 namespace zor::spblas {
 

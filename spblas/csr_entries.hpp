@@ -57,9 +57,8 @@ void csr_mm_par(const I *first, const I *last, const I *m, const I *k, const P *
     int64_t rs = K.base == 0 ? lb : 1, cs = K.base == 0 ? 1 : lb;
     auto at = [&](int64_t i, int64_t j) -> E & { return K.base == 0 ? cc[(i - 1) * lc + j] : cc[j * lc + i - 1]; };
     auto rows_of = [&](int64_t r0, int64_t r1, int64_t j0, int64_t j1) {
-      constexpr int64_t ahead = 16;
       for (int64_t i = r0; i <= r1; ++i) {
-        if (i + ahead <= r1) touch_row_columns(a, i + ahead, bb + j0 * cs, rs, cs, int(j1 - j0 < 4 ? j1 - j0 : 4));
+        if (i + kMmRowsAhead <= r1) touch_row_columns(a, i + kMmRowsAhead, bb + j0 * cs, rs, cs, int(j1 - j0 < 4 ? j1 - j0 : 4));
         int64_t p = a.begin(i), q = a.end(i);
         if (q - p < 1) continue;
         E s[4];

@@ -39,7 +39,7 @@ template <class T, Kind K>
 constexpr int64_t mv_chunk_rows() {
   bool pair = (K.op == 'c' && K.structure == 's') || (K.op == 'n' && K.structure == 'h') ||
               (K.op == 't' && K.structure == 'h');
-  return (T::complex && K.base == 0 && pair) ? 20000 : INT64_MAX;
+  return (T::complex && K.base == 0 && pair) ? kChunkComplexPairs : INT64_MAX;
 }
 
 // Rows lo..hi of a kernel whose rows are independent in what they read

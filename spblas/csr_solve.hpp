@@ -12,8 +12,7 @@
 //   op t, c, part u   rows 1..m: divide, then scatter behind the diagonal
 //
 // Row chunks (rows R at a time, the last taking the rest) are an order of the
-// loops only; R is 10000 for op n, s part l, 2000 for part u and for op t, c
-// part u (10000 in base 1 sv), none for op t, c part l.
+// loops only; R stands in parameters.hpp (none for op t, c part l).
 #pragma once
 #include "frame/memory.hpp"
 #include "spblas/csr_multiply.hpp"
@@ -22,9 +21,9 @@ namespace zor::spblas {
 
 template <Kind K>
 constexpr int64_t solve_chunk_rows(bool sv) {
-  if (K.op == 'n' || K.op == 's') return K.part == 'l' ? 10000 : 2000;
+  if (K.op == 'n' || K.op == 's') return K.part == 'l' ? kChunkLower : kChunkUpper;
   if (K.part == 'l') return INT64_MAX;
-  return (sv && K.base == 1) ? 10000 : 2000;
+  return (sv && K.base == 1) ? kChunkLower : kChunkUpper;
 }
 
 // Chunks walked from the last one down, rows of each from the last one up.
@@ -140,7 +139,7 @@ inline void sm_triangular(const Csr<E, I, K.base> &a, E *y, int64_t ld, int64_t 
     // The row is done for all columns of the range at once, with the sums in
     // a scratch row; the pivot's reciprocal multiplies where sv divides.
     int64_t len = ncols > hi ? ncols : hi;
-    frame::PooledBuffer scratch(uint64_t(len) * sizeof(E), 128);
+    frame::PooledBuffer scratch(uint64_t(len) * sizeof(E), kScratchAlignment);
     if (!scratch) {
       for (int64_t j = lo; j <= hi; ++j) sv_triangular<T, K>(a, dense_column<B>(y, ld, j - 1), m);
       return;

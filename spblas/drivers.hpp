@@ -7,6 +7,7 @@
 
 #include "frame/simd.hpp"
 #include "spblas/csr_common.hpp"
+#include "spblas/parameters.hpp"
 
 namespace zor::spblas {
 
@@ -68,7 +69,7 @@ void split_par(const I *first, const I *last, const I *ncopies, const I *ld, con
 }
 
 // Each y[j], j < n, adds element (begin-1)*n + j of the copies table[t-1],
-// t = begin..end-1: four elements at a time in registers when n >= 100.
+// t = begin..end-1: four elements at a time in registers from kSplitFourFrom on.
 template <class T, class I, class P>
 void split_syml_par(const I *end, const I *n, const I *begin, const void *, P *const *table, P *y) {
   using E = typename T::elem;
@@ -76,7 +77,7 @@ void split_syml_par(const I *end, const I *n, const I *begin, const void *, P *c
   E *yy = elems<T>(y);
   int64_t off = (bg - 1) * len;
   int64_t j = 0;
-  if (len >= 100) {
+  if (len >= kSplitFourFrom) {
     for (; j + 4 <= len; j += 4) {
       E r0 = yy[j], r1 = yy[j + 1], r2 = yy[j + 2], r3 = yy[j + 3];
       for (int64_t t = bg; t <= e - 1; ++t) {
@@ -105,7 +106,7 @@ void split_symu_par(const I *n, const I *ld, const I *count, const void *, P *co
   E *yy = elems<T>(y);
   auto element = [&](int64_t t, int64_t j) -> const E * { return elems<T>(table[t + 1]) + (cnt - 1 - t) * l + j; };
   int64_t j = 0;
-  if (len >= 100) {
+  if (len >= kSplitFourFrom) {
     for (; j + 4 <= len; j += 4) {
       E r0 = yy[j], r1 = yy[j + 1], r2 = yy[j + 2], r3 = yy[j + 3];
       for (int64_t t = 0; t < cnt; ++t) {
@@ -136,7 +137,7 @@ void split_symu_par(const I *n, const I *ld, const I *count, const void *, P *co
 
 // y += A x for a symmetric A with one triangle stored in zero-based rows
 // ia[i]..ia[i+1]-1 (uplo 0: the diagonal, if stored, first in the row; else
-// last). No alpha. Rows in chunks of 30000.
+// last). No alpha. Rows in chunks of kChunkSymmetricOneOff.
 template <class T, class I, class P>
 void csrsymmvs(const I *uplo, const I *m, const P *vals, const I *cols, const I *ia, const P *x, P *y,
                const void *, const I *base) {
@@ -145,7 +146,7 @@ void csrsymmvs(const I *uplo, const I *m, const P *vals, const I *cols, const I 
   bool diag_first = *uplo == 0;
   const E *v = elems<T>(vals), *xp = elems<T>(x);
   E *yp = elems<T>(y);
-  for_row_chunks<30000>(1, rows, [&](int64_t r0, int64_t r1) {
+  for_row_chunks<kChunkSymmetricOneOff>(1, rows, [&](int64_t r0, int64_t r1) {
     for (int64_t i = r0 - 1; i <= r1 - 1; ++i) {
       int64_t p = ia[i], q = ia[i + 1];
       E xi = xp[i];

@@ -54,7 +54,7 @@ template <class T, bool Conj>
 void transpose_square(u64 n, typename T::elem alpha, typename T::elem *a, u64 ld) {
   using E = typename T::elem;
   using Tile = Tile4x4<T, true, Conj>;
-  constexpr u64 band = 32;
+  constexpr u64 band = kSquareBand;
   VecOp<T, true, Conj> op(alpha);
   auto pairs_of_row = [&](u64 i, u64 j0) {  // (i, j), j0 <= j < i, then the diagonal
     for (u64 j = j0; j < i; ++j) {
