@@ -20,8 +20,8 @@ void csr_mv_par(const I *first, const I *last, const I *, const P *alpha, const 
   using E = typename T::elem;
   int64_t lo = *first, hi = *last;
   if (hi < lo) return;
-  Csr<E, I, K.base> a(elems<T>(vals), cols, row_begin, row_end);
-  mv_rows<T, K>(a, *elems<T>(alpha), Contiguous<const E>{elems<T>(x)}, Contiguous<E>{elems<T>(y)}, lo, hi);
+  Csr<E, I, K.base> a(elems(vals), cols, row_begin, row_end);
+  mv_rows<T, K>(a, *elems(alpha), Contiguous<const E>{elems(x)}, Contiguous<E>{elems(y)}, lo, hi);
 }
 
 template <class T, Kind K, class I, class P>
@@ -31,10 +31,10 @@ void csr_mv_seq(const I *m, const P *alpha, const P *vals, const I *cols, const 
   int64_t rows = *m;
   if (rows < 1) return;
   if constexpr (K.structure == 'd' && K.diag == 'u') {
-    diagonal_unit_axpy<T>(rows, *elems<T>(alpha), elems<T>(x), elems<T>(y));
+    diagonal_unit_axpy<T>(rows, *elems(alpha), elems(x), elems(y));
   } else {
-    Csr<E, I, K.base> a(elems<T>(vals), cols, row_begin, row_end);
-    mv_all<T, K>(a, *elems<T>(alpha), Contiguous<const E>{elems<T>(x)}, Contiguous<E>{elems<T>(y)}, rows);
+    Csr<E, I, K.base> a(elems(vals), cols, row_begin, row_end);
+    mv_all<T, K>(a, *elems(alpha), Contiguous<const E>{elems(x)}, Contiguous<E>{elems(y)}, rows);
   }
 }
 
@@ -45,10 +45,10 @@ void csr_mm_par(const I *first, const I *last, const I *m, const I *k, const P *
   using E = typename T::elem;
   int64_t lo = *first, hi = *last, rows = *m;
   if (hi < lo || rows < 1) return;
-  Csr<E, I, K.base> a(elems<T>(vals), cols, row_begin, row_end);
-  const E al = *elems<T>(alpha);
-  const E *bb = elems<T>(b);
-  E *cc = elems<T>(c);
+  Csr<E, I, K.base> a(elems(vals), cols, row_begin, row_end);
+  const E al = *elems(alpha);
+  const E *bb = elems(b);
+  E *cc = elems(c);
   int64_t lb = *ldb, lc = *ldc;
   if constexpr (K.structure == 'g' && (K.op == 'n' || K.op == 's')) {
     // Row-major operands: each row is read once for four dense columns at
@@ -102,9 +102,9 @@ void csr_mm_seq(const I *m, const I *n, const P *alpha, const P *vals, const I *
   static_assert(K.structure == 'd');
   int64_t rows = *m, ncols = *n, lb = *ldb, lc = *ldc;
   if (rows < 1) return;
-  const E al = *elems<T>(alpha);
-  const E *bb = elems<T>(b);
-  E *cc = elems<T>(c);
+  const E al = *elems(alpha);
+  const E *bb = elems(b);
+  E *cc = elems(c);
   if constexpr (K.diag == 'u') {
     // One axpy per row of length n (c) or per column of length m (f).
     if constexpr (K.base == 0) {
@@ -113,7 +113,7 @@ void csr_mm_seq(const I *m, const I *n, const P *alpha, const P *vals, const I *
       for (int64_t j = 0; j < ncols; ++j) diagonal_unit_axpy<T>(rows, al, bb + j * lb, cc + j * lc);
     }
   } else {
-    Csr<E, I, K.base> a(elems<T>(vals), cols, row_begin, row_end);
+    Csr<E, I, K.base> a(elems(vals), cols, row_begin, row_end);
     for (int64_t j = 0; j < ncols; ++j)
       mv_all<T, K>(a, al, dense_column<K.base>(bb, lb, j), dense_column<K.base>(cc, lc, j), rows);
   }
@@ -125,11 +125,11 @@ void csr_sv_seq(const I *m, const P *alpha, const P *vals, const I *cols, const 
   using E = typename T::elem;
   int64_t rows = *m;
   if (rows < 1) return;
-  Csr<E, I, K.base> a(elems<T>(vals), cols, row_begin, row_end);
+  Csr<E, I, K.base> a(elems(vals), cols, row_begin, row_end);
   if constexpr (K.structure == 'd') {
-    diagonal_sv<K>(a, *elems<T>(alpha), Contiguous<E>{elems<T>(y)}, rows);
+    diagonal_sv<K>(a, *elems(alpha), Contiguous<E>{elems(y)}, rows);
   } else {
-    sv_triangular<T, K>(a, Contiguous<E>{elems<T>(y)}, rows);
+    sv_triangular<T, K>(a, Contiguous<E>{elems(y)}, rows);
   }
 }
 
@@ -139,11 +139,11 @@ void csr_sm_par(const I *first, const I *last, const I *m, const I *k, const P *
   using E = typename T::elem;
   int64_t lo = *first, hi = *last, rows = *m;
   if (hi < lo || rows < 1) return;
-  Csr<E, I, K.base> a(elems<T>(vals), cols, row_begin, row_end);
+  Csr<E, I, K.base> a(elems(vals), cols, row_begin, row_end);
   if constexpr (K.structure == 'd') {
-    diagonal_sm<K>(a, *elems<T>(alpha), elems<T>(y), int64_t(*ldy), rows, lo, hi);
+    diagonal_sm<K>(a, *elems(alpha), elems(y), int64_t(*ldy), rows, lo, hi);
   } else {
-    sm_triangular<T, K>(a, elems<T>(y), int64_t(*ldy), rows, int64_t(*k), lo, hi);
+    sm_triangular<T, K>(a, elems(y), int64_t(*ldy), rows, int64_t(*k), lo, hi);
   }
 }
 
@@ -155,13 +155,13 @@ void csr_gemv_par(const I *first, const I *last, const void *, const void *, con
   using E = typename T::elem;
   int64_t lo = *first, hi = *last;
   if (hi < lo) return;
-  const E *v = elems<T>(vals);
-  const E *xp = elems<T>(x);
-  E *yp = elems<T>(y);
+  const E *v = elems(vals);
+  const E *xp = elems(x);
+  E *yp = elems(y);
   int64_t b = row_ptr[0];
   for (int64_t i = lo; i <= hi; ++i) {
     int64_t p = int64_t(row_ptr[i - 1]) - b, q = int64_t(row_ptr[i]) - b;
-    E s = zero_of<E>();
+    E s = E{};
     int64_t k = p;
     for (; k + 4 <= q; k += 4) {
       s = s + v[k] * xp[int64_t(cols[k]) - K.base];

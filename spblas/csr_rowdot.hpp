@@ -59,16 +59,15 @@ inline E row_dot(const Csr<E, I, Base> &a, int64_t p, int64_t q, X x, Ahead &&ah
     }
     return s;
   } else if constexpr (std::is_same_v<E, cplx<double>> && std::is_same_v<X, Contiguous<const cplx<double>>>) {
-    // One complex number a vector; the product (v.re x.re - v.im x.im,
-    // v.re x.im + v.im x.re) by one addsub, as the scalar formula rounds it.
+    // One complex number a vector; the complex layer's product, which
+    // rounds as the scalar formula.
     using namespace zor::simd;
     const double *xp = reinterpret_cast<const double *>(x.p);
     const double *vp = reinterpret_cast<const double *>(v);
     auto term = [&](int64_t kk) {
       f64x2 vv = load_u(vp + 2 * kk);
-      if constexpr (Conj) vv = conj_lanes(vv);
-      f64x2 xx = load_u(xp + 2 * (int64_t(cols[kk]) - Base));
-      return addsub(mul(dup_lo(vv), xx), mul(dup_hi(vv), swap_lanes(xx)));
+      if constexpr (Conj) vv = conj(vv);
+      return cmul(vv, load_u(xp + 2 * (int64_t(cols[kk]) - Base)));
     };
     f64x2 s0 = zero<f64x2>(), s1 = s0, s2 = s0, s3 = s0;
     for (; k + 4 <= q; k += 4) {
@@ -87,18 +86,18 @@ inline E row_dot(const Csr<E, I, Base> &a, int64_t p, int64_t q, X x, Ahead &&ah
     store_u(reinterpret_cast<double *>(&out), s);
     return out;
   } else {
-    E s0 = zero_of<E>(), s1 = zero_of<E>(), s2 = zero_of<E>(), s3 = zero_of<E>();
+    E s0 = E{}, s1 = E{}, s2 = E{}, s3 = E{};
     for (; k + 4 <= q; k += 4) {
       ahead.step4();
-      s0 = s0 + rd<Conj>(v[k]) * x(int64_t(cols[k]) - Base);
-      s1 = s1 + rd<Conj>(v[k + 1]) * x(int64_t(cols[k + 1]) - Base);
-      s2 = s2 + rd<Conj>(v[k + 2]) * x(int64_t(cols[k + 2]) - Base);
-      s3 = s3 + rd<Conj>(v[k + 3]) * x(int64_t(cols[k + 3]) - Base);
+      s0 = s0 + conj_if<Conj>(v[k]) * x(int64_t(cols[k]) - Base);
+      s1 = s1 + conj_if<Conj>(v[k + 1]) * x(int64_t(cols[k + 1]) - Base);
+      s2 = s2 + conj_if<Conj>(v[k + 2]) * x(int64_t(cols[k + 2]) - Base);
+      s3 = s3 + conj_if<Conj>(v[k + 3]) * x(int64_t(cols[k + 3]) - Base);
     }
     E s = ((s0 + s1) + s2) + s3;
     for (; k < q; ++k) {
       ahead.step();
-      s = s + rd<Conj>(v[k]) * x(int64_t(cols[k]) - Base);
+      s = s + conj_if<Conj>(v[k]) * x(int64_t(cols[k]) - Base);
     }
     return s;
   }
@@ -113,17 +112,17 @@ inline void row_dot_columns(const Csr<E, I, Base> &a, int64_t p, int64_t q, cons
                             E *out) {
   E s[4][NC];
   for (auto &row : s)
-    for (E &e : row) e = zero_of<E>();
+    for (E &e : row) e = E{};
   int64_t k = p;
   for (; k + 4 <= q; k += 4)
     for (int u = 0; u < 4; ++u) {
-      E v = rd<Conj>(a.vals[k + u]);
+      E v = conj_if<Conj>(a.vals[k + u]);
       const E *brow = b + a.col(k + u) * rs;
       for (int j = 0; j < NC; ++j) s[u][j] = s[u][j] + v * brow[j * cs];
     }
   for (int j = 0; j < NC; ++j) out[j] = ((s[0][j] + s[1][j]) + s[2][j]) + s[3][j];
   for (; k < q; ++k) {
-    E v = rd<Conj>(a.vals[k]);
+    E v = conj_if<Conj>(a.vals[k]);
     const E *brow = b + a.col(k) * rs;
     for (int j = 0; j < NC; ++j) out[j] = out[j] + v * brow[j * cs];
   }

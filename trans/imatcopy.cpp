@@ -254,20 +254,20 @@ void imatcopy(char ordering, char trans, u64 rows, u64 cols, typename T::elem al
   if (!row_major_view(ordering, rows, cols)) return;
   if (rows == 0 || cols == 0) return;
   const bool square = rows == cols && lda == ldb && lda == rows;
-  switch (trans_letter<T>(trans)) {
-    case Letter::N:
+  switch (copy_trans<T::complex>(trans)) {
+    case Trans::N:
       return square ? scale_square<T, false>(rows, alpha, ab, lda)
                     : copy_rows_in_place<T, false>(rows, cols, alpha, ab, lda, ldb);
-    case Letter::R:
+    case Trans::R:
       return square ? scale_square<T, true>(rows, alpha, ab, lda)
                     : copy_rows_in_place<T, true>(rows, cols, alpha, ab, lda, ldb);
-    case Letter::T:
+    case Trans::T:
       return square ? transpose_square<T, false>(rows, alpha, ab, lda)
                     : transpose_rectangle<T, false>(rows, cols, alpha, ab, lda, ldb);
-    case Letter::C:
+    case Trans::C:
       return square ? transpose_square<T, true>(rows, alpha, ab, lda)
                     : transpose_rectangle<T, true>(rows, cols, alpha, ab, lda, ldb);
-    case Letter::none: return;
+    case Trans::none: return;
   }
 }
 
@@ -275,21 +275,21 @@ void imatcopy(char ordering, char trans, u64 rows, u64 cols, typename T::elem al
 }  // namespace zor::trans
 
 using namespace zor::trans;
-using zor::S, zor::D, zor::C, zor::Z;
+using zor::S, zor::D, zor::C, zor::Z, zor::elems, zor::elem_value;
 
 ZOR_API void zor_trans_zor_simatcopy(char ordering, char trans, uint64_t rows, uint64_t cols, float alpha,
                                      float *ab, uint64_t lda, uint64_t ldb) {
-  imatcopy<S>(ordering, trans, rows, cols, from_c(alpha), elems(ab), lda, ldb);
+  imatcopy<S>(ordering, trans, rows, cols, elem_value(alpha), elems(ab), lda, ldb);
 }
 ZOR_API void zor_trans_zor_dimatcopy(char ordering, char trans, uint64_t rows, uint64_t cols, double alpha,
                                      double *ab, uint64_t lda, uint64_t ldb) {
-  imatcopy<D>(ordering, trans, rows, cols, from_c(alpha), elems(ab), lda, ldb);
+  imatcopy<D>(ordering, trans, rows, cols, elem_value(alpha), elems(ab), lda, ldb);
 }
 ZOR_API void zor_trans_zor_cimatcopy(char ordering, char trans, uint64_t rows, uint64_t cols, zor_complex8 alpha,
                                      zor_complex8 *ab, uint64_t lda, uint64_t ldb) {
-  imatcopy<C>(ordering, trans, rows, cols, from_c(alpha), elems(ab), lda, ldb);
+  imatcopy<C>(ordering, trans, rows, cols, elem_value(alpha), elems(ab), lda, ldb);
 }
 ZOR_API void zor_trans_zor_zimatcopy(char ordering, char trans, uint64_t rows, uint64_t cols,
                                      const zor_complex16 *alpha, zor_complex16 *ab, uint64_t lda, uint64_t ldb) {
-  imatcopy<Z>(ordering, trans, rows, cols, from_c(alpha), elems(ab), lda, ldb);
+  imatcopy<Z>(ordering, trans, rows, cols, *elems(alpha), elems(ab), lda, ldb);
 }

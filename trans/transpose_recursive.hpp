@@ -43,7 +43,7 @@ struct RecursiveTranspose {
 
   static E op(E x, E alpha) {
     if constexpr (Scale) return scaled<T, Conj>(x, alpha);
-    else return load_op<T, Conj>(x);
+    else return conj_if<Conj>(x);
   }
 
   // The base double loop: along a source row, two elements a pass.
