@@ -58,7 +58,7 @@ void csr_mm_par(const I *first, const I *last, const I *m, const I *k, const P *
     auto at = [&](int64_t i, int64_t j) -> E & { return K.base == 0 ? cc[(i - 1) * lc + j] : cc[j * lc + i - 1]; };
     auto rows_of = [&](int64_t r0, int64_t r1, int64_t j0, int64_t j1) {
       for (int64_t i = r0; i <= r1; ++i) {
-        if (i + kMmRowsAhead <= r1) touch_row_columns(a, i + kMmRowsAhead, bb + j0 * cs, rs, cs, int(j1 - j0 < 4 ? j1 - j0 : 4));
+        if (i + tuned::kMmRowsAhead <= r1) touch_row_columns(a, i + tuned::kMmRowsAhead, bb + j0 * cs, rs, cs, int(j1 - j0 < 4 ? j1 - j0 : 4));
         int64_t p = a.begin(i), q = a.end(i);
         if (q - p < 1) continue;
         E s[4];
@@ -77,7 +77,7 @@ void csr_mm_par(const I *first, const I *last, const I *m, const I *k, const P *
       // Column-major: one column at a time keeps a single x stream, which
       // random columns need; the cache rule decides whether the rows go in
       // blocks whose entries stay in cache while the columns pass over them.
-      using W = MmWeights<T::letter, K.op>;
+      using W = fixed::MmWeights<T::letter, K.op>;
       MmPlan plan = mm_plan<sizeof(I) == 4>(rows, int64_t(row_end[rows - 1]), int64_t(*k), W::p, W::q);
       int64_t nblocks = plan.blocked ? plan.nblocks : 1, block = plan.blocked ? plan.block : rows;
       for (int64_t blk = 0; blk < nblocks; ++blk) {

@@ -41,17 +41,17 @@ template <bool Lp64>
 inline MmPlan mm_plan(int64_t m, int64_t last_row_end, int64_t k, int p, int q) {
   int64_t A = (last_row_end - 1) / m;
   double work_d = double(m) * (double(p) * double(A) + double(q) * double(k));
-  double block_d = kMmBlockShare * (double(kMmWorkLimit) / (double(q) * double(A) + double(p) * double(k)));
+  double block_d = fixed::kMmBlockShare * (double(fixed::kMmWorkLimit) / (double(q) * double(A) + double(p) * double(k)));
   int64_t block, nblocks;
   bool small;
   if constexpr (Lp64) {
     int32_t work = truncate<int32_t>(work_d);
     block = truncate<int32_t>(block_d);
-    small = float(work) < float(kMmWorkLimit);
+    small = float(work) < float(fixed::kMmWorkLimit);
   } else {
     int64_t work = truncate<int64_t>(work_d);
     block = truncate<int64_t>(block_d);
-    small = work < kMmWorkLimit;
+    small = work < fixed::kMmWorkLimit;
   }
   if (block == 0) return {true, m, 1};
   nblocks = m / block;

@@ -39,7 +39,7 @@ template <class T, Kind K>
 constexpr int64_t mv_chunk_rows() {
   bool pair = (K.op == 'c' && K.structure == 's') || (K.op == 'n' && K.structure == 'h') ||
               (K.op == 't' && K.structure == 'h');
-  return (T::complex && K.base == 0 && pair) ? kChunkComplexPairs : INT64_MAX;
+  return (T::complex && K.base == 0 && pair) ? fixed::kChunkComplexPairs : INT64_MAX;
 }
 
 // Rows lo..hi of a kernel whose rows are independent in what they read
@@ -59,7 +59,7 @@ inline void mv_rows(const Csr<E, I, K.base> &a, E alpha, X x, Y y, int64_t lo, i
       }
     };
     if constexpr (std::is_same_v<X, Contiguous<const E>>) {
-      if (gathered_x(a, lo, hi)) return rows(GatherAhead<E, I, K.base>(a, x.p, lo, hi, kGatherAhead));
+      if (gathered_x(a, lo, hi)) return rows(GatherAhead<E, I, K.base>(a, x.p, lo, hi, tuned::kGatherAhead));
     }
     rows(NoAhead{});
   } else if constexpr (S == 'g') {

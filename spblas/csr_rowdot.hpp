@@ -140,8 +140,8 @@ inline const void *ahead_of(const P *p, int64_t bytes) {
 // prefetcher behind the streams.
 template <class E, class I, int Base>
 inline void touch_streams(const Csr<E, I, Base> &a, int64_t p) {
-  zor::simd::prefetch_t0(ahead_of(a.vals + p, kStreamAhead * int64_t(sizeof(E))));
-  zor::simd::prefetch_t0(ahead_of(a.cols + p, kStreamAhead * int64_t(sizeof(I))));
+  zor::simd::prefetch_t0(ahead_of(a.vals + p, tuned::kStreamAhead * int64_t(sizeof(E))));
+  zor::simd::prefetch_t0(ahead_of(a.cols + p, tuned::kStreamAhead * int64_t(sizeof(I))));
 }
 
 // The gathered reads of x wait on memory: a cursor walks the entries of the
@@ -200,13 +200,13 @@ struct GatherAhead {
 template <class E, class I, int Base>
 inline bool gathered_x(const Csr<E, I, Base> &a, int64_t lo, int64_t hi) {
   int64_t near = 0, total = 0;
-  int64_t last = lo + kSampleRows < hi ? lo + kSampleRows : hi;
+  int64_t last = lo + tuned::kSampleRows < hi ? lo + tuned::kSampleRows : hi;
   for (int64_t i = lo; i < last; ++i) {
     int64_t p0 = a.begin(i), p1 = a.begin(i + 1);
     int64_t n = std::min(std::min(a.end(i) - p0, a.end(i + 1) - p1), int64_t(8));
     for (int64_t t = 0; t < n; ++t) {
       int64_t d = a.col(p1 + t) - a.col(p0 + t);
-      near += (d < 0 ? -d : d) * int64_t(sizeof(E)) <= kNearBytes;
+      near += (d < 0 ? -d : d) * int64_t(sizeof(E)) <= tuned::kNearBytes;
     }
     total += n > 0 ? n : 0;
   }

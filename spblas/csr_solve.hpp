@@ -21,9 +21,9 @@ namespace zor::spblas {
 
 template <Kind K>
 constexpr int64_t solve_chunk_rows(bool sv) {
-  if (K.op == 'n' || K.op == 's') return K.part == 'l' ? kChunkLower : kChunkUpper;
+  if (K.op == 'n' || K.op == 's') return K.part == 'l' ? fixed::kChunkLower : fixed::kChunkUpper;
   if (K.part == 'l') return INT64_MAX;
-  return (sv && K.base == 1) ? kChunkLower : kChunkUpper;
+  return (sv && K.base == 1) ? fixed::kChunkLower : fixed::kChunkUpper;
 }
 
 // Chunks walked from the last one down, rows of each from the last one up.
@@ -139,7 +139,7 @@ inline void sm_triangular(const Csr<E, I, K.base> &a, E *y, int64_t ld, int64_t 
     // The row is done for all columns of the range at once, with the sums in
     // a scratch row; the pivot's reciprocal multiplies where sv divides.
     int64_t len = ncols > hi ? ncols : hi;
-    frame::PooledBuffer scratch(uint64_t(len) * sizeof(E), kScratchAlignment);
+    frame::PooledBuffer scratch(uint64_t(len) * sizeof(E), fixed::kScratchAlignment);
     if (!scratch) {
       for (int64_t j = lo; j <= hi; ++j) sv_triangular<T, K>(a, dense_column<B>(y, ld, j - 1), m);
       return;

@@ -77,7 +77,7 @@ void split_syml_par(const I *end, const I *n, const I *begin, const void *, P *c
   E *yy = elems(y);
   int64_t off = (bg - 1) * len;
   int64_t j = 0;
-  if (len >= kSplitFourFrom) {
+  if (len >= fixed::kSplitFourFrom) {
     for (; j + 4 <= len; j += 4) {
       E r0 = yy[j], r1 = yy[j + 1], r2 = yy[j + 2], r3 = yy[j + 3];
       for (int64_t t = bg; t <= e - 1; ++t) {
@@ -106,7 +106,7 @@ void split_symu_par(const I *n, const I *ld, const I *count, const void *, P *co
   E *yy = elems(y);
   auto element = [&](int64_t t, int64_t j) -> const E * { return elems(table[t + 1]) + (cnt - 1 - t) * l + j; };
   int64_t j = 0;
-  if (len >= kSplitFourFrom) {
+  if (len >= fixed::kSplitFourFrom) {
     for (; j + 4 <= len; j += 4) {
       E r0 = yy[j], r1 = yy[j + 1], r2 = yy[j + 2], r3 = yy[j + 3];
       for (int64_t t = 0; t < cnt; ++t) {
@@ -146,7 +146,7 @@ void csrsymmvs(const I *uplo, const I *m, const P *vals, const I *cols, const I 
   bool diag_first = *uplo == 0;
   const E *v = elems(vals), *xp = elems(x);
   E *yp = elems(y);
-  for_row_chunks<kChunkSymmetricOneOff>(1, rows, [&](int64_t r0, int64_t r1) {
+  for_row_chunks<fixed::kChunkSymmetricOneOff>(1, rows, [&](int64_t r0, int64_t r1) {
     for (int64_t i = r0 - 1; i <= r1 - 1; ++i) {
       int64_t p = ia[i], q = ia[i + 1];
       E xi = xp[i];

@@ -12,7 +12,7 @@
 
 namespace zor::spblas {
 
-// ---------------------------------------------------------------- fixed
+namespace fixed {
 
 // Row chunks of the CSR loops (rows R at a time, the last chunk taking the
 // rest; an order of the loops only, but R belongs to the family):
@@ -46,7 +46,9 @@ inline constexpr uint64_t kScratchAlignment = 128;
 // registers from this many elements on.
 inline constexpr int64_t kSplitFourFrom = 100;
 
-// ---------------------------------------------------------------- tuned
+}  // namespace fixed
+
+namespace tuned {
 
 // Entries between the product and the cursor that prefetches x[col] in the
 // general mv and mm (column-major) products. Chosen with bench_spblas on the
@@ -70,5 +72,7 @@ inline constexpr int64_t kStreamAhead = 128;
 // Rows ahead whose dense-operand rows the row-major mm kernels touch.
 // Chosen with bench_spblas, dcsr0ng__c__mmout_par with 8 columns.
 inline constexpr int64_t kMmRowsAhead = 16;
+
+}  // namespace tuned
 
 }  // namespace zor::spblas

@@ -54,7 +54,7 @@ template <class T, bool Conj>
 void transpose_square(u64 n, typename T::elem alpha, typename T::elem *a, u64 ld) {
   using E = typename T::elem;
   using Tile = Tile4x4<T, true, Conj>;
-  constexpr u64 band = kSquareBand;
+  constexpr u64 band = tuned::kSquareBand;
   VecOp<T, true, Conj> op(alpha);
   auto pairs_of_row = [&](u64 i, u64 j0) {  // (i, j), j0 <= j < i, then the diagonal
     for (u64 j = j0; j < i; ++j) {
@@ -141,7 +141,7 @@ struct Cycles {
     struct Ahead {
       u64 t;
       bool in;
-    } ring[kWalkAhead];
+    } ring[tuned::kWalkAhead];
     u64 s = p, qs = div(p);
     auto scout = [&](Ahead &slot) {
       s = next(s, qs);
@@ -157,7 +157,7 @@ struct Cycles {
     do {
       Ahead here = ring[k];
       scout(ring[k]);
-      k = (k + 1) % kWalkAhead;
+      k = (k + 1) % tuned::kWalkAhead;
       t = here.t;
       E w = here.in ? ab[t] : E{};
       if (Dense || carrying) ab[t] = scaled<T, Conj>(v, alpha);

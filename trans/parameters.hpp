@@ -10,13 +10,15 @@
 
 namespace zor::trans {
 
-// ---------------------------------------------------------------- fixed
+namespace fixed {
 
 // The out-of-place recursion cuts until both sides are at most kBase; a full
 // kBase x kBase tile with unit strides is one register transposition.
 inline constexpr uint64_t kBase = 4;
 
-// ---------------------------------------------------------------- tuned
+}  // namespace fixed
+
+namespace tuned {
 
 // The out-of-place recursion's line block: target rows of kLineBytes bytes,
 // cuts above it on line boundaries; within it the lines of the block
@@ -35,5 +37,7 @@ inline constexpr uint64_t kSquareBand = 32;
 // scout. Chosen with bench_trans, dimatcopy 'T' 3000 x 5000: 8 gave 0.47 s,
 // 16 0.39 s, 32 to 96 0.32 to 0.34 s a call (thread time, before the ring).
 inline constexpr int kWalkAhead = 32;
+
+}  // namespace tuned
 
 }  // namespace zor::trans
