@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstring>
 
+#include "core/gmp_streams.hpp"
 #include "core/tier_lookup.h"
 
 namespace {
@@ -57,12 +58,6 @@ void trmm(Passthrough p, const char *kernel, const char *side, const char *uplo,
   unavailable(p, kernel);
 }
 
-int64_t gmp_stream(Passthrough p) {
-  arrive(p);
-  unavailable(p, "the multi-precision integer family");
-  return 0;
-}
-
 }  // namespace
 
 ZOR_API int32_t zor_core_body_zor_blas_sgemm_get_bufs_size_bvr(int32_t r, int32_t mode, const int64_t *m, const int64_t *n, const int64_t *k, void *d) {
@@ -86,11 +81,31 @@ ZOR_API void zor_core_body_zor_blas_xdtrmm_4yfw(const char *side, const char *up
 ZOR_API void zor_core_body_zor_blas_xstrmm_4yfw(const char *side, const char *uplo, const char *transa, const char *diag, const int64_t *m, const int64_t *n, const void *alpha, const void *a, const int64_t *lda, void *b, const int64_t *ldb) {
   trmm(k_zor_blas_xstrmm_4yfw, "zor_blas_xstrmm", side, uplo, transa, diag, m, n, alpha, a, lda, b, ldb);
 }
-ZOR_API int64_t zor_core_body_zor_gmp___gmp_fprintf(void) { return gmp_stream(k_zor_gmp___gmp_fprintf); }
-ZOR_API int64_t zor_core_body_zor_gmp___gmpz_inp_raw(void) { return gmp_stream(k_zor_gmp___gmpz_inp_raw); }
-ZOR_API int64_t zor_core_body_zor_gmp___gmpz_inp_str(void) { return gmp_stream(k_zor_gmp___gmpz_inp_str); }
-ZOR_API int64_t zor_core_body_zor_gmp___gmpz_out_raw(void) { return gmp_stream(k_zor_gmp___gmpz_out_raw); }
-ZOR_API int64_t zor_core_body_zor_gmp___gmpz_out_str(void) { return gmp_stream(k_zor_gmp___gmpz_out_str); }
+// The integer family's stream routines (core/gmp_streams.cpp).
+ZOR_API int zor_core_body_zor_gmp___gmp_fprintf(FILE *stream, const char *format, ...) {
+  arrive(k_zor_gmp___gmp_fprintf);
+  va_list ap;
+  va_start(ap, format);
+  int n = zor_core::gmp_vfprintf(stream, format, ap);
+  va_end(ap);
+  return n;
+}
+ZOR_API size_t zor_core_body_zor_gmp___gmpz_inp_raw(zor_mpz_ptr z, FILE *stream) {
+  arrive(k_zor_gmp___gmpz_inp_raw);
+  return zor_core::gmp_inp_raw(z, stream);
+}
+ZOR_API size_t zor_core_body_zor_gmp___gmpz_inp_str(zor_mpz_ptr z, FILE *stream, int base) {
+  arrive(k_zor_gmp___gmpz_inp_str);
+  return zor_core::gmp_inp_str(z, stream, base);
+}
+ZOR_API size_t zor_core_body_zor_gmp___gmpz_out_raw(FILE *stream, zor_mpz_srcptr z) {
+  arrive(k_zor_gmp___gmpz_out_raw);
+  return zor_core::gmp_out_raw(stream, z);
+}
+ZOR_API size_t zor_core_body_zor_gmp___gmpz_out_str(FILE *stream, int base, zor_mpz_srcptr z) {
+  arrive(k_zor_gmp___gmpz_out_str);
+  return zor_core::gmp_out_str(stream, base, z);
+}
 
 // The provider's own exports of the same names: each a second symbol at its
 // body's address.

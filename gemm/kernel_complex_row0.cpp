@@ -32,8 +32,8 @@ void group_row0(int64_t panels, int64_t k, const typename T::real *a, int64_t a_
                                                [ldc](auto &acc, R *ct) {
                                                  for (int j = 0; j < NC; ++j) {
                                                    R *cj = ct + 2 * ldc * j;
-                                                   update_c<false, Aligned>(cj, addsub(acc[2 * j][0], swap_re_im(acc[2 * j + 1][0])));
-                                                   update_c<false, Aligned>(cj + L, addsub(acc[2 * j][1], swap_re_im(acc[2 * j + 1][1])));
+                                                   update_c<false, Aligned>(cj, addsub(acc[2 * j][0], flip(acc[2 * j + 1][0])));
+                                                   update_c<false, Aligned>(cj + L, addsub(acc[2 * j][1], flip(acc[2 * j + 1][1])));
                                                  }
                                                });
 }

@@ -7,7 +7,7 @@
 // pass writes each pair twice into `dup` (two vectors per depth step), in
 // double precision the packed panel is already that. Eight accumulators take
 // A x B and A x swap(B), the re/im swap formed once per column group into a
-// stack buffer (per depth step beyond kMaxSwapDepth steps); after the depth
+// stack buffer (per depth step beyond tuned::kMaxSwapDepth steps); after the depth
 // loop a horizontal subtract of the first gives the real parts, a horizontal
 // add of the second the imaginary parts, and an interleave puts them in
 // place. No sign flips happen in the depth loop.
@@ -55,8 +55,8 @@ void main_row1(bool, int64_t m, int64_t n, int64_t k, const typename T::real *a,
   constexpr int L = T::real_lanes;
   constexpr bool widen = T::elem_lanes > 1;  // single precision
   const int64_t panels = m / Panels<T>::UM;
-  const bool swapping = k > kMaxSwapDepth;
-  alignas(16) R swaps[kMaxSwapDepth * 2 * L];
+  const bool swapping = k > tuned::kMaxSwapDepth;
+  alignas(16) R swaps[tuned::kMaxSwapDepth * 2 * L];
   R *const sw = swapping ? nullptr : swaps;
   for (int64_t j = 0; j < n; j += 2) {
     const int nc = n - j >= 2 ? 2 : 1;

@@ -14,6 +14,7 @@
 #include <array>
 #include <cstdint>
 
+#include "frame/element.hpp"
 #include "frame/simd.hpp"
 #include "gemm/desc.hpp"
 #include "gemm/panels.hpp"
@@ -35,7 +36,7 @@ inline R in_place_b(const R *b, int64_t ldb, bool trans, int64_t k, int64_t l, i
 // both multiples of 16.
 template <class T>
 inline bool c_aligned(const void *c, int64_t ldc) {
-  return ((reinterpret_cast<uintptr_t>(c) & 15) | ((uint64_t(ldc) * T::elem_bytes) & 15)) == 0;
+  return aligned_to(c, 16) && (uint64_t(ldc) * T::elem_bytes) % 16 == 0;
 }
 
 // One vector of C updated with an accumulator: C + acc, or acc alone when
@@ -83,9 +84,12 @@ void widen_splat(int64_t k, int64_t kp, const typename T::real *b, int64_t ldb, 
   for (; done < kp * W; ++done) store_a(dup + done * L, zero<V>());
 }
 
-// A vector of a pair of reals, repeated across it.
+// A vector of a pair of reals, repeated across it; from two values, or from
+// two adjacent ones in memory.
 inline simd::f64x2 pair_vector(double x0, double x1) { return simd::make(x0, x1); }
 inline simd::f32x4 pair_vector(float x0, float x1) { return simd::make(x0, x1, x0, x1); }
+inline simd::f64x2 pair_at(const double *p) { return simd::load_u(p); }
+inline simd::f32x4 pair_at(const float *p) { return simd::low_pair(simd::load_pair(p)); }
 
 // Row 1's widening of one column group of B into dup: NV vectors per depth
 // step, vector v holding the pair of reals 2v, 2v + 1 of the step (zero past
@@ -103,7 +107,7 @@ void widen_pairs(int64_t cw, int64_t k, int64_t kp, const typename T::real *b, i
   constexpr int L = T::real_lanes;
   auto put = [&](int64_t i, V v) {
     store_a(dup + i * L, v);
-    if (swaps) store_a(swaps + i * L, swap_re_im(v));
+    if (swaps) store_a(swaps + i * L, flip(v));
   };
   int64_t l = 0;
   if constexpr (!InPlace) {
@@ -112,6 +116,17 @@ void widen_pairs(int64_t cw, int64_t k, int64_t kp, const typename T::real *b, i
       const V v = load_a(b + 4 * l);
       put(NV * l, low_pair(v));
       if constexpr (NV == 2) put(NV * l + 1, high_pair(v));
+    }
+  } else if (NV == 2 && cw == 4 && transb) {  // a full group, each step's four reals side by side
+    for (const R *row = b; l < k; ++l, row += ldb) {
+      put(2 * l, pair_at(row));
+      put(2 * l + 1, pair_at(row + 2));
+    }
+  } else if (NV == 2 && cw == 4) {  // a full group, one column after another
+    const R *c0 = b, *c1 = b + ldb, *c2 = b + 2 * ldb, *c3 = b + 3 * ldb;
+    for (; l < k; ++l) {
+      put(2 * l, pair_vector(c0[l], c1[l]));
+      put(2 * l + 1, pair_vector(c2[l], c3[l]));
     }
   } else {
     for (; l < k; ++l) {
@@ -130,7 +145,7 @@ template <class T>
 void lane_swaps(int64_t vectors, const typename T::real *p, typename T::real *q) {
   using namespace zor::simd;
   constexpr int L = T::real_lanes;
-  for (int64_t i = 0; i < vectors; ++i) store_a(q + i * L, swap_re_im(load_a(p + i * L)));
+  for (int64_t i = 0; i < vectors; ++i) store_a(q + i * L, flip(load_a(p + i * L)));
 }
 
 // The sum over depth of one element of a row tail, in the order a lane of

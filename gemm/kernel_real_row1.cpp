@@ -18,7 +18,7 @@
 // B vectors, so that the depth loop runs the schedule of row 0 with no
 // shuffle; each accumulator still sums the same products in the same order
 // as when the swap is formed at every depth step, which is what a group
-// deeper than the stack buffer (kMaxSwapDepth steps) does.
+// deeper than the stack buffer (tuned::kMaxSwapDepth steps) does.
 #include <cstdint>
 
 #include "gemm/kernel_entry.hpp"
@@ -82,8 +82,8 @@ void main_row1(bool transb, int64_t m4, int64_t n, int64_t k, const typename T::
   // d reads its packed panels as they are; s and in-place B go through dup.
   constexpr bool direct = !InPlace && L == 2;
   const int64_t panels = m4 / UM, kp = round_up(k, 4);
-  const bool swapping = kp > kMaxSwapDepth;
-  alignas(16) R swaps[kMaxSwapDepth * 2 * L];
+  const bool swapping = kp > tuned::kMaxSwapDepth;
+  alignas(16) R swaps[tuned::kMaxSwapDepth * 2 * L];
   for (int64_t j0 = 0; j0 < n; j0 += 4) {
     const int64_t cw = n - j0 < 4 ? n - j0 : 4;
     const int nv = cw > 2 ? 2 : 1;

@@ -156,7 +156,7 @@ namespace {
 // below d: b quotient limbs to q, the remainder left in w[0 .. n).
 // tmp holds 2n limbs.
 void div_window(limb *q, limb *w, const limb *d, len n, len b, limb *tmp) {
-  if (b <= kDivRecLeafLimbs) return div_normalized(q, w, n + b, d, n);
+  if (b <= tuned::kDivRecLeafLimbs) return div_normalized(q, w, n + b, d, n);
   if (b == n) {
     const len lo = n / 2;
     div_window(q + lo, w + lo, d, n, n - lo, tmp);
@@ -193,7 +193,7 @@ void div_window(limb *q, limb *w, const limb *d, len n, len b, limb *tmp) {
 
 void div_rec(limb *q, limb *rem, const limb *a, len an, const limb *d, len dn) {
   len blocks = 2;
-  while (kDivRecBlockRatio * blocks <= dn) blocks *= 2;
+  while (fixed::kDivRecBlockRatio * blocks <= dn) blocks *= 2;
   const len j = (dn + blocks - 1) / blocks, n = j * blocks, pad = n - dn;
   const len wn = an + pad + 1, qn = wn - n;
   const int s = clz(d[dn - 1]);
@@ -223,7 +223,7 @@ void div_rec(limb *q, limb *rem, const limb *a, len an, const limb *d, len dn) {
 }
 
 void div_qr(limb *q, limb *rem, const limb *a, len an, const limb *d, len dn) {
-  if (dn < kDivRecMin)
+  if (dn < fixed::kDivRecMin)
     div_base(q, rem, a, an, d, dn);
   else
     div_rec(q, rem, a, an, d, dn);

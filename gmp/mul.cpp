@@ -62,9 +62,12 @@ void mul_basecase(limb *r, const limb *a, len an, const limb *b, len bn) {
 
 void mul_n(limb *r, const limb *a, const limb *b, len n) {
   if (n <= 0) return;
-  if (n <= kMulBasecaseMax) return n > 4 ? kFixedSquare[n - 5](r, a, b) : kFixed[(n - 1) * 5](r, a, b);
-  if (n <= kMulKaratsubaMax) return mul_karatsuba(r, a, b, n);
-  if (n <= kMulTransformMax) return mul_toom3(r, a, b, n);
+  if (n <= fixed::kMulBasecaseMax) return n > 4 ? kFixedSquare[n - 5](r, a, b) : kFixed[(n - 1) * 5](r, a, b);
+  if (n <= fixed::kMulKaratsubaMax) return mul_karatsuba(r, a, b, n);
+  if (n <= fixed::kMulToom3Max) return mul_toom3(r, a, b, n);
+  // The floating-point transform's range: Toom serves it until the real
+  // power-of-two transform by order exists in this build.
+  if (n <= fixed::kMulTransformMax) return mul_toom3(r, a, b, n);
   mul_karatsuba(r, a, b, n);
 }
 
@@ -73,7 +76,7 @@ limb mul(limb *r, const limb *a, len an, const limb *b, len bn) {
     zero(r, an);
     return 0;
   }
-  if (an + bn < kMulUnbalancedBasecase) {
+  if (an + bn < fixed::kMulUnbalancedBasecase) {
     mul_basecase(r, a, an, b, bn);
   } else if (an == bn) {
     mul_n(r, a, b, an);

@@ -72,8 +72,8 @@ void karatsuba(limb *r, const limb *a, const limb *b, len n, limb *ws) {
 
 void mul_karatsuba(limb *r, const limb *a, const limb *b, len n) {
   const len h = n - n / 2;
-  if (4 * h <= kKaratsubaFrameLimbs) {
-    limb frame[kKaratsubaFrameLimbs];
+  if (4 * h <= fixed::kKaratsubaFrameLimbs) {
+    limb frame[fixed::kKaratsubaFrameLimbs];
     return karatsuba(r, a, b, n, frame);
   }
   const size_t bytes = size_t(h) * 32;

@@ -103,7 +103,7 @@ Points evaluate(limb *out, limb *tmp, const limb *x, len k, len m) {
 }  // namespace
 
 void mul_toom3(limb *r, const limb *a, const limb *b, len n) {
-  if (n <= kMulKaratsubaMax) return mul_n(r, a, b, n);
+  if (n <= fixed::kMulKaratsubaMax) return mul_n(r, a, b, n);
   const len k = (n - 1) / 3 + 1, m = n - 2 * k, L = 2 * k + 2;
   Scratch scratch(18 * k + 18);
   limb *ea = scratch, *eb = ea + 3 * (k + 1), *tmp = eb + 3 * (k + 1);

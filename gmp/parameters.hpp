@@ -1,17 +1,18 @@
-// The integer family's constants, in two groups.
+// Constants of the integer family, in two groups.
 //
-// Fixed: the points where a path changes (the multiplication ladder, the
-// switch to the recursive division, the frame or hook for scratch). They
-// are part of what the exports do, including which memory they take.
+// fixed: what the system prescribes: the points where a path changes (the
+// multiplication ladder, the switch to the recursive division, the frame or
+// the hook for scratch). They are behaviour, down to which memory a routine
+// takes and whether a failing hook is survived.
 //
-// Tuned: choices of this implementation that only move speed. Each names
-// the benchmark that chose it; re-run it before changing one.
+// tuned: choices made here for speed alone, each with the benchmark that
+// chose it (bench/gmp); changing one changes no result.
 #pragma once
 #include <cstdint>
 
 namespace zor::gmp {
 
-// ---------------------------------------------------------------- fixed
+namespace fixed {
 
 // The multiplication ladder of mul_n, by the equal length n:
 //   1..9 schoolbook, 10..200 Karatsuba, 201..8192 three-way Toom,
@@ -42,10 +43,14 @@ inline constexpr int32_t kDivRecBlockRatio = 16;
 // the 4-bit window product by mul and mod.
 inline constexpr int32_t kPowmMontgomeryMaxLimbs = 30;
 
-// ---------------------------------------------------------------- tuned
+}  // namespace fixed
+
+namespace tuned {
 
 // The recursive division's windows of at most this many quotient limbs are
 // done by long division (bench_gmp, tdiv_q of 2n by n limbs).
 inline constexpr int32_t kDivRecLeafLimbs = 16;
+
+}  // namespace tuned
 
 }  // namespace zor::gmp

@@ -174,7 +174,7 @@ struct Figures {
 
 void record_case(const Case &cs, const Figures &f, const std::string &sse_core, const std::string &native_core) {
   using zor::bench::record;
-  const std::string g = cs.name();
+  const std::string g = cs.name() + " (SSE-era set " + sse_core + ")";
   auto ratios = [](const std::vector<double> &x, const std::vector<double> &y) {
     std::vector<double> r;
     for (size_t i = 0; i < x.size(); ++i) r.push_back(y[i] > 0 ? x[i] / y[i] : 0);
@@ -182,7 +182,7 @@ void record_case(const Case &cs, const Figures &f, const std::string &sse_core, 
   };
   record("gemm", g, cs.n, "ours row 0", median(f.row0), "GFLOP/s");
   record("gemm", g, cs.n, "ours row 1", median(f.row1), "GFLOP/s");
-  record("gemm", g, cs.n, "OpenBLAS " + sse_core, median(f.sse), "GFLOP/s");
+  record("gemm", g, cs.n, "OpenBLAS SSE-era", median(f.sse), "GFLOP/s");
   record("gemm", g, cs.n, "OpenBLAS native (" + native_core + ")", median(f.native), "GFLOP/s");
   record("gemm", g, cs.n, "row 0 / SSE-era", median(ratios(f.row0, f.sse)), "x");
   record("gemm", g, cs.n, "row 1 / SSE-era", median(ratios(f.row1, f.sse)), "x");

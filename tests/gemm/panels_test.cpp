@@ -27,7 +27,7 @@ std::vector<R> expected_a(int64_t m, int64_t k, const R *a, int64_t lda, bool tr
   const int64_t kp = up(k, 4), stride = um * kp;
   std::vector<R> out(size_t(up(m, um) / um * stride), R(0));
   for (int64_t i = 0; i < m; ++i)
-    for (int64_t l = 0; l < k; ++l) out[size_t(i / um * stride + l * um + i % um)] = alpha * op_at(a, lda, trans, i, l);
+    for (int64_t l = 0; l < k; ++l) out[size_t(i / um * stride + l * um + i % um)] = alpha * op_at(a, lda, trans ? 'T' : 'N', i, l);
   return out;
 }
 
@@ -41,7 +41,7 @@ std::vector<R> expected_b(int64_t k, int64_t n, const R *b, int64_t ldb, bool tr
     const int64_t w = c == 4 ? 4 : (row == 0 ? c : up(c, lanes));
     for (int64_t l = 0; l < kp; ++l)
       for (int64_t j = 0; j < w; ++j)
-        out[size_t(q * stride + l * w + j)] = (j < c && l < k) ? op_at(b, ldb, trans, l, 4 * q + j) : R(0);
+        out[size_t(q * stride + l * w + j)] = (j < c && l < k) ? op_at(b, ldb, trans ? 'T' : 'N', l, 4 * q + j) : R(0);
   }
   return out;
 }

@@ -154,6 +154,44 @@ TEST_F(Memory, LimbRoutinesGiveEveryBlockBack) {
   EXPECT_TRUE(Counting::live.empty()) << Counting::live.size() << " blocks not given back";
 }
 
+// The integer layer too: every record, temporary and text block comes back.
+TEST_F(Memory, IntegerRoutinesGiveEveryBlockBack) {
+  Rng rng(73);
+  Counting::install();
+  {
+    zor_mpz_t a, b, r, q;
+    zor_gmp___gmpz_init(a);
+    zor_gmp___gmpz_init2(b, 5000);
+    zor_gmp___gmpz_init(r);
+    zor_gmp___gmpz_init(q);
+    auto x = random_limbs(rng, 300, Pattern::uniform), y = random_limbs(rng, 40, Pattern::runs);
+    zor_gmp___gmpz_import(a, x.size(), -1, 8, 0, 0, x.data());
+    zor_gmp___gmpz_import(b, y.size(), -1, 8, 0, 0, y.data());
+    zor_gmp___gmpz_mul(r, a, a);
+    zor_gmp___gmpz_mul(a, a, b);
+    zor_gmp___gmpz_tdiv_qr(q, r, r, b);
+    zor_gmp___gmpz_fdiv_q(q, a, b);
+    zor_gmp___gmpz_gcdext(r, q, nullptr, a, b);
+    zor_gmp___gmpz_sqrtrem(q, r, a);
+    zor_gmp___gmpz_powm(r, a, b, b);
+    zor_gmp___gmpz_setbit(b, 1);
+    zor_gmp___gmpz_powm_ui(r, a, 12345, b);
+    zor_gmp___gmpz_xor(r, a, b);
+    zor_gmp___gmpz_set_str(r, "-123456789012345678901234567890", 10);
+    zor_gmp___gmpz_realloc(r, 1000);
+    zor_gmp___gmpz_realloc2(r, 64);
+    char *text = zor_gmp___gmpz_get_str(nullptr, 16, a);
+    zor_gmp___gmp_free_func_ptr()(text, zor_gmp___gmpz_sizeinbase(a, 16) + 2);
+    size_t count;
+    void *words = zor_gmp___gmpz_export(nullptr, &count, 1, 3, 1, 0, a);
+    zor_gmp___gmp_free_func_ptr()(words, count * 3);
+    for (zor_mpz_ptr z : {a, b, r, q}) zor_gmp___gmpz_clear(z);
+  }
+  EXPECT_GT(Counting::allocations, 0);
+  EXPECT_EQ(Counting::wrong_sizes, 0);
+  EXPECT_TRUE(Counting::live.empty()) << Counting::live.size() << " blocks not given back";
+}
+
 // A null from the allocate hook for the Karatsuba scratch (n > 128) leaves
 // r as it was.
 TEST_F(Memory, FailingKaratsubaScratchLeavesTheResultUnwritten) {
@@ -172,7 +210,23 @@ TEST_F(Memory, FailingKaratsubaScratchLeavesTheResultUnwritten) {
 
 void *always_null(size_t) { return nullptr; }
 
+void divide_by_zero() {
+  zor_mpz_t n, d, q;
+  zor_gmp___gmpz_init_set_si(n, 1000);
+  zor_gmp___gmpz_init(d);
+  zor_gmp___gmpz_init(q);
+  zor_gmp___gmpz_tdiv_q(q, n, d);
+}
+
 using MemoryDeathTest = Memory;
+
+// A zero divisor's SIGFPE ends the process; under the address sanitizer its
+// handler reports the signal and exits.
+#ifdef __SANITIZE_ADDRESS__
+#define EXPECT_FPE(statement) EXPECT_DEATH(statement, "FPE")
+#else
+#define EXPECT_FPE(statement) EXPECT_EXIT(statement, ::testing::KilledBySignal(SIGFPE), "")
+#endif
 
 TEST_F(MemoryDeathTest, FailingAndNullHooksEndTheProcess) {
   GTEST_FLAG_SET(death_test_style, "threadsafe");
@@ -189,7 +243,15 @@ TEST_F(MemoryDeathTest, FailingAndNullHooksEndTheProcess) {
         zor_gmp___gmpn_mul_n(r.data(), a.data(), b.data(), 500);
       },
       "");
-  EXPECT_EXIT(zor_gmp_mpn_divmod_1(r.data(), a.data(), 500, 0), ::testing::KilledBySignal(SIGFPE), "");
+  EXPECT_FPE(zor_gmp_mpn_divmod_1(r.data(), a.data(), 500, 0));
+  EXPECT_DEATH(
+      {
+        zor_gmp___gmp_set_memory_functions(always_null, zor_gmp___gmp_default_reallocate, zor_gmp___gmp_default_free);
+        zor_mpz_t z;
+        zor_gmp___gmpz_init(z);
+      },
+      "allocate hook returned null");
+  EXPECT_FPE(divide_by_zero());
 }
 
 // With the allocator module failing the plain allocator, the default
