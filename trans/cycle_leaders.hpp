@@ -86,6 +86,15 @@ void for_each_class(u64 m, F &&class_of) {
   }
 }
 
-inline bool coprime(u64 u, u64 n) { return std::gcd(u, n) == 1; }
+// Euclid's remainders: the library's gcd counts trailing zeros with an
+// instruction past this tier's set.
+inline bool coprime(u64 u, u64 n) {
+  while (n != 0) {
+    const u64 r = u % n;
+    u = n;
+    n = r;
+  }
+  return u == 1;
+}
 
 }  // namespace zor::trans
