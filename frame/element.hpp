@@ -63,7 +63,6 @@ inline cplx<R> quotient(cplx<R> a, cplx<R> b) {
   const R r = b.re / b.im, den = b.re * r + b.im;
   return {(a.re * r + a.im) / den, (a.im * r - a.re) / den};
 }
-template <class E> inline E reciprocal(E b) { return quotient(one_of<E>(), b); }
 
 // ---- conjugation when asked for; real values pass unchanged
 template <bool Conj, class E>

@@ -93,7 +93,7 @@ struct Trsm {
       for (int64_t r = 0; r < kLeaf; ++r)
         leaf[r + c * kLeaf] = r < nb && c < nb && (up ? r <= c : r >= c) ? op_a(o + r, o + c) : E{};
     E *inv = leaf + kLeaf * kLeaf;
-    for (int64_t r = 0; r < nb; ++r) inv[r] = f.unit ? kOne : reciprocal(op_a(o + r, o + r));
+    for (int64_t r = 0; r < nb; ++r) inv[r] = f.unit ? kOne : quotient(kOne, op_a(o + r, o + r));
   }
 
   // ---- side 'R': X op(A) = B on rows i0 .. i0 + mb

@@ -2,9 +2,9 @@
 // helpers, written once for the real and the complex element types:
 // reciprocals and quotients, products with a real factor, the pivot test.
 //
-// Quotients and reciprocals of two elements are the shared ones of
-// frame/element.hpp (complex divisors by the scaled formula); a complex
-// divided by a real divides both parts.
+// Quotients of two elements are the shared ones of frame/element.hpp
+// (complex divisors by the scaled formula); a complex divided by a real
+// divides both parts.
 #pragma once
 #include <cmath>
 #include <cstdint>
@@ -19,6 +19,7 @@ template <class R> inline cplx<R> times_real(cplx<R> a, R r) { return {a.re * r,
 
 using zor::quotient;
 template <class R> inline cplx<R> quotient(cplx<R> a, R b) { return {a.re / b, a.im / b}; }
+template <class E> inline E reciprocal(E b) { return quotient(one_of<E>(), b); }
 
 // A pivot that cannot be divided by: zero or NaN (for complex, both parts
 // zero or either part NaN). Written as "neither positive nor negative", so
