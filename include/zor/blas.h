@@ -198,10 +198,10 @@ ZOR_API void zor_blas_scgemv(const char *trans, const zor_int *m, const zor_int 
                              const void *beta, void *y, const zor_int *incy);
 
 /* ---- checked matrix-vector entries supplied by zor_core: the published
- * routines with 64-bit integers and the length of the trans text last (as a
- * Fortran caller passes it; only the first byte of trans is read). trans
- * must be N, T or C in either case; a bad argument is reported by position
- * and nothing is written. */
+ * routines with 64-bit integers and the length of the letter argument's
+ * text last (as a Fortran caller passes it; only the first byte of the
+ * letter is read). trans must be N, T or C, uplo U or L, in either case; a
+ * bad argument is reported by position and nothing is written. */
 #include <stddef.h>
 ZOR_API void zor_blas_dgemv(const char *trans, const zor_int *m, const zor_int *n, const double *alpha,
                             const double *a, const zor_int *lda, const double *x, const zor_int *incx,
@@ -209,5 +209,94 @@ ZOR_API void zor_blas_dgemv(const char *trans, const zor_int *m, const zor_int *
 ZOR_API void zor_blas_sgemv(const char *trans, const zor_int *m, const zor_int *n, const float *alpha,
                             const float *a, const zor_int *lda, const float *x, const zor_int *incx,
                             const float *beta, float *y, const zor_int *incy, size_t trans_len);
+ZOR_API void zor_blas_cgemv(const char *trans, const zor_int *m, const zor_int *n, const void *alpha,
+                            const void *a, const zor_int *lda, const void *x, const zor_int *incx,
+                            const void *beta, void *y, const zor_int *incy, size_t trans_len);
+ZOR_API void zor_blas_zgemv(const char *trans, const zor_int *m, const zor_int *n, const void *alpha,
+                            const void *a, const zor_int *lda, const void *x, const zor_int *incx,
+                            const void *beta, void *y, const zor_int *incy, size_t trans_len);
+/* A := alpha x x^T + A on the triangle uplo ('U' or 'L', either case) */
+ZOR_API void zor_blas_ssyr(const char *uplo, const zor_int *n, const float *alpha, const float *x,
+                           const zor_int *incx, float *a, const zor_int *lda, size_t uplo_len);
+
+/* ==== Level 2 beyond the general product. Letter arguments are read at
+ * their first byte in either case: uplo 'U' is the upper triangle, any other
+ * byte the lower; trans 'N' none, 'T' the transpose, any other byte the
+ * conjugate transpose (the transpose for real data); diag 'N' a stored
+ * diagonal, any other byte a unit diagonal that is not read. Band storage:
+ * lda >= k + 1 (general band: kl + ku + 1), the diagonal in row k of the
+ * array for upper, row 0 for lower; packed storage: the triangle column
+ * after column with no gaps. Hermitian routines never read the imaginary
+ * part of the diagonal, and the updates store 0 there. */
+
+/* ---- rank-one updates A := alpha x y^T + A (?geru, real ?ger) and
+ * A := alpha x y^H + A (?gerc); a column whose y[j] is 0 is not touched */
+ZOR_API void zor_blas_sger(const zor_int *m, const zor_int *n, const float *alpha, const float *x, const zor_int *incx,
+                           const float *y, const zor_int *incy, float *a, const zor_int *lda);
+ZOR_API void zor_blas_dger(const zor_int *m, const zor_int *n, const double *alpha, const double *x,
+                           const zor_int *incx, const double *y, const zor_int *incy, double *a, const zor_int *lda);
+ZOR_API void zor_blas_cgeru(const zor_int *m, const zor_int *n, const void *alpha, const void *x, const zor_int *incx,
+                            const void *y, const zor_int *incy, void *a, const zor_int *lda);
+ZOR_API void zor_blas_zgeru(const zor_int *m, const zor_int *n, const void *alpha, const void *x, const zor_int *incx,
+                            const void *y, const zor_int *incy, void *a, const zor_int *lda);
+ZOR_API void zor_blas_cgerc(const zor_int *m, const zor_int *n, const void *alpha, const void *x, const zor_int *incx,
+                            const void *y, const zor_int *incy, void *a, const zor_int *lda);
+ZOR_API void zor_blas_zgerc(const zor_int *m, const zor_int *n, const void *alpha, const void *x, const zor_int *incx,
+                            const void *y, const zor_int *incy, void *a, const zor_int *lda);
+
+/* ---- symmetric and Hermitian updates of one triangle: x?syr, ?her (alpha
+ * real) A := alpha x x^T (x^H) + A; x?syr2, ?her2 A := alpha x y^T (y^H) +
+ * alpha y x^T (conj(alpha) y x^H) + A; ?spr, ?hpr, ?spr2, ?hpr2 the same on
+ * packed storage. A column whose x[j] (and y[j]) is 0 is not touched. */
+ZOR_API void zor_blas_xssyr(const char *uplo, const zor_int *n, const float *alpha, const float *x,
+                            const zor_int *incx, float *a, const zor_int *lda);
+ZOR_API void zor_blas_xdsyr(const char *uplo, const zor_int *n, const double *alpha, const double *x,
+                            const zor_int *incx, double *a, const zor_int *lda);
+ZOR_API void zor_blas_cher(const char *uplo, const zor_int *n, const float *alpha, const void *x, const zor_int *incx,
+                           void *a, const zor_int *lda);
+ZOR_API void zor_blas_zher(const char *uplo, const zor_int *n, const double *alpha, const void *x,
+                           const zor_int *incx, void *a, const zor_int *lda);
+ZOR_API void zor_blas_sspr(const char *uplo, const zor_int *n, const float *alpha, const float *x,
+                           const zor_int *incx, float *ap);
+ZOR_API void zor_blas_dspr(const char *uplo, const zor_int *n, const double *alpha, const double *x,
+                           const zor_int *incx, double *ap);
+ZOR_API void zor_blas_chpr(const char *uplo, const zor_int *n, const float *alpha, const void *x, const zor_int *incx,
+                           void *ap);
+ZOR_API void zor_blas_zhpr(const char *uplo, const zor_int *n, const double *alpha, const void *x,
+                           const zor_int *incx, void *ap);
+ZOR_API void zor_blas_xssyr2(const char *uplo, const zor_int *n, const float *alpha, const float *x,
+                             const zor_int *incx, const float *y, const zor_int *incy, float *a, const zor_int *lda);
+ZOR_API void zor_blas_xdsyr2(const char *uplo, const zor_int *n, const double *alpha, const double *x,
+                             const zor_int *incx, const double *y, const zor_int *incy, double *a,
+                             const zor_int *lda);
+ZOR_API void zor_blas_cher2(const char *uplo, const zor_int *n, const void *alpha, const void *x, const zor_int *incx,
+                            const void *y, const zor_int *incy, void *a, const zor_int *lda);
+ZOR_API void zor_blas_zher2(const char *uplo, const zor_int *n, const void *alpha, const void *x, const zor_int *incx,
+                            const void *y, const zor_int *incy, void *a, const zor_int *lda);
+ZOR_API void zor_blas_sspr2(const char *uplo, const zor_int *n, const float *alpha, const float *x,
+                            const zor_int *incx, const float *y, const zor_int *incy, float *ap);
+ZOR_API void zor_blas_dspr2(const char *uplo, const zor_int *n, const double *alpha, const double *x,
+                            const zor_int *incx, const double *y, const zor_int *incy, double *ap);
+ZOR_API void zor_blas_chpr2(const char *uplo, const zor_int *n, const void *alpha, const void *x, const zor_int *incx,
+                            const void *y, const zor_int *incy, void *ap);
+ZOR_API void zor_blas_zhpr2(const char *uplo, const zor_int *n, const void *alpha, const void *x, const zor_int *incx,
+                            const void *y, const zor_int *incy, void *ap);
+/* Slices for one thread each: n consecutive columns of a larger triangle,
+ * a trapezoid whose rows run to row off + n of the block the pointers stand
+ * at. Lower: a and x at the slice's first diagonal element, column j holds
+ * rows j to n + off - 1. Upper: a at the top of the slice's first column and
+ * x at the vector's start, column j holds rows 0 to off + j. x (and y) are
+ * read over n + off elements; a negative increment starts at the far end of
+ * those. off = 0 is the whole update. */
+ZOR_API void zor_blas_xssyr_in_thread(const char *uplo, const zor_int *n, const float *alpha, const float *x,
+                                      const zor_int *incx, float *a, const zor_int *lda, const zor_int *off);
+ZOR_API void zor_blas_xdsyr_in_thread(const char *uplo, const zor_int *n, const double *alpha, const double *x,
+                                      const zor_int *incx, double *a, const zor_int *lda, const zor_int *off);
+ZOR_API void zor_blas_xssyr2_in_thread(const char *uplo, const zor_int *n, const float *alpha, const float *x,
+                                       const zor_int *incx, const float *y, const zor_int *incy, float *a,
+                                       const zor_int *lda, const zor_int *off);
+ZOR_API void zor_blas_xdsyr2_in_thread(const char *uplo, const zor_int *n, const double *alpha, const double *x,
+                                       const zor_int *incx, const double *y, const zor_int *incy, double *a,
+                                       const zor_int *lda, const zor_int *off);
 
 #endif
