@@ -21,7 +21,8 @@
 // kept apart (two sets of lanes, alternating registers, when there are at
 // most two columns) and joined into s[k] once at the end of the registers:
 // lanes in order ((l0 + l1) + (l2 + l3)), the sets first; then the last rows
-// singly. The matrix and the other vector are read wherever they stand.
+// singly. The matrix and the other vector are read wherever they stand, and
+// so is everything when a register holds one element (no boundary to reach).
 #pragma once
 #include <cstdint>
 #include <cstring>
@@ -189,13 +190,14 @@ ZOR_HOT inline void row_pass(int64_t len, const E *const *c, const Factor<E> *t,
       V a[Cols];
       for (int k = 0; k < Cols; ++k) a[k] = P::load(ck[k]), ck[k] += L;
       if constexpr (Update) {
-        V v = P::load_a(yp);
+        V v = L > 1 ? P::load_a(yp) : P::load(yp);
         for (int k = 0; k < Cols; ++k) v = simd::add(v, t[k].times(a[k]));
-        P::store_a(yp, v);
+        if (L > 1) P::store_a(yp, v);
+        else P::store(yp, v);
         yp += L;
       }
       if constexpr (Dot) {
-        const V xv = Update ? P::load(xp) : P::load_a(xp);
+        const V xv = Update || L == 1 ? P::load(xp) : P::load_a(xp);
         for (int k = 0; k < Cols; ++k) acc[set][k].add(a[k], xv);
         xp += L;
       }

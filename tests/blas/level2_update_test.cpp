@@ -215,7 +215,8 @@ TEST(Level2Checked, ComplexGemvAndSsyr) {
   EXPECT_EQ(a[2], 6.0f);   // a[2, 0] = 2 x2 x0
   EXPECT_EQ(a[6], 0.0f);   // the upper triangle untouched
   EXPECT_EQ(syr("Upper", 2, -1, 3, a), "");
-  EXPECT_EQ(a[3], 2 + 2 * 2 * 1.0f);  // x runs backwards: (x0, x1) = (2, 1)
+  EXPECT_EQ(a[3], 2 * 2 * 1.0f);      // x runs backwards: (x0, x1) = (2, 1)
+  EXPECT_EQ(a[0], 2 + 2 * 2 * 2.0f);  // the diagonal adds to the lower call's
   struct Bad {
     const char *uplo;
     int64_t n, incx, lda;
