@@ -41,10 +41,7 @@ namespace zor::blas::level2 {
 
 // ---------------------------------------------------------------- vectors
 
-template <class E>
-inline E *vector_start(E *p, int64_t len, int64_t inc) {
-  return inc < 0 ? p + (1 - len) * inc : p;
-}
+using gemv::vector_start;
 // The base to pass for the logical elements [first, first + len) of a vector
 // whose logical start is `start`.
 template <class E>
