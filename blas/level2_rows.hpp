@@ -24,6 +24,7 @@
 // singly. The matrix and the other vector are read wherever they stand, and
 // so is everything when a register holds one element (no boundary to reach).
 #pragma once
+#include <cmath>
 #include <cstdint>
 #include <cstring>
 
@@ -64,6 +65,40 @@ struct Strided {
   E get(int64_t i) const { return load_any(p + i * inc); }
   void set(int64_t i, E v) const { store_any(p + i * inc, v); }
 };
+
+// Quotients: a real one plainly; a complex one by the scaled formula, so
+// that the divisor's squared magnitude never overflows or underflows before
+// the quotient does: with |re| >= |im|, r := im / re, d := re + im r,
+// a / b = ((a.re + a.im r) / d, (a.im - a.re r) / d); the other case
+// mirrors it. A true division: no reciprocal is formed.
+template <class R>
+inline R divided(R a, R b) {
+  return a / b;
+}
+template <class R>
+inline cplx<R> divided(cplx<R> a, cplx<R> b) {
+  if (std::fabs(b.re) >= std::fabs(b.im)) {
+    const R r = b.im / b.re, d = b.re + b.im * r;
+    return {(a.re + a.im * r) / d, (a.im - a.re * r) / d};
+  }
+  const R r = b.re / b.im, d = b.re * r + b.im;
+  return {(a.re * r + a.im) / d, (a.im * r - a.re) / d};
+}
+// An element times a real: both parts scaled. A Hermitian diagonal is the
+// real part of its element.
+template <class R>
+inline R scaled_by_real(R a, R r) {
+  return a * r;
+}
+template <class R>
+inline cplx<R> scaled_by_real(cplx<R> a, R r) {
+  return {a.re * r, a.im * r};
+}
+template <class E>
+inline real_t<E> real_part(E a) {
+  if constexpr (is_complex_v<E>) return a.re;
+  else return a;
+}
 
 // ---------------------------------------------------------------- the frame
 
@@ -229,5 +264,93 @@ ZOR_HOT inline void axpy(int64_t len, E t, const E *a, E *y) {
   const Factor<E> f(t);
   row_pass<E, 1, true, false>(len, c, &f, nullptr, y, nullptr);
 }
+
+
+// ---------------------------------------------------------------- storage
+
+// Column j of a matrix as an array indexed by row: col(j)[i] is a[i, j] for
+// the rows the storage holds. Dense: lda apart. Packed: the triangle column
+// after column; upper column j starts at j (j + 1) / 2, lower at
+// j n - j (j - 1) / 2 where its row j stands. Band: column j at j lda, its
+// diagonal in row `diag` of the array (k for upper or ku, 0 for lower).
+template <class E>
+struct DenseColumns {
+  E *a;
+  int64_t lda;
+  E *operator()(int64_t j) const { return a + j * lda; }
+};
+template <class E>
+struct PackedColumns {
+  E *ap;
+  int64_t n;
+  bool upper;
+  E *operator()(int64_t j) const { return upper ? ap + j * (j + 1) / 2 : ap + (j * n - j * (j + 1) / 2); }
+};
+template <class E>
+struct BandColumns {
+  E *a;
+  int64_t lda, diag;
+  E *operator()(int64_t j) const { return a + j * lda + diag - j; }
+};
+
+// ---------------------------------------------------------------- row ranges
+
+// The three operations on a range of rows [lo, hi) of one column c (indexed
+// by row) against vectors at their logical starts:
+//   add(lo, hi, t, c, y)             y_i := y_i + t c_i
+//   dot<Conj>(lo, hi, c, x)          sum conj_if(c_i) x_i, from 0
+//   add_dot<Conj>(lo, hi, t, c, x, y, s)   both in one touch of c
+// InRows runs them here: the row pass when the strides are 1 and everything
+// stands on its element boundary, else scalar loops in row order. Level1
+// runs add and dot through the tier's own x?axpy and dots (which is how
+// their processor choices reach a caller).
+template <class T>
+struct InRows {
+  using E = typename T::elem;
+  static bool unit(const E *c, const Strided<E> &v) { return v.inc == 1 && on_boundary(c) && on_boundary(v.p); }
+  static void add(int64_t lo, int64_t hi, E t, const E *c, const Strided<E> &y) {
+    if (hi <= lo) return;
+    if (unit(c, y)) return level2::axpy(hi - lo, t, c + lo, y.p + lo);
+    for (int64_t i = lo; i < hi; ++i) y.set(i, y.get(i) + t * load_any(c + i));
+  }
+  template <bool Conj>
+  static E dot(int64_t lo, int64_t hi, const E *c, const Strided<E> &x) {
+    if (hi <= lo) return E{};
+    if (unit(c, x)) return level2::dot<E, Conj>(hi - lo, c + lo, x.p + lo);
+    E s{};
+    for (int64_t i = lo; i < hi; ++i) s = s + times<Conj>(load_any(c + i), x.get(i));
+    return s;
+  }
+  template <bool Conj>
+  static void add_dot(int64_t lo, int64_t hi, E t, const E *c, const Strided<E> &x, const Strided<E> &y, E &s) {
+    if (hi <= lo) return;
+    if (unit(c, x) && unit(c, y)) {
+      const E *cs[1] = {c + lo};
+      const Factor<E> f(t);
+      return row_pass<E, 1, true, true, Conj>(hi - lo, cs, &f, x.p + lo, y.p + lo, &s);
+    }
+    for (int64_t i = lo; i < hi; ++i) {
+      const E ci = load_any(c + i);
+      y.set(i, y.get(i) + t * ci);
+      s = s + times<Conj>(ci, x.get(i));
+    }
+  }
+};
+template <class T>
+struct Level1 {
+  using E = typename T::elem;
+  static void add(int64_t lo, int64_t hi, E t, const E *c, const Strided<E> &y) {
+    if (hi <= lo) return;
+    const zor_int len = hi - lo, one = 1, inc = y.inc;
+    imports<T>::xaxpy(&len, &t, c + lo, &one, segment_base(y.p, lo, len, y.inc), &inc);
+  }
+  template <bool Conj>
+  static E dot(int64_t lo, int64_t hi, const E *c, const Strided<E> &x) {
+    if (hi <= lo) return E{};
+    const zor_int len = hi - lo, one = 1, inc = x.inc;
+    E *xb = segment_base(x.p, lo, len, x.inc);
+    return Conj ? imports<T>::dotc_of(&len, c + lo, &one, xb, &inc) : imports<T>::dotu_of(&len, c + lo, &one, xb, &inc);
+  }
+};
 
 }  // namespace zor::blas::level2

@@ -39,23 +39,6 @@
 namespace zor::blas::level2 {
 namespace {
 
-// Column j as an array indexed by row: col(j)[i] is a[i, j].
-template <class E>
-struct DenseColumns {
-  E *a;
-  int64_t lda;
-  E *operator()(int64_t j) const { return a + j * lda; }
-};
-template <class E>
-struct PackedColumns {
-  E *ap;
-  int64_t n;
-  bool upper;
-  // Upper: column j starts at j (j + 1) / 2; lower: at j n - j (j - 1) / 2,
-  // where its row j stands.
-  E *operator()(int64_t j) const { return upper ? ap + j * (j + 1) / 2 : ap + (j * n - j * (j + 1) / 2); }
-};
-
 // Rank one (Two false) or two, alpha of type A (real for ?her, ?hpr).
 template <class T, bool Two, class A, class Columns>
 void rank_update(bool upper, int64_t n, int64_t off, A alpha, const typename T::elem *x, int64_t incx,
