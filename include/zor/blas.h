@@ -299,4 +299,80 @@ ZOR_API void zor_blas_xdsyr2_in_thread(const char *uplo, const zor_int *n, const
                                        const zor_int *incx, const double *y, const zor_int *incy, double *a,
                                        const zor_int *lda, const zor_int *off);
 
+
+/* ---- triangular products and solves, dense (?trsv, x?trmv), band (?tbmv,
+ * ?tbsv) and packed (?tpmv, ?tpsv): x := op(A) x or op(A)^-1 x. uplo 'U'
+ * or 'u' upper, anything else lower; trans 'N' or 'n', 'T' or 't', anything
+ * else the conjugate transpose (the transpose for real data); diag 'N' or
+ * 'n' non-unit, anything else unit (the diagonal is not read). A zero on a
+ * solve's diagonal divides as IEEE arithmetic does. */
+ZOR_API void zor_blas_strsv(const char *uplo, const char *trans, const char *diag, const zor_int *n,
+                            const float *a, const zor_int *lda, float *x, const zor_int *incx);
+ZOR_API void zor_blas_dtrsv(const char *uplo, const char *trans, const char *diag, const zor_int *n,
+                            const double *a, const zor_int *lda, double *x, const zor_int *incx);
+ZOR_API void zor_blas_ctrsv(const char *uplo, const char *trans, const char *diag, const zor_int *n,
+                            const void *a, const zor_int *lda, void *x, const zor_int *incx);
+ZOR_API void zor_blas_ztrsv(const char *uplo, const char *trans, const char *diag, const zor_int *n,
+                            const void *a, const zor_int *lda, void *x, const zor_int *incx);
+ZOR_API void zor_blas_xstrmv(const char *uplo, const char *trans, const char *diag, const zor_int *n,
+                             const float *a, const zor_int *lda, float *x, const zor_int *incx);
+ZOR_API void zor_blas_xdtrmv(const char *uplo, const char *trans, const char *diag, const zor_int *n,
+                             const double *a, const zor_int *lda, double *x, const zor_int *incx);
+ZOR_API void zor_blas_xctrmv(const char *uplo, const char *trans, const char *diag, const zor_int *n,
+                             const void *a, const zor_int *lda, void *x, const zor_int *incx);
+ZOR_API void zor_blas_xztrmv(const char *uplo, const char *trans, const char *diag, const zor_int *n,
+                             const void *a, const zor_int *lda, void *x, const zor_int *incx);
+/* The slice of a product for one thread: m consecutive elements of
+ * op(A) x for a triangle seen by the thread as of order n. y (incy) holds
+ * on entry the slice's elements of the source vector, x (unit stride) the
+ * whole source vector over the view; only y is written. The slice's
+ * diagonal block is the last m rows and columns of the view for 'N' lower
+ * and transposed upper (a and x from the view's start), the first m for
+ * 'N' upper and transposed lower (a and x at the slice's first diagonal
+ * element and its element of x). */
+ZOR_API void zor_blas_xstrmv_in_thread(const char *uplo, const char *trans, const char *diag, const zor_int *n,
+                                       const float *a, const zor_int *lda, float *y, const zor_int *incy,
+                                       const zor_int *m, const float *x);
+ZOR_API void zor_blas_xdtrmv_in_thread(const char *uplo, const char *trans, const char *diag, const zor_int *n,
+                                       const double *a, const zor_int *lda, double *y, const zor_int *incy,
+                                       const zor_int *m, const double *x);
+ZOR_API void zor_blas_xctrmv_in_thread(const char *uplo, const char *trans, const char *diag, const zor_int *n,
+                                       const void *a, const zor_int *lda, void *y, const zor_int *incy,
+                                       const zor_int *m, const void *x);
+ZOR_API void zor_blas_xztrmv_in_thread(const char *uplo, const char *trans, const char *diag, const zor_int *n,
+                                       const void *a, const zor_int *lda, void *y, const zor_int *incy,
+                                       const zor_int *m, const void *x);
+ZOR_API void zor_blas_stbmv(const char *uplo, const char *trans, const char *diag, const zor_int *n,
+                            const zor_int *k, const float *a, const zor_int *lda, float *x, const zor_int *incx);
+ZOR_API void zor_blas_dtbmv(const char *uplo, const char *trans, const char *diag, const zor_int *n,
+                            const zor_int *k, const double *a, const zor_int *lda, double *x, const zor_int *incx);
+ZOR_API void zor_blas_ctbmv(const char *uplo, const char *trans, const char *diag, const zor_int *n,
+                            const zor_int *k, const void *a, const zor_int *lda, void *x, const zor_int *incx);
+ZOR_API void zor_blas_ztbmv(const char *uplo, const char *trans, const char *diag, const zor_int *n,
+                            const zor_int *k, const void *a, const zor_int *lda, void *x, const zor_int *incx);
+ZOR_API void zor_blas_stbsv(const char *uplo, const char *trans, const char *diag, const zor_int *n,
+                            const zor_int *k, const float *a, const zor_int *lda, float *x, const zor_int *incx);
+ZOR_API void zor_blas_dtbsv(const char *uplo, const char *trans, const char *diag, const zor_int *n,
+                            const zor_int *k, const double *a, const zor_int *lda, double *x, const zor_int *incx);
+ZOR_API void zor_blas_ctbsv(const char *uplo, const char *trans, const char *diag, const zor_int *n,
+                            const zor_int *k, const void *a, const zor_int *lda, void *x, const zor_int *incx);
+ZOR_API void zor_blas_ztbsv(const char *uplo, const char *trans, const char *diag, const zor_int *n,
+                            const zor_int *k, const void *a, const zor_int *lda, void *x, const zor_int *incx);
+ZOR_API void zor_blas_stpmv(const char *uplo, const char *trans, const char *diag, const zor_int *n,
+                            const float *ap, float *x, const zor_int *incx);
+ZOR_API void zor_blas_dtpmv(const char *uplo, const char *trans, const char *diag, const zor_int *n,
+                            const double *ap, double *x, const zor_int *incx);
+ZOR_API void zor_blas_ctpmv(const char *uplo, const char *trans, const char *diag, const zor_int *n,
+                            const void *ap, void *x, const zor_int *incx);
+ZOR_API void zor_blas_ztpmv(const char *uplo, const char *trans, const char *diag, const zor_int *n,
+                            const void *ap, void *x, const zor_int *incx);
+ZOR_API void zor_blas_stpsv(const char *uplo, const char *trans, const char *diag, const zor_int *n,
+                            const float *ap, float *x, const zor_int *incx);
+ZOR_API void zor_blas_dtpsv(const char *uplo, const char *trans, const char *diag, const zor_int *n,
+                            const double *ap, double *x, const zor_int *incx);
+ZOR_API void zor_blas_ctpsv(const char *uplo, const char *trans, const char *diag, const zor_int *n,
+                            const void *ap, void *x, const zor_int *incx);
+ZOR_API void zor_blas_ztpsv(const char *uplo, const char *trans, const char *diag, const zor_int *n,
+                            const void *ap, void *x, const zor_int *incx);
+
 #endif

@@ -70,16 +70,17 @@ bool is_nan(E v) {
 }
 
 // Every element of ours against want: bit for bit when exact (NaN matching
-// NaN), else within ulps units at the scale 4 + |want|; and the guards.
+// NaN), else within ulps units at the scale `scale` + |want|; and the guards.
 template <class E>
-void expect_match(const GuardedBuffer<E> &ours, const std::vector<E> &want, bool exact, double ulps) {
+void expect_match(const GuardedBuffer<E> &ours, const std::vector<E> &want, bool exact, double ulps,
+                  double scale = 4) {
   using R = real_of<E>;
   ASSERT_TRUE(ours.guards_intact());
   for (size_t i = 0; i < want.size(); ++i) {
     const E got = ours.get(i);
     if (same_bits(got, want[i]) || (is_nan(got) && is_nan(want[i]))) continue;
     ASSERT_FALSE(exact) << "element " << i << ": " << got << " vs " << want[i];
-    ASSERT_TRUE(close(got, want[i], R(4) + R(std::abs(want[i])), ulps))
+    ASSERT_TRUE(close(got, want[i], R(scale) + R(std::abs(want[i])), ulps))
         << "element " << i << ": " << got << " vs " << want[i];
   }
 }
