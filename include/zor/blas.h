@@ -375,4 +375,73 @@ ZOR_API void zor_blas_ctpsv(const char *uplo, const char *trans, const char *dia
 ZOR_API void zor_blas_ztpsv(const char *uplo, const char *trans, const char *diag, const zor_int *n,
                             const void *ap, void *x, const zor_int *incx);
 
+
+/* ---- general band product y := alpha op(A) x + beta y, kl sub- and ku
+ * super-diagonals (lda >= kl + ku + 1, the diagonal in row ku of the
+ * array); and the fused pair y1 := alpha A x1 + beta y1, y2 := alpha A^T x2
+ * + beta y2 (?gem2vu; ?gem2vc with A^H) in one pass over A. */
+ZOR_API void zor_blas_sgbmv(const char *trans, const zor_int *m, const zor_int *n, const zor_int *kl,
+                            const zor_int *ku, const float *alpha, const float *a, const zor_int *lda, const float *x,
+                            const zor_int *incx, const float *beta, float *y, const zor_int *incy);
+ZOR_API void zor_blas_dgbmv(const char *trans, const zor_int *m, const zor_int *n, const zor_int *kl,
+                            const zor_int *ku, const double *alpha, const double *a, const zor_int *lda, const double *x,
+                            const zor_int *incx, const double *beta, double *y, const zor_int *incy);
+ZOR_API void zor_blas_cgbmv(const char *trans, const zor_int *m, const zor_int *n, const zor_int *kl,
+                            const zor_int *ku, const void *alpha, const void *a, const zor_int *lda, const void *x,
+                            const zor_int *incx, const void *beta, void *y, const zor_int *incy);
+ZOR_API void zor_blas_zgbmv(const char *trans, const zor_int *m, const zor_int *n, const zor_int *kl,
+                            const zor_int *ku, const void *alpha, const void *a, const zor_int *lda, const void *x,
+                            const zor_int *incx, const void *beta, void *y, const zor_int *incy);
+ZOR_API void zor_blas_sgem2vu(const zor_int *m, const zor_int *n, const float *alpha, const float *a,
+                               const zor_int *lda, const float *x1, const zor_int *incx1, const float *x2,
+                               const zor_int *incx2, const float *beta, float *y1, const zor_int *incy1, float *y2,
+                               const zor_int *incy2);
+ZOR_API void zor_blas_dgem2vu(const zor_int *m, const zor_int *n, const double *alpha, const double *a,
+                               const zor_int *lda, const double *x1, const zor_int *incx1, const double *x2,
+                               const zor_int *incx2, const double *beta, double *y1, const zor_int *incy1, double *y2,
+                               const zor_int *incy2);
+ZOR_API void zor_blas_cgem2vc(const zor_int *m, const zor_int *n, const void *alpha, const void *a,
+                               const zor_int *lda, const void *x1, const zor_int *incx1, const void *x2,
+                               const zor_int *incx2, const void *beta, void *y1, const zor_int *incy1, void *y2,
+                               const zor_int *incy2);
+ZOR_API void zor_blas_zgem2vc(const zor_int *m, const zor_int *n, const void *alpha, const void *a,
+                               const zor_int *lda, const void *x1, const zor_int *incx1, const void *x2,
+                               const zor_int *incx2, const void *beta, void *y1, const zor_int *incy1, void *y2,
+                               const zor_int *incy2);
+/* ---- symmetric and Hermitian products y := alpha A x + beta y from one
+ * stored triangle: dense (x?symv, ?hemv), band with k off-diagonals
+ * (?sbmv, ?hbmv) and packed (?spmv, ?hpmv). */
+ZOR_API void zor_blas_xssymv(const char *uplo, const zor_int *n, const float *alpha, const float *a,
+                              const zor_int *lda, const float *x, const zor_int *incx, const float *beta, float *y,
+                              const zor_int *incy);
+ZOR_API void zor_blas_ssbmv(const char *uplo, const zor_int *n, const zor_int *k, const float *alpha,
+                             const float *a, const zor_int *lda, const float *x, const zor_int *incx, const float *beta,
+                             float *y, const zor_int *incy);
+ZOR_API void zor_blas_sspmv(const char *uplo, const zor_int *n, const float *alpha, const float *ap, const float *x,
+                             const zor_int *incx, const float *beta, float *y, const zor_int *incy);
+ZOR_API void zor_blas_xdsymv(const char *uplo, const zor_int *n, const double *alpha, const double *a,
+                              const zor_int *lda, const double *x, const zor_int *incx, const double *beta, double *y,
+                              const zor_int *incy);
+ZOR_API void zor_blas_dsbmv(const char *uplo, const zor_int *n, const zor_int *k, const double *alpha,
+                             const double *a, const zor_int *lda, const double *x, const zor_int *incx, const double *beta,
+                             double *y, const zor_int *incy);
+ZOR_API void zor_blas_dspmv(const char *uplo, const zor_int *n, const double *alpha, const double *ap, const double *x,
+                             const zor_int *incx, const double *beta, double *y, const zor_int *incy);
+ZOR_API void zor_blas_chemv(const char *uplo, const zor_int *n, const void *alpha, const void *a,
+                              const zor_int *lda, const void *x, const zor_int *incx, const void *beta, void *y,
+                              const zor_int *incy);
+ZOR_API void zor_blas_chbmv(const char *uplo, const zor_int *n, const zor_int *k, const void *alpha,
+                             const void *a, const zor_int *lda, const void *x, const zor_int *incx, const void *beta,
+                             void *y, const zor_int *incy);
+ZOR_API void zor_blas_chpmv(const char *uplo, const zor_int *n, const void *alpha, const void *ap, const void *x,
+                             const zor_int *incx, const void *beta, void *y, const zor_int *incy);
+ZOR_API void zor_blas_zhemv(const char *uplo, const zor_int *n, const void *alpha, const void *a,
+                              const zor_int *lda, const void *x, const zor_int *incx, const void *beta, void *y,
+                              const zor_int *incy);
+ZOR_API void zor_blas_zhbmv(const char *uplo, const zor_int *n, const zor_int *k, const void *alpha,
+                             const void *a, const zor_int *lda, const void *x, const zor_int *incx, const void *beta,
+                             void *y, const zor_int *incy);
+ZOR_API void zor_blas_zhpmv(const char *uplo, const zor_int *n, const void *alpha, const void *ap, const void *x,
+                             const zor_int *incx, const void *beta, void *y, const zor_int *incy);
+
 #endif
