@@ -122,7 +122,7 @@ void drotmg_(double *, double *, double *, const double *, double *);
 }
 #endif
 
-/* The level-2 routines beyond ?gemv_, by family; complex data as void *,
+/* The level-2 routines beyond those above, by family; complex data as void *,
    real scalars of the Hermitian updates as the real type. */
 #ifdef __cplusplus
 extern "C" {
@@ -145,14 +145,6 @@ void sspr_(const char *, const f_int *, const float *, const float *, const f_in
 void dspr_(const char *, const f_int *, const double *, const double *, const f_int *, double *, f_len);
 void chpr_(const char *, const f_int *, const float *, const void *, const f_int *, void *, f_len);
 void zhpr_(const char *, const f_int *, const double *, const void *, const f_int *, void *, f_len);
-void ssyr2_(const char *, const f_int *, const float *, const float *, const f_int *, const float *, const f_int *,
-            float *, const f_int *, f_len);
-void dsyr2_(const char *, const f_int *, const double *, const double *, const f_int *, const double *,
-            const f_int *, double *, const f_int *, f_len);
-void cher2_(const char *, const f_int *, const void *, const void *, const f_int *, const void *, const f_int *,
-            void *, const f_int *, f_len);
-void zher2_(const char *, const f_int *, const void *, const void *, const f_int *, const void *, const f_int *,
-            void *, const f_int *, f_len);
 void sspr2_(const char *, const f_int *, const float *, const float *, const f_int *, const float *, const f_int *,
             float *, f_len);
 void dspr2_(const char *, const f_int *, const double *, const double *, const f_int *, const double *,
@@ -170,14 +162,6 @@ ZOR_REF_GBMV(double, dgbmv_)
 ZOR_REF_GBMV(void, cgbmv_)
 ZOR_REF_GBMV(void, zgbmv_)
 #undef ZOR_REF_GBMV
-#define ZOR_REF_SYMV(R, name)                                                                                   \
-  void name(const char *, const f_int *, const R *, const R *, const f_int *, const R *, const f_int *, const R *, \
-            R *, const f_int *, f_len);
-ZOR_REF_SYMV(float, ssymv_)
-ZOR_REF_SYMV(double, dsymv_)
-ZOR_REF_SYMV(void, chemv_)
-ZOR_REF_SYMV(void, zhemv_)
-#undef ZOR_REF_SYMV
 #define ZOR_REF_SBMV(R, name)                                                                                    \
   void name(const char *, const f_int *, const f_int *, const R *, const R *, const f_int *, const R *,         \
             const f_int *, const R *, R *, const f_int *, f_len);
