@@ -27,7 +27,6 @@ template <class T, bool Conj>
 void band_columns(Trans op, int64_t m, int64_t n, int64_t kl, int64_t ku, typename T::elem alpha,
                   const BandColumns<typename T::elem> &col, const Strided<typename T::elem> &x,
                   const Strided<typename T::elem> &y) {
-  using E = typename T::elem;
   using Rows = InRows<T>;
   for (int64_t j = 0; j < n; ++j) {
     const int64_t lo = j - ku > 0 ? j - ku : 0, hi = j + kl + 1 < m ? j + kl + 1 : m;
