@@ -251,7 +251,7 @@ UNIT_HEADERS = {
 UNITS = FORMATS + ["drivers", "blocks", "skyline", "conversions", "products"]
 # The units whose names are built and exported; a unit joins when all its
 # kernels work and are tested.
-READY = ["csr", "coo", "dia", "drivers"]
+READY = ["csr", "coo", "dia", "bsr", "drivers"]
 
 
 def grammar_kernels(fmt=None):
