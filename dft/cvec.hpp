@@ -1,0 +1,184 @@
+// Registers of complex numbers for the radix kernels. A kernel body is written
+// once over CVec<R, Lanes>, which holds Lanes interleaved complex values of
+// real type R: one double complex (CVec<double, 1>), two single complex
+// (CVec<float, 2>), or one single complex in the low half (CVec<float, 1>,
+// for odd tails). Twiddle factors are held in the form the register
+// multiplies best: for doubles the complex value itself, read as two
+// broadcasts; for floats a pair of registers with the real parts and the
+// imaginary parts spread over each element.
+//
+// Direction is a template flag: Fwd multiplies by exp(-i t), backward by
+// exp(+i t), from the same tables (the backward twiddle is the conjugate).
+#pragma once
+#include <cstddef>
+#include <cstdint>
+
+#include "frame/simd.hpp"
+#include "frame/traits.hpp"
+
+namespace zor::dft {
+
+template <class R, int Lanes>
+struct CVec;
+
+template <>
+struct CVec<double, 1> {
+  using real = double;
+  using elem = cplx<double>;
+  using V = __m128d;
+  static constexpr int lanes = 1;
+  static V load(const elem *p) { return _mm_loadu_pd(&p->re); }
+  static void store(elem *p, V v) { _mm_storeu_pd(&p->re, v); }
+  // Lanes gathered from / spread to separate addresses.
+  static V load2(const elem *p, const elem *) { return load(p); }
+  static void store2(elem *p, elem *, V v) { store(p, v); }
+  static V splat(double x) { return _mm_set1_pd(x); }
+  static V flip(V a) { return _mm_castsi128_pd(_mm_shuffle_epi32(_mm_castpd_si128(a), 0x4E)); }
+  static V mask_im() { return _mm_castsi128_pd(_mm_set_epi64x(INT64_MIN, 0)); }
+  static V mask_re() { return _mm_castsi128_pd(_mm_set_epi64x(0, INT64_MIN)); }
+  static V dup_re(V a) { return _mm_movedup_pd(a); }
+  static V dup_im(V a) { return _mm_unpackhi_pd(a, a); }
+  // A twiddle: the complex value, read as [re, re] and [im, im].
+  using Tw = cplx<double>;
+  static V tw_re(const Tw &w) { return _mm_loaddup_pd(&w.re); }
+  static V tw_im(const Tw &w) { return _mm_loaddup_pd(&w.im); }
+  static void set_tw(Tw *t, const cplx<double> *w) { *t = w[0]; }
+};
+
+template <>
+struct CVec<float, 2> {
+  using real = float;
+  using elem = cplx<float>;
+  using V = __m128;
+  static constexpr int lanes = 2;
+  static V load(const elem *p) { return _mm_loadu_ps(&p->re); }
+  static void store(elem *p, V v) { _mm_storeu_ps(&p->re, v); }
+  static V load2(const elem *p, const elem *q) {
+    __m128d lo = _mm_load_sd(reinterpret_cast<const double *>(p));
+    return _mm_castpd_ps(_mm_loadh_pd(lo, reinterpret_cast<const double *>(q)));
+  }
+  static void store2(elem *p, elem *q, V v) {
+    _mm_store_sd(reinterpret_cast<double *>(p), _mm_castps_pd(v));
+    _mm_storeh_pd(reinterpret_cast<double *>(q), _mm_castps_pd(v));
+  }
+  static V splat(float x) { return _mm_set1_ps(x); }
+  static V flip(V a) { return _mm_castsi128_ps(_mm_shuffle_epi32(_mm_castps_si128(a), 0xB1)); }
+  static V mask_im() { return _mm_castsi128_ps(_mm_set_epi32(INT32_MIN, 0, INT32_MIN, 0)); }
+  static V mask_re() { return _mm_castsi128_ps(_mm_set_epi32(0, INT32_MIN, 0, INT32_MIN)); }
+  static V dup_re(V a) { return _mm_moveldup_ps(a); }
+  static V dup_im(V a) { return _mm_movehdup_ps(a); }
+  struct alignas(16) Tw {
+    float re[4], im[4];
+  };
+  static V tw_re(const Tw &w) { return _mm_load_ps(w.re); }
+  static V tw_im(const Tw &w) { return _mm_load_ps(w.im); }
+  static void set_tw(Tw *t, const cplx<double> *w) {
+    for (int l = 0; l < 2; ++l) {
+      t->re[2 * l] = t->re[2 * l + 1] = float(w[l].re);
+      t->im[2 * l] = t->im[2 * l + 1] = float(w[l].im);
+    }
+  }
+};
+
+template <>
+struct CVec<float, 1> {
+  using real = float;
+  using elem = cplx<float>;
+  using V = __m128;
+  static constexpr int lanes = 1;
+  static V load(const elem *p) { return _mm_castpd_ps(_mm_load_sd(reinterpret_cast<const double *>(p))); }
+  static void store(elem *p, V v) { _mm_store_sd(reinterpret_cast<double *>(p), _mm_castps_pd(v)); }
+  static V load2(const elem *p, const elem *) { return load(p); }
+  static void store2(elem *p, elem *, V v) { store(p, v); }
+  static V splat(float x) { return _mm_set1_ps(x); }
+  static V flip(V a) { return _mm_castsi128_ps(_mm_shuffle_epi32(_mm_castps_si128(a), 0xB1)); }
+  static V mask_im() { return _mm_castsi128_ps(_mm_set_epi32(INT32_MIN, 0, INT32_MIN, 0)); }
+  static V mask_re() { return _mm_castsi128_ps(_mm_set_epi32(0, INT32_MIN, 0, INT32_MIN)); }
+  static V dup_re(V a) { return _mm_moveldup_ps(a); }
+  static V dup_im(V a) { return _mm_movehdup_ps(a); }
+  using Tw = CVec<float, 2>::Tw;
+  static V tw_re(const Tw &w) { return _mm_load_ps(w.re); }
+  static V tw_im(const Tw &w) { return _mm_load_ps(w.im); }
+  static void set_tw(Tw *t, const cplx<double> *w) {
+    for (int l = 0; l < 2; ++l) {
+      t->re[2 * l] = t->re[2 * l + 1] = float(w[0].re);
+      t->im[2 * l] = t->im[2 * l + 1] = float(w[0].im);
+    }
+  }
+};
+
+// The wide register of a precision (two float complexes, one double) and the
+// narrow one for tails.
+template <class R> using Wide = CVec<R, sizeof(R) == 4 ? 2 : 1>;
+template <class R> using Narrow = CVec<R, 1>;
+
+// ---- arithmetic on the register of CV
+template <class CV> inline typename CV::V add(typename CV::V a, typename CV::V b) { return simd::add(a, b); }
+template <class CV> inline typename CV::V sub(typename CV::V a, typename CV::V b) { return simd::sub(a, b); }
+
+// a times -i (forward) or +i (backward).
+template <class CV, bool Fwd>
+inline typename CV::V rot(typename CV::V a) {
+  return simd::xor_(CV::flip(a), Fwd ? CV::mask_im() : CV::mask_re());
+}
+
+// a times the twiddle w (forward) or its conjugate (backward).
+template <class CV, bool Fwd>
+inline typename CV::V twiddle(typename CV::V a, const typename CV::Tw &w) {
+  auto t = simd::mul(a, CV::tw_re(w));
+  auto u = simd::mul(CV::flip(a), CV::tw_im(w));
+  if constexpr (Fwd) return simd::addsub(t, u);
+  else return simd::add(t, simd::xor_(u, CV::mask_im()));
+}
+
+// a times the constant c + i s in the direction of the transform: c - i s
+// forward, c + i s backward (s given as the sine of a positive angle).
+template <class CV, bool Fwd>
+inline typename CV::V times_root(typename CV::V a, typename CV::real c, typename CV::real s) {
+  auto t = simd::mul(a, CV::splat(c));
+  auto u = simd::mul(CV::flip(a), CV::splat(s));
+  // forward: (ar c + ai s, ai c - ar s); backward: (ar c - ai s, ai c + ar s)
+  if constexpr (Fwd) return simd::add(t, simd::xor_(u, CV::mask_im()));
+  else return simd::addsub(t, u);
+}
+
+// a b, element by element.
+template <class CV>
+inline typename CV::V cmul(typename CV::V a, typename CV::V b) {
+  return simd::addsub(simd::mul(a, CV::dup_re(b)), simd::mul(CV::flip(a), CV::dup_im(b)));
+}
+
+template <class CV>
+inline typename CV::V scale_by(typename CV::V a, typename CV::real s) {
+  return simd::mul(a, CV::splat(s));
+}
+
+}  // namespace zor::dft
+
+namespace zor::dft {
+
+// A twiddle held as two broadcast pairs, [c, c] and [s, s] (doubles) or the
+// same four floats: the layout of the fixed kernels' tables. Read by the
+// register of one complex value.
+template <class R>
+struct alignas(16) DupRoot {
+  R re[2], im[2];
+};
+
+template <class CV, bool Fwd>
+inline typename CV::V twiddle(typename CV::V a, const DupRoot<typename CV::real> &w) {
+  static_assert(CV::lanes == 1);
+  typename CV::V wr, wi;
+  if constexpr (sizeof(typename CV::real) == 8) {
+    wr = _mm_load_pd(w.re), wi = _mm_load_pd(w.im);
+  } else {
+    wr = _mm_castpd_ps(_mm_load_sd(reinterpret_cast<const double *>(w.re)));
+    wi = _mm_castpd_ps(_mm_load_sd(reinterpret_cast<const double *>(w.im)));
+  }
+  auto t = simd::mul(a, wr);
+  auto u = simd::mul(CV::flip(a), wi);
+  if constexpr (Fwd) return simd::addsub(t, u);
+  else return simd::add(t, simd::xor_(u, CV::mask_im()));
+}
+
+}  // namespace zor::dft
