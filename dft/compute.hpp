@@ -1,0 +1,90 @@
+// The compute side of the transforms, as commit wires it: axis kernels (plan
+// functions, fixed and table kernels, the chirp), compute entries, and the
+// per-precision level-1 routines they use.
+#pragma once
+#include <cstdint>
+
+#include <zor/blas.h>
+#include <zor/dft_records.h>
+
+#include "frame/traits.hpp"
+
+namespace zor::dft {
+
+// The level-1 routines of a precision: scaling of complex and real lines,
+// and copies.
+template <class R> struct Level1;
+template <> struct Level1<double> {
+  static constexpr auto scal_complex = zor_blas_zdscal;
+  static constexpr auto scal_real = zor_blas_dscal;
+  static constexpr auto copy_complex = zor_blas_xzcopy;
+  static constexpr auto copy_real = zor_blas_xdcopy;
+};
+template <> struct Level1<float> {
+  static constexpr auto scal_complex = zor_blas_csscal;
+  static constexpr auto scal_real = zor_blas_sscal;
+  static constexpr auto copy_complex = zor_blas_xccopy;
+  static constexpr auto copy_real = zor_blas_xscopy;
+};
+
+// The kernel scale of a direction in the node's copies for the precision.
+template <class R> inline R kernel_scale(const DftNode *node, bool forward);
+template <> inline double kernel_scale<double>(const DftNode *n, bool f) {
+  return f ? n->kernel_forward_scale : n->kernel_backward_scale;
+}
+template <> inline float kernel_scale<float>(const DftNode *n, bool f) {
+  return f ? n->kernel_forward_scale_s : n->kernel_backward_scale_s;
+}
+
+template <class R> constexpr int precision_index = sizeof(R) == 8 ? 1 : 0;
+template <class R> constexpr int kernel_slot(bool forward, bool whole) {
+  return (whole ? 4 : 0) + 2 * precision_index<R> + (forward ? 1 : 0);
+}
+
+// Axis kernels chosen by the commit core.
+template <class R, bool Fwd> int64_t plan_ordered_kernel(void *in, void *out, DftNode *node, void *ws);
+template <class R, bool Fwd> int64_t plan_unordered_kernel(void *in, void *out, DftNode *node, void *ws);
+template <class R, bool Fwd> int64_t plan_split_kernel(void *in, void *out, DftNode *node, void *ws);
+template <class R, bool Fwd> dft_axis_kernel fixed_axis_kernel(int64_t n);
+template <bool Fwd> int64_t table_kernel(void *in, void *out, DftNode *node, void *ws);
+template <class R, bool Fwd> int64_t chirp_kernel(void *in, void *out, DftNode *node, void *ws);
+
+// Compute entries. Complex interleaved: in place (node, data), out of place
+// (node, in, out); split: (node, re, im) and (node, in re, in im, out re,
+// out im).
+template <class R, bool Fwd> int64_t entry_in(DftNode *node, void *a, void *, void *, void *);
+template <class R, bool Fwd> int64_t entry_out(DftNode *node, void *a, void *b, void *, void *);
+template <class R, bool Fwd> int64_t entry_split_in(DftNode *node, void *a, void *b, void *, void *);
+template <class R, bool Fwd> int64_t entry_split_out(DftNode *node, void *a, void *b, void *c, void *d);
+
+// The drivers behind the exports zor_dft_x{c,z}{forward,backward}[_out].
+template <class R, bool Fwd> int64_t driver_in(DftNode *node, void *data, int64_t transforms, void *ws);
+template <class R, bool Fwd>
+int64_t driver_out(DftNode *node, void *in, void *out, int64_t transforms, void *ws);
+
+// The small plan's entries: the plan with its scale, null workspace.
+template <class R, bool Fwd> int64_t small_plan_in(DftNode *node, void *a, void *, void *, void *);
+template <class R, bool Fwd> int64_t small_plan_out(DftNode *node, void *a, void *b, void *, void *);
+
+// The fixed-length method tables' entries for length N.
+template <class R, bool Fwd, int N> int64_t fixed_entry_in(DftNode *node, void *a, void *, void *, void *);
+template <class R, bool Fwd, int N> int64_t fixed_entry_out(DftNode *node, void *a, void *b, void *, void *);
+
+// The record of the node-level chirp: n points as a convolution of
+// M = 2^(b + 1) points, b the bit length of n, through a child node of
+// length M.
+template <class R>
+struct ChirpRecord {
+  int64_t n;
+  DftNode *child;
+  int64_t m;
+  cplx<R> *w;    // exp(-i pi k^2 / n), mirrored around the circle of M points
+  cplx<R> *big;  // the transform of the conjugate of w, divided by M
+};
+
+// A workspace slot of the calling thread for nodes with several user
+// threads: 0 and up, or negative when none can be had.
+int64_t claim_slot(DftNode *node);
+void release_slot(DftNode *node, int64_t slot);
+
+}  // namespace zor::dft
