@@ -8,6 +8,7 @@
 #include <stdlib.h>
 
 static long fail_next_count;
+static long fail_nth_count;
 static size_t fail_size_value;
 static long counts[4];
 
@@ -16,6 +17,7 @@ static int should_fail(size_t n) {
     --fail_next_count;
     return 1;
   }
+  if (fail_nth_count > 0 && --fail_nth_count == 0) return 1;
   return fail_size_value != 0 && n == fail_size_value;
 }
 
@@ -42,5 +44,6 @@ void *(*q_realloc_dll)(void *, size_t) = counting_realloc;
 void (*q_free_dll)(void *) = counting_free;
 
 void qalloc_fail_next(long n) { fail_next_count = n; }
+void qalloc_fail_nth(long k) { fail_nth_count = k; }
 void qalloc_fail_size(size_t n) { fail_size_value = n; }
 long qalloc_count(int which) { return counts[which]; }
