@@ -15,6 +15,9 @@ void scratch_free32(void *p);
 class PooledBuffer {
  public:
   PooledBuffer(uint64_t bytes, int32_t alignment) : p_(zor_serv_allocate(bytes, alignment)) {}
+  // Takes over a block that a routine has already taken from the pool (null
+  // included), e.g. through a GEMM descriptor's get_bufs.
+  explicit PooledBuffer(void *block) : p_(block) {}
   ~PooledBuffer() { zor_serv_deallocate(p_); }
   PooledBuffer(const PooledBuffer &) = delete;
   PooledBuffer &operator=(const PooledBuffer &) = delete;

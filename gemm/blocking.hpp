@@ -8,30 +8,20 @@
 #include <zor/serv.h>
 
 #include "gemm/desc.hpp"
+#include "gemm/panels.hpp"
+#include "gemm/parameters.hpp"
 
 namespace zor::gemm {
-
-inline int64_t round_up(int64_t x, int64_t unit) { return (x + unit - 1) / unit * unit; }
-inline int64_t round_down(int64_t x, int64_t unit) { return x / unit * unit; }
-
-// Per-precision constants of the block rules, one line per precision:
-//                 block_m    block_n  block_m row 1      block_k, block_m numerator
-//                 row 0      limit    small L2 / other   of the complex row 0 rule
-template <class T> struct BlockRule;
-template <> struct BlockRule<S> { static constexpr int64_t m0 = 1024, n_limit0 = 5000, m1_small = 1024, m1 = 2000, n_limit1 = 5000, k_complex = 0, m_numerator = 0; };
-template <> struct BlockRule<D> { static constexpr int64_t m0 = 512, n_limit0 = 10000, m1_small = 448, m1 = 1000, n_limit1 = 10000, k_complex = 0, m_numerator = 0; };
-template <> struct BlockRule<C> { static constexpr int64_t m0 = 0, n_limit0 = 5000, m1_small = 448, m1 = 1000, n_limit1 = 5000, k_complex = 256, m_numerator = 112640; };
-template <> struct BlockRule<Z> { static constexpr int64_t m0 = 0, n_limit0 = 2000, m1_small = 256, m1 = 512, n_limit1 = 5000, k_complex = 224, m_numerator = 56320; };
 
 // Depth block of the real rows: K below 256 rounded up to the unroll and at
 // least 128; 257..511 split in two halves; 256 itself and 512 or more: 256.
 inline int64_t real_block_k(int64_t k, int64_t unroll_k) {
-  if (k < 256) {
+  if (k < kDepthFull) {
     int64_t b = round_up(k, unroll_k);
-    return b < 128 ? 128 : b;
+    return b < kDepthFloor ? kDepthFloor : b;
   }
-  if (k > 256 && k < 512) return round_up(k / 2, unroll_k);
-  return 256;
+  if (k > kDepthFull && k < 2 * kDepthFull) return round_up(k / 2, unroll_k);
+  return kDepthFull;
 }
 
 // Row 0. Real: block_k as above, block_m fixed, block_n = max(N, unroll_n)
@@ -50,7 +40,7 @@ void get_blks_size(const int64_t *m, const int64_t *n, const int64_t *k, GemmDes
       const int64_t full = R::k_complex;
       int64_t bk;
       if (K % full == 0) bk = full;
-      else if (K % 128 == 0) bk = 128;
+      else if (K % kDepthFloor == 0) bk = kDepthFloor;
       else if (K > full && K < 2 * full) bk = round_up(K / 2, d->unroll_k);
       else bk = full;
       d->block_k = bk;
@@ -71,11 +61,11 @@ void get_blks_size(const int64_t *m, const int64_t *n, const int64_t *k, GemmDes
 }
 
 // The second-level cache counts as small when a level is known and its size,
-// compared as a signed 32-bit value, is at most 3 MiB.
+// compared as a signed 32-bit value, is at most kSmallSecondLevelBytes.
 inline bool small_second_level_cache() {
   int32_t info[8] = {};
   zor_serv_cache_info(info);
-  return info[0] != 0 && info[2] <= 0x300000;
+  return info[0] != 0 && info[2] <= kSmallSecondLevelBytes;
 }
 
 // Row 1: the row block follows the second-level cache size.
@@ -87,11 +77,11 @@ void get_blks_size_bvr(const int64_t *m, const int64_t *n, const int64_t *k, Gem
   if (d->block_k == 0) {
     if constexpr (!T::complex) {
       d->block_k = real_block_k(K, d->unroll_k);
-    } else if (K < 256) {
+    } else if (K < kDepthFull) {
       int64_t b = round_up(K, d->unroll_k);
-      d->block_k = b < 128 ? 128 : b;
+      d->block_k = b < kDepthFloor ? kDepthFloor : b;
     } else {
-      d->block_k = K <= 1024 ? 128 : 256;
+      d->block_k = K <= kComplexRow1DepthSplit ? kDepthFloor : kDepthFull;
     }
   }
   if (d->block_m == 0) d->block_m = small_second_level_cache() ? R::m1_small : R::m1;
@@ -118,10 +108,6 @@ inline bool wanted_by(int32_t request, Wanted *w) {
     default: return false;
   }
 }
-
-constexpr int64_t kBufferSlack = 4096;
-constexpr int32_t kPanelAlignLog2 = 12;
-constexpr int32_t kDupAlignLog2 = 7;
 
 template <class T>
 int32_t get_bufs_size(int32_t request, int32_t mode, const int64_t *m, const int64_t *n, const int64_t *k,
@@ -178,7 +164,7 @@ int32_t get_bufs(int32_t request, void **base, GemmDesc *d) {
   if (w.a) total += uint64_t(d->a_bytes) + (uint64_t(2) << d->a_align_log2);
   if (w.dup) total += uint64_t(d->dup_bytes) + (uint64_t(2) << d->dup_align_log2);
   if (w.b) total += uint64_t(d->b_bytes) + (uint64_t(2) << d->b_align_log2);
-  void *p = zor_serv_allocate(total, 128);
+  void *p = zor_serv_allocate(total, kBufsAlignment);
   *base = p;
   if (!p) return 0;
   char *at = static_cast<char *>(p);

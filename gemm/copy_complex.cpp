@@ -4,6 +4,7 @@
 #include <zor/gemm_complex.h>
 
 #include "frame/simd.hpp"
+#include "gemm/parameters.hpp"
 
 namespace zor::gemm {
 namespace {
@@ -44,14 +45,15 @@ inline typename T::vec load_rows(const typename T::real *src, int64_t lda, int64
 
 }  // namespace
 
-template <class T, int UnrollK, Form F>
+template <class T, int Row, Form F>
 void complex_copy_a(const int64_t *m_, const int64_t *k_, const void *src_, const int64_t *lda_, void *buffer,
                     const int64_t *panel_stride, const void *alpha_) {
   using R = typename T::real;
   using V = typename T::vec;
   constexpr int L = T::real_lanes;
-  constexpr int PV = ComplexShape<T>::per_vector;
-  constexpr int UM = ComplexShape<T>::unroll_m;
+  constexpr int PV = T::elem_lanes;
+  constexpr int UM = Panels<T>::UM;
+  constexpr int UnrollK = Panels<T>::depth_multiple(Row);
   constexpr bool conj = F == Form::C;
   const int64_t m = *m_, k = *k_, lda = *lda_, stride = *panel_stride;
   if (m < 1 || k < 1) return;
@@ -97,7 +99,7 @@ void complex_copy_a(const int64_t *m_, const int64_t *k_, const void *src_, cons
   }
 }
 
-template <class T, int UnrollK, int TailWidth, Form F>
+template <class T, int Row, Form F>
 void complex_copy_b(const int64_t *k_, const int64_t *n_, const void *src_, const int64_t *ldb_, void *buffer,
                     const int64_t *panel_stride, const void *) {
   using R = typename T::real;
@@ -105,6 +107,8 @@ void complex_copy_b(const int64_t *k_, const int64_t *n_, const void *src_, cons
   if (k < 1 || n < 1) return;
   const R *src = static_cast<const R *>(src_);
   R *buf = static_cast<R *>(buffer);
+  constexpr int UnrollK = Panels<T>::depth_multiple(Row);
+  constexpr int TailWidth = Panels<T>::tail_width(1, Row);
   const int64_t kp = (k + UnrollK - 1) / UnrollK * UnrollK;
   // Element (l, j) of op(B), conjugated for the 'c' form.
   auto put = [&](R *out, int64_t l, int64_t j) {
@@ -135,46 +139,44 @@ void complex_copy_b(const int64_t *k_, const int64_t *n_, const void *src_, cons
 }  // namespace zor::gemm
 
 // ---- exports
-using zor::C;
-using zor::Z;
 using zor::gemm::complex_copy_a;
 using zor::gemm::complex_copy_b;
 using zor::gemm::Form;
-using zor::gemm::tail_width_row1;
 using I = const int64_t *;
 using P = const void *;
+using zor::C;
+using zor::Z;
 
 // clang-format off
-ZOR_API void zor_blas_cgemm_copyan(I m, I k, P a, I lda, void *buf, I ps, P alpha) { complex_copy_a<C, 2, Form::N>(m, k, a, lda, buf, ps, alpha); }
-ZOR_API void zor_blas_cgemm_copyat(I m, I k, P a, I lda, void *buf, I ps, P alpha) { complex_copy_a<C, 2, Form::T>(m, k, a, lda, buf, ps, alpha); }
-ZOR_API void zor_blas_cgemm_copyac(I m, I k, P a, I lda, void *buf, I ps, P alpha) { complex_copy_a<C, 2, Form::C>(m, k, a, lda, buf, ps, alpha); }
-ZOR_API void zor_blas_cgemm_copyan_bvr(I m, I k, P a, I lda, void *buf, I ps, P alpha) { complex_copy_a<C, 4, Form::N>(m, k, a, lda, buf, ps, alpha); }
-ZOR_API void zor_blas_cgemm_copyat_bvr(I m, I k, P a, I lda, void *buf, I ps, P alpha) { complex_copy_a<C, 4, Form::T>(m, k, a, lda, buf, ps, alpha); }
-ZOR_API void zor_blas_cgemm_copyac_bvr(I m, I k, P a, I lda, void *buf, I ps, P alpha) { complex_copy_a<C, 4, Form::C>(m, k, a, lda, buf, ps, alpha); }
-ZOR_API void zor_blas_zgemm_copyan(I m, I k, P a, I lda, void *buf, I ps, P alpha) { complex_copy_a<Z, 2, Form::N>(m, k, a, lda, buf, ps, alpha); }
-ZOR_API void zor_blas_zgemm_copyat(I m, I k, P a, I lda, void *buf, I ps, P alpha) { complex_copy_a<Z, 2, Form::T>(m, k, a, lda, buf, ps, alpha); }
-ZOR_API void zor_blas_zgemm_copyac(I m, I k, P a, I lda, void *buf, I ps, P alpha) { complex_copy_a<Z, 2, Form::C>(m, k, a, lda, buf, ps, alpha); }
-ZOR_API void zor_blas_zgemm_copyan_bvr(I m, I k, P a, I lda, void *buf, I ps, P alpha) { complex_copy_a<Z, 4, Form::N>(m, k, a, lda, buf, ps, alpha); }
-ZOR_API void zor_blas_zgemm_copyat_bvr(I m, I k, P a, I lda, void *buf, I ps, P alpha) { complex_copy_a<Z, 4, Form::T>(m, k, a, lda, buf, ps, alpha); }
-ZOR_API void zor_blas_zgemm_copyac_bvr(I m, I k, P a, I lda, void *buf, I ps, P alpha) { complex_copy_a<Z, 4, Form::C>(m, k, a, lda, buf, ps, alpha); }
-
-ZOR_API void zor_blas_cgemm_copybn(I k, I n, P b, I ldb, void *buf, I ps, P u) { complex_copy_b<C, 2, 1, Form::N>(k, n, b, ldb, buf, ps, u); }
-ZOR_API void zor_blas_cgemm_copybt(I k, I n, P b, I ldb, void *buf, I ps, P u) { complex_copy_b<C, 2, 1, Form::T>(k, n, b, ldb, buf, ps, u); }
-ZOR_API void zor_blas_cgemm_copybc(I k, I n, P b, I ldb, void *buf, I ps, P u) { complex_copy_b<C, 2, 1, Form::C>(k, n, b, ldb, buf, ps, u); }
-ZOR_API void zor_blas_cgemm_copybn_bvr(I k, I n, P b, I ldb, void *buf, I ps, P u) { complex_copy_b<C, 4, tail_width_row1<C>, Form::N>(k, n, b, ldb, buf, ps, u); }
-ZOR_API void zor_blas_cgemm_copybt_bvr(I k, I n, P b, I ldb, void *buf, I ps, P u) { complex_copy_b<C, 4, tail_width_row1<C>, Form::T>(k, n, b, ldb, buf, ps, u); }
-ZOR_API void zor_blas_cgemm_copybc_bvr(I k, I n, P b, I ldb, void *buf, I ps, P u) { complex_copy_b<C, 4, tail_width_row1<C>, Form::C>(k, n, b, ldb, buf, ps, u); }
-ZOR_API void zor_blas_zgemm_copybn(I k, I n, P b, I ldb, void *buf, I ps, P u) { complex_copy_b<Z, 2, 1, Form::N>(k, n, b, ldb, buf, ps, u); }
-ZOR_API void zor_blas_zgemm_copybt(I k, I n, P b, I ldb, void *buf, I ps, P u) { complex_copy_b<Z, 2, 1, Form::T>(k, n, b, ldb, buf, ps, u); }
-ZOR_API void zor_blas_zgemm_copybc(I k, I n, P b, I ldb, void *buf, I ps, P u) { complex_copy_b<Z, 2, 1, Form::C>(k, n, b, ldb, buf, ps, u); }
-ZOR_API void zor_blas_zgemm_copybn_bvr(I k, I n, P b, I ldb, void *buf, I ps, P u) { complex_copy_b<Z, 4, tail_width_row1<Z>, Form::N>(k, n, b, ldb, buf, ps, u); }
-ZOR_API void zor_blas_zgemm_copybt_bvr(I k, I n, P b, I ldb, void *buf, I ps, P u) { complex_copy_b<Z, 4, tail_width_row1<Z>, Form::T>(k, n, b, ldb, buf, ps, u); }
-ZOR_API void zor_blas_zgemm_copybc_bvr(I k, I n, P b, I ldb, void *buf, I ps, P u) { complex_copy_b<Z, 4, tail_width_row1<Z>, Form::C>(k, n, b, ldb, buf, ps, u); }
+ZOR_API void zor_blas_cgemm_copyan(I m, I k, P a, I lda, void *buf, I ps, P alpha) { complex_copy_a<C, 0, Form::N>(m, k, a, lda, buf, ps, alpha); }
+ZOR_API void zor_blas_zgemm_copyan(I m, I k, P a, I lda, void *buf, I ps, P alpha) { complex_copy_a<Z, 0, Form::N>(m, k, a, lda, buf, ps, alpha); }
+ZOR_API void zor_blas_cgemm_copyat(I m, I k, P a, I lda, void *buf, I ps, P alpha) { complex_copy_a<C, 0, Form::T>(m, k, a, lda, buf, ps, alpha); }
+ZOR_API void zor_blas_zgemm_copyat(I m, I k, P a, I lda, void *buf, I ps, P alpha) { complex_copy_a<Z, 0, Form::T>(m, k, a, lda, buf, ps, alpha); }
+ZOR_API void zor_blas_cgemm_copyac(I m, I k, P a, I lda, void *buf, I ps, P alpha) { complex_copy_a<C, 0, Form::C>(m, k, a, lda, buf, ps, alpha); }
+ZOR_API void zor_blas_zgemm_copyac(I m, I k, P a, I lda, void *buf, I ps, P alpha) { complex_copy_a<Z, 0, Form::C>(m, k, a, lda, buf, ps, alpha); }
+ZOR_API void zor_blas_cgemm_copyan_bvr(I m, I k, P a, I lda, void *buf, I ps, P alpha) { complex_copy_a<C, 1, Form::N>(m, k, a, lda, buf, ps, alpha); }
+ZOR_API void zor_blas_zgemm_copyan_bvr(I m, I k, P a, I lda, void *buf, I ps, P alpha) { complex_copy_a<Z, 1, Form::N>(m, k, a, lda, buf, ps, alpha); }
+ZOR_API void zor_blas_cgemm_copyat_bvr(I m, I k, P a, I lda, void *buf, I ps, P alpha) { complex_copy_a<C, 1, Form::T>(m, k, a, lda, buf, ps, alpha); }
+ZOR_API void zor_blas_zgemm_copyat_bvr(I m, I k, P a, I lda, void *buf, I ps, P alpha) { complex_copy_a<Z, 1, Form::T>(m, k, a, lda, buf, ps, alpha); }
+ZOR_API void zor_blas_cgemm_copyac_bvr(I m, I k, P a, I lda, void *buf, I ps, P alpha) { complex_copy_a<C, 1, Form::C>(m, k, a, lda, buf, ps, alpha); }
+ZOR_API void zor_blas_zgemm_copyac_bvr(I m, I k, P a, I lda, void *buf, I ps, P alpha) { complex_copy_a<Z, 1, Form::C>(m, k, a, lda, buf, ps, alpha); }
+ZOR_API void zor_blas_cgemm_copybn(I k, I n, P b, I ldb, void *buf, I ps, P u) { complex_copy_b<C, 0, Form::N>(k, n, b, ldb, buf, ps, u); }
+ZOR_API void zor_blas_zgemm_copybn(I k, I n, P b, I ldb, void *buf, I ps, P u) { complex_copy_b<Z, 0, Form::N>(k, n, b, ldb, buf, ps, u); }
+ZOR_API void zor_blas_cgemm_copybt(I k, I n, P b, I ldb, void *buf, I ps, P u) { complex_copy_b<C, 0, Form::T>(k, n, b, ldb, buf, ps, u); }
+ZOR_API void zor_blas_zgemm_copybt(I k, I n, P b, I ldb, void *buf, I ps, P u) { complex_copy_b<Z, 0, Form::T>(k, n, b, ldb, buf, ps, u); }
+ZOR_API void zor_blas_cgemm_copybc(I k, I n, P b, I ldb, void *buf, I ps, P u) { complex_copy_b<C, 0, Form::C>(k, n, b, ldb, buf, ps, u); }
+ZOR_API void zor_blas_zgemm_copybc(I k, I n, P b, I ldb, void *buf, I ps, P u) { complex_copy_b<Z, 0, Form::C>(k, n, b, ldb, buf, ps, u); }
+ZOR_API void zor_blas_cgemm_copybn_bvr(I k, I n, P b, I ldb, void *buf, I ps, P u) { complex_copy_b<C, 1, Form::N>(k, n, b, ldb, buf, ps, u); }
+ZOR_API void zor_blas_zgemm_copybn_bvr(I k, I n, P b, I ldb, void *buf, I ps, P u) { complex_copy_b<Z, 1, Form::N>(k, n, b, ldb, buf, ps, u); }
+ZOR_API void zor_blas_cgemm_copybt_bvr(I k, I n, P b, I ldb, void *buf, I ps, P u) { complex_copy_b<C, 1, Form::T>(k, n, b, ldb, buf, ps, u); }
+ZOR_API void zor_blas_zgemm_copybt_bvr(I k, I n, P b, I ldb, void *buf, I ps, P u) { complex_copy_b<Z, 1, Form::T>(k, n, b, ldb, buf, ps, u); }
+ZOR_API void zor_blas_cgemm_copybc_bvr(I k, I n, P b, I ldb, void *buf, I ps, P u) { complex_copy_b<C, 1, Form::C>(k, n, b, ldb, buf, ps, u); }
+ZOR_API void zor_blas_zgemm_copybc_bvr(I k, I n, P b, I ldb, void *buf, I ps, P u) { complex_copy_b<Z, 1, Form::C>(k, n, b, ldb, buf, ps, u); }
 
 // The complex rows' extended copy: one routine under four names. It copies
-// nothing; it answers 0 for the request codes 256 and 4096 and 1 otherwise.
+// nothing; it answers 0 for the split and query request codes and 1 otherwise.
 #define ZOR_EXT_ARGS int32_t request, const char *, I, I, P, I, void *, void *, void *, I
-ZOR_API int32_t zor_blas_cgemm_copya_ext(ZOR_EXT_ARGS) { return request == 256 || request == 4096 ? 0 : 1; }
+ZOR_API int32_t zor_blas_cgemm_copya_ext(ZOR_EXT_ARGS) { return request == zor::gemm::kExtSplit || request == zor::gemm::kExtQuery ? 0 : 1; }
 ZOR_API int32_t zor_blas_cgemm_copyb_ext(ZOR_EXT_ARGS) __attribute__((alias("zor_blas_cgemm_copya_ext")));
 ZOR_API int32_t zor_blas_zgemm_copya_ext(ZOR_EXT_ARGS) __attribute__((alias("zor_blas_cgemm_copya_ext")));
 ZOR_API int32_t zor_blas_zgemm_copyb_ext(ZOR_EXT_ARGS) __attribute__((alias("zor_blas_cgemm_copya_ext")));

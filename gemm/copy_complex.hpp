@@ -1,6 +1,6 @@
 // Panel copies of the complex precisions, both kernel rows: one body per
 // operand, instantiated for c and z, each source form (n, t, c) and each
-// row's depth multiple and tail-panel width.
+// row (its depth multiple and tail-panel width, gemm/panels.hpp).
 //
 // A: ceil(m / unroll_m) panels of unroll_m rows; per depth step unroll_m
 //    consecutive elements of alpha x op(A) (the conjugate copies conjugate
@@ -15,22 +15,18 @@
 #include <cstdint>
 
 #include "frame/traits.hpp"
-#include "gemm/kernel_complex.hpp"
+#include "gemm/panels.hpp"
 
 namespace zor::gemm {
 
 enum class Form { N, T, C };  // source form: as is, transposed, conjugate-transposed
 
-template <class T, int UnrollK, Form F>
+template <class T, int Row, Form F>
 void complex_copy_a(const int64_t *m, const int64_t *k, const void *src, const int64_t *lda, void *buffer,
                     const int64_t *panel_stride, const void *alpha);
 
-template <class T, int UnrollK, int TailWidth, Form F>
+template <class T, int Row, Form F>
 void complex_copy_b(const int64_t *k, const int64_t *n, const void *src, const int64_t *ldb, void *buffer,
                     const int64_t *panel_stride, const void *unused);
-
-// Row 1's tail panel of B is a whole vector wide.
-template <class T>
-constexpr int tail_width_row1 = ComplexShape<T>::per_vector;
 
 }  // namespace zor::gemm

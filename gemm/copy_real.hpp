@@ -1,37 +1,16 @@
-// Panel copies of the real precisions, one body for s and d.
-//
-// Packed A block: ceil(m / UM) panels of UM = two vectors of rows (4 doubles,
-// 8 floats); panel p starts at p x panel_stride; within it, for each depth l
-// in [0, k'), UM consecutive elements alpha x op(A)(p UM + i, l). Lanes past
-// m and depths past k are zero (k' = k rounded up to 4).
-//
-// Packed B block: ceil(n / 4) panels, panel q at q x panel_stride; within it,
-// for each depth l, the elements op(B)(l, 4q + j) of its columns. A tail panel
-// of c = n mod 4 columns holds c elements per depth in row 0 (compact) and a
-// whole number of vectors in row 1 (d: 3 -> 4, 2 -> 2, 1 -> 2 lanes; s: 4),
-// the added lanes zero. Depths past k are zero in every panel. No copy of B
-// multiplies by anything.
-//
-// The row 1 (_bvr) forms of the A copies produce the same layout as row 0.
+// Panel copies of the real precisions, one body for s and d; the layouts are
+// those of gemm/panels.hpp. The real rows pad the depth to 4 in both rows,
+// and the row 1 (_bvr) forms of the A copies produce the same layout as
+// row 0; the B copies differ in the width of a tail panel.
 #pragma once
 #include <cstdint>
 
 #include "frame/simd.hpp"
 #include "frame/traits.hpp"
-#include "gemm/blocking.hpp"
+#include "gemm/panels.hpp"
+#include "gemm/parameters.hpp"
 
 namespace zor::gemm {
-
-template <class T>
-struct RealPanels {
-  using R = typename T::real;
-  static constexpr int L = T::real_lanes;  // reals per vector
-  static constexpr int UM = 2 * L;         // A panel width
-  static constexpr int UN = 4;             // B panel width
-  static constexpr int UK = 4;             // depth multiple
-  // Lanes per depth step of a B tail panel of c columns.
-  static constexpr int64_t tail_width(int64_t c, int row) { return row == 0 ? c : round_up(c, L); }
-};
 
 // Full panels of a non-transposed A: two vector loads per depth step, from an
 // aligned or an unaligned source column.
@@ -39,7 +18,7 @@ template <class T, bool Aligned>
 void copy_a_full_n(int64_t panels, int64_t k, int64_t kp, const typename T::real *src, int64_t lda,
                    typename T::real *buf, int64_t stride, typename T::real alpha) {
   using namespace zor::simd;
-  using P = RealPanels<T>;
+  using P = Panels<T>;
   const auto va = splat(alpha);
   for (int64_t p = 0; p < panels; ++p) {
     const typename T::real *col = src + p * P::UM;
@@ -66,10 +45,10 @@ template <class T, bool Trans>
 void copy_a(const int64_t *m_, const int64_t *k_, const typename T::real *src, const int64_t *lda_,
             typename T::real *buf, const int64_t *stride_, const typename T::real *alpha_) {
   using R = typename T::real;
-  using P = RealPanels<T>;
+  using P = Panels<T>;
   const int64_t m = *m_, k = *k_;
   if (m < 1 || k < 1) return;
-  const int64_t lda = *lda_, stride = *stride_, kp = round_up(k, P::UK);
+  const int64_t lda = *lda_, stride = *stride_, kp = round_up(k, P::depth_multiple(0));
   const R alpha = *alpha_;
   const int64_t full = m / P::UM, r = m - full * P::UM;
   if constexpr (!Trans) {
@@ -106,10 +85,10 @@ template <class T, bool Trans, int Row>
 void copy_b(const int64_t *k_, const int64_t *n_, const typename T::real *src, const int64_t *ldb_,
             typename T::real *buf, const int64_t *stride_, const void *) {
   using R = typename T::real;
-  using P = RealPanels<T>;
+  using P = Panels<T>;
   const int64_t k = *k_, n = *n_;
   if (k < 1 || n < 1) return;
-  const int64_t ldb = *ldb_, stride = *stride_, kp = round_up(k, P::UK);
+  const int64_t ldb = *ldb_, stride = *stride_, kp = round_up(k, P::depth_multiple(Row));
   for (int64_t j0 = 0; j0 < n; j0 += P::UN) {
     const int64_t c = n - j0 < P::UN ? n - j0 : P::UN;
     const int64_t w = c == P::UN ? P::UN : P::tail_width(c, Row);
@@ -142,8 +121,8 @@ void copy_b(const int64_t *k_, const int64_t *n_, const typename T::real *src, c
 template <class T, class Get>
 void pack_a_with(int64_t m, int64_t k, Get get, typename T::real *buf, int64_t stride) {
   using R = typename T::real;
-  using P = RealPanels<T>;
-  const int64_t kp = round_up(k, P::UK);
+  using P = Panels<T>;
+  const int64_t kp = round_up(k, P::depth_multiple(0));
   for (int64_t p = 0; p * P::UM < m; ++p) {
     R *out = buf + p * stride;
     const int64_t i0 = p * P::UM, w = m - i0 < P::UM ? m - i0 : P::UM;
@@ -154,8 +133,8 @@ void pack_a_with(int64_t m, int64_t k, Get get, typename T::real *buf, int64_t s
 template <class T, int Row, class Get>
 void pack_b_with(int64_t k, int64_t n, Get get, typename T::real *buf, int64_t stride) {
   using R = typename T::real;
-  using P = RealPanels<T>;
-  const int64_t kp = round_up(k, P::UK);
+  using P = Panels<T>;
+  const int64_t kp = round_up(k, P::depth_multiple(Row));
   for (int64_t j0 = 0; j0 < n; j0 += P::UN) {
     const int64_t c = n - j0 < P::UN ? n - j0 : P::UN;
     const int64_t w = c == P::UN ? P::UN : P::tail_width(c, Row);
@@ -174,7 +153,7 @@ template <class T, int Row, bool IsA>
 int32_t copy_ext(int32_t request, const char *trans, const int64_t *rows_, const int64_t *cols_,
                  const void *src_, const int64_t *ld_, void *re_, void *im_, void *sum_, const int64_t *stride_) {
   using R = typename T::real;
-  if (request != 256) return 1;
+  if (request != kExtSplit) return 1;
   const int64_t rows = *rows_, cols = *cols_, ld = *ld_, stride = *stride_;
   if (rows < 1 || cols < 1) return 0;
   const R *src = static_cast<const R *>(src_);

@@ -4,21 +4,21 @@
 // How a precision plugs into the engine
 // -------------------------------------
 // A precision T (zor::S, D, C, Z from frame/traits.hpp) supplies:
-//   1. its kernel table: `GemmTable<T>::rows[2]` (row 0 for the earlier
-//      processor generation, row 1 for the later one) and
-//      `GemmTable<T>::row_of_answer[2]`, defined in gemm/tables_<letter>.cpp,
-//      with the unrolls, b_dup, min_*, plan_mask and twelve bound functions;
+//   1. its column of the kernel tables in gemm/tables.cpp
+//      (`GemmTable<T>::rows[2]`: row 0 for the earlier processor generation,
+//      row 1 for the later one; `GemmTable<T>::row_of_answer[2]`) with the
+//      unrolls, b_dup, min_*, plan_mask and twelve bound functions;
 //   2. its panel copies (copy_an/at/ac, copy_bn/bt/bc, both rows) with the
-//      CopyAFn / CopyBFn signatures below, writing the panel layouts that its
-//      micro-kernels read;
-//   3. its micro-kernel entries (KernelFn), one per row;
-//   4. one-line export wrappers instantiating the templates of
-//      gemm/blocking.hpp (block-size rules, buffer sizing and allocation,
-//      get_kernel, get_optimal_kernel) and gemm/driver.hpp (xgemm, xgemm_par,
-//      mscale, the small path) for T.
-// The block rules, buffer rules and drivers are written once over the element
-// traits; all that differs between precisions lives in the table rows, the
-// copies and the kernels. Shared precision-free exports (zero_desc,
+//      CopyAFn / CopyBFn signatures below, writing the layouts of
+//      gemm/panels.hpp;
+//   3. the main kernels of each row (the micro-kernel entry itself,
+//      gemm/kernel_entry.hpp, is one body for every precision and row);
+//   4. its drivers: one-line exports instantiating gemm/driver.hpp (xgemm,
+//      xgemm_par, mscale); the block rules, buffers and row selection of
+//      gemm/blocking.hpp are exported from gemm/tables.cpp.
+// The block rules, buffer rules, drivers and kernel entries are written once
+// over the element traits; all that differs between precisions lives in the
+// table columns, the copies and the main kernels. Shared precision-free exports (zero_desc,
 // num_kernels, api_support, set_blks_size) are in gemm/desc.cpp.
 //
 // Conventions of the bound functions: integers by reference as 64-bit signed
@@ -96,7 +96,7 @@ struct KernelRow {
   CopyExtFn copy_a_ext, copy_b_ext;
 };
 
-// A precision's table: defined in gemm/tables_<letter>.cpp.
+// A precision's table: its column of gemm/tables.cpp.
 template <class T>
 struct GemmTable {
   static const KernelRow rows[2];

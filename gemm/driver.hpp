@@ -15,6 +15,7 @@
 #include <zor/core.h>
 #include <zor/gemm.h>
 
+#include "frame/memory.hpp"
 #include "gemm/blocking.hpp"
 
 namespace zor::gemm {
@@ -160,7 +161,7 @@ int32_t choose_plan(int64_t n, int64_t k, const GemmDesc *d) {
     return kPlanPackAB;
   } else {
     const int64_t kb = d->block_k < k ? d->block_k : k, nb = d->block_n < n ? d->block_n : n;
-    return kb * T::elem_bytes * nb < 0x400001 ? kPlanPackA : kPlanPackAB;
+    return kb * T::elem_bytes * nb <= kInPlaceBBytesLimit ? kPlanPackA : kPlanPackAB;
   }
 }
 
@@ -183,6 +184,8 @@ int32_t xgemm_par(const char *transa, const char *transb, const int64_t *m_, con
   // A plan the row's kernels cannot run (the complex rows have no in-place
   // B) is refused like an unknown one, with C untouched.
   if (!(d->plan_mask & plan)) return 1;
+  // C takes beta first in every plan, before any allocation: a pre-packed
+  // plan that then fails to get its buffers returns 1 with C already scaled.
   if (!is_one(*beta)) mscale<T>(m_, n_, beta, c, ldc_);
   if (is_zero(*alpha)) return 0;
 
@@ -199,6 +202,7 @@ int32_t xgemm_par(const char *transa, const char *transb, const int64_t *m_, con
     const int32_t request = plan == kPlanPackAB ? kReqABDup : kReqADup;
     d->get_bufs_size(request, kModeWorking, m_, n_, k_, d);
     d->get_bufs(request, &base, d);
+    const frame::PooledBuffer bufs(base);
     if (zor_serv_check_ptr(base, "xgemm") != 0) {
       // Out of memory costs speed, never the result.
       small_path<T>(transa, transb, M, N, K, *alpha, a, lda, b, ldb, *one, c, ldc);
@@ -225,7 +229,6 @@ int32_t xgemm_par(const char *transa, const char *transb, const int64_t *m_, con
         }
       }
     }
-    free_bufs(base);
     return 0;
   }
 
@@ -235,6 +238,7 @@ int32_t xgemm_par(const char *transa, const char *transb, const int64_t *m_, con
                                                     : kReqDup;
   d->get_bufs_size(request, kModeWorking, m_, n_, k_, d);
   d->get_bufs(request, &base, d);
+  const frame::PooledBuffer bufs(base);
   if (zor_serv_check_ptr(base, "xgemm") != 0) return 1;
   int64_t kb = K < bk ? K : bk;
   int64_t kbp = round_up(kb, uk);
@@ -264,7 +268,6 @@ int32_t xgemm_par(const char *transa, const char *transb, const int64_t *m_, con
     int64_t kp = round_up(K, uk);
     d->kernel(transa, transb, m_, n_, &kp, alpha, a, lda_, b, ldb_, beta, c, ldc_, d->dup_buffer, kFlagPackedB);
   }
-  free_bufs(base);
   return 0;
 }
 

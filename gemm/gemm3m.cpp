@@ -16,6 +16,7 @@
 #include <zor/core.h>
 #include <zor/gemm_complex.h>
 
+#include "frame/memory.hpp"
 #include "frame/simd.hpp"
 #include "gemm/blocking.hpp"
 #include "gemm/copy_complex.hpp"
@@ -42,8 +43,7 @@ template <> struct RealEngine<Z> {
   static constexpr auto complex_mscale = zor_blas_zgemm_mscale;
 };
 
-constexpr int64_t kBlockM = 1000, kBlockN = 1000, kBlockK = 128;
-constexpr int32_t kSplitRequest = 256;  // extended copy: split into real, imaginary, sum panels
+constexpr int64_t kBlockM = kGemm3mBlockM, kBlockN = kGemm3mBlockN, kBlockK = kGemm3mBlockK;
 
 bool form_of(const char *flag, Form *f) {
   switch (*flag) {
@@ -155,10 +155,6 @@ void combine_any(int64_t m, int64_t n, const typename T::real *t1, const typenam
   else combine<T, Combine::general>(m, n, t1, t2, t3, ldt, alpha, beta, c, ldc);
 }
 
-inline char *align128(void *p) {
-  return reinterpret_cast<char *>((reinterpret_cast<uintptr_t>(p) + 127) & ~uintptr_t(127));
-}
-
 // Address of element (i, l) of op(X), complex elements of R.
 template <class R>
 inline const R *at_op(const R *x, int64_t ld, Form f, int64_t i, int64_t l) {
@@ -179,27 +175,21 @@ bool packed_route(Form fa, Form fb, const char *transa, const char *transb, int6
   zor_blas_cgemm_set_blks_size(kBlockM, kBlockN, kBlockK, d);
   const int64_t m = M, n = N, k = K;
   d->get_bufs_size(kReqAB, kModeWorking, &m, &n, &k, d);
-  const int64_t ldt = M < kBlockM ? M : kBlockM;
-  void *a_area = zor_serv_allocate(3 * uint64_t(d->a_bytes) + 384, 128);
-  void *b_area = zor_serv_allocate(3 * uint64_t(d->b_bytes) + 384, 128);
-  void *t_area = zor_serv_allocate(3 * uint64_t(ldt) * uint64_t(N + 4) * sizeof(R) + 128, 128);
-  auto release = [&] {
-    zor_serv_deallocate(a_area);
-    zor_serv_deallocate(b_area);
-    zor_serv_deallocate(t_area);
-  };
-  if (zor_serv_check_ptr(a_area, "xgemm3m") != 0 || zor_serv_check_ptr(b_area, "xgemm3m") != 0 ||
-      zor_serv_check_ptr(t_area, "xgemm3m") != 0) {
-    release();
+  const int64_t ldt = M < kBlockM ? M : kBlockM, tcols = N + kGemm3mTColumnsSlack;
+  const frame::PooledBuffer a_area(3 * uint64_t(d->a_bytes) + kGemm3mAreaSlack, kAreaAlignment);
+  const frame::PooledBuffer b_area(3 * uint64_t(d->b_bytes) + kGemm3mAreaSlack, kAreaAlignment);
+  const frame::PooledBuffer t_area(3 * uint64_t(ldt) * uint64_t(tcols) * sizeof(R) + kAreaAlignment,
+                                   kAreaAlignment);
+  if (zor_serv_check_ptr(a_area.get(), "xgemm3m") != 0 || zor_serv_check_ptr(b_area.get(), "xgemm3m") != 0 ||
+      zor_serv_check_ptr(t_area.get(), "xgemm3m") != 0)
     return false;
-  }
   R *ap[3], *bp[3], *tp[3];
-  char *at = static_cast<char *>(a_area);
-  for (int t = 0; t < 3; ++t, at += d->a_bytes) ap[t] = reinterpret_cast<R *>(at = align128(at));
-  at = static_cast<char *>(b_area);
-  for (int t = 0; t < 3; ++t, at += d->b_bytes) bp[t] = reinterpret_cast<R *>(at = align128(at));
-  R *tbase = reinterpret_cast<R *>(align128(t_area));
-  for (int t = 0; t < 3; ++t) tp[t] = tbase + t * ldt * (N + 4);
+  char *at = static_cast<char *>(a_area.get());
+  for (int t = 0; t < 3; ++t, at += d->a_bytes) ap[t] = reinterpret_cast<R *>(at = align_up(at, kAreaAlignLog2));
+  at = static_cast<char *>(b_area.get());
+  for (int t = 0; t < 3; ++t, at += d->b_bytes) bp[t] = reinterpret_cast<R *>(at = align_up(at, kAreaAlignLog2));
+  R *tbase = reinterpret_cast<R *>(align_up(static_cast<char *>(t_area.get()), kAreaAlignLog2));
+  for (int t = 0; t < 3; ++t) tp[t] = tbase + t * ldt * tcols;
 
   const R one = 1, zero = 0;
   const int64_t a_stride = d->a_panel_stride, b_stride = d->b_panel_stride;
@@ -208,15 +198,14 @@ bool packed_route(Form fa, Form fb, const char *transa, const char *transb, int6
     for (int64_t l = 0; l < K; l += kBlockK) {
       int64_t kb = K - l < kBlockK ? K - l : kBlockK;
       const R *asrc = at_op(a, lda, fa, i, l);
-      d->copy_a_ext(kSplitRequest, transa, &mb, &kb, asrc, &lda, ap[0], ap[1], ap[2], &a_stride);
+      d->copy_a_ext(kExtSplit, transa, &mb, &kb, asrc, &lda, ap[0], ap[1], ap[2], &a_stride);
       for (int64_t j = 0; j < N; j += kBlockN) {
         int64_t nb = N - j < kBlockN ? N - j : kBlockN;
         const R *bsrc = at_op(b, ldb, fb, l, j);
-        d->copy_b_ext(kSplitRequest, transb, &kb, &nb, bsrc, &ldb, bp[0], bp[1], bp[2], &b_stride);
+        d->copy_b_ext(kExtSplit, transb, &kb, &nb, bsrc, &ldb, bp[0], bp[1], bp[2], &b_stride);
         for (int t = 0; t < 3; ++t) {
           if (E::xgemm_par("N", "N", &mb, &nb, &kb, &one, ap[t], &a_stride, bp[t], &b_stride, l == 0 ? &zero : &one,
                            tp[t] + j * ldt, &ldt, kPlanPrepackedAB, d) != 0) {
-            release();
             *done = i;
             return false;
           }
@@ -225,7 +214,6 @@ bool packed_route(Form fa, Form fb, const char *transa, const char *transb, int6
     }
     combine_any<T>(mb, N, tp[0], tp[1], tp[2], ldt, alpha, beta, c + 2 * i, ldc);
   }
-  release();
   *done = M;
   return true;
 }
@@ -238,24 +226,17 @@ bool plain_route(Form fa, Form fb, int64_t M, int64_t N, int64_t K, const typena
   using R = typename T::real;
   using E = RealEngine<T>;
   const int64_t ldt = M < kBlockM ? M : kBlockM;
-  void *a_area = zor_serv_allocate(3 * uint64_t(kBlockM) * kBlockK * sizeof(R), 128);
-  void *b_area = zor_serv_allocate(3 * uint64_t(kBlockK) * kBlockN * sizeof(R), 128);
-  void *t_area = zor_serv_allocate(3 * uint64_t(ldt) * uint64_t(N) * sizeof(R), 128);
-  auto release = [&] {
-    zor_serv_deallocate(a_area);
-    zor_serv_deallocate(b_area);
-    zor_serv_deallocate(t_area);
-  };
-  if (zor_serv_check_ptr(a_area, "xgemm3m") != 0 || zor_serv_check_ptr(b_area, "xgemm3m") != 0 ||
-      zor_serv_check_ptr(t_area, "xgemm3m") != 0) {
-    release();
+  const frame::PooledBuffer a_area(3 * uint64_t(kBlockM) * kBlockK * sizeof(R), kAreaAlignment);
+  const frame::PooledBuffer b_area(3 * uint64_t(kBlockK) * kBlockN * sizeof(R), kAreaAlignment);
+  const frame::PooledBuffer t_area(3 * uint64_t(ldt) * uint64_t(N) * sizeof(R), kAreaAlignment);
+  if (zor_serv_check_ptr(a_area.get(), "xgemm3m") != 0 || zor_serv_check_ptr(b_area.get(), "xgemm3m") != 0 ||
+      zor_serv_check_ptr(t_area.get(), "xgemm3m") != 0)
     return false;
-  }
   R *ap[3], *bp[3], *tp[3];
   for (int t = 0; t < 3; ++t) {
-    ap[t] = static_cast<R *>(a_area) + t * kBlockM * kBlockK;
-    bp[t] = static_cast<R *>(b_area) + t * kBlockK * kBlockN;
-    tp[t] = static_cast<R *>(t_area) + t * ldt * N;
+    ap[t] = static_cast<R *>(a_area.get()) + t * kBlockM * kBlockK;
+    bp[t] = static_cast<R *>(b_area.get()) + t * kBlockK * kBlockN;
+    tp[t] = static_cast<R *>(t_area.get()) + t * ldt * N;
   }
   const R one = 1, zero = 0;
   for (int64_t i = 0; i < M; i += kBlockM) {
@@ -273,7 +254,6 @@ bool plain_route(Form fa, Form fb, int64_t M, int64_t N, int64_t K, const typena
     }
     combine_any<T>(mb, N, tp[0], tp[1], tp[2], ldt, alpha, beta, c + 2 * i, ldc);
   }
-  release();
   return true;
 }
 
@@ -292,7 +272,7 @@ void xgemm3m(const char *transa, const char *transb, const int64_t *m_, const in
     if (!(beta[0] == R(1) && beta[1] == R(0))) E::complex_mscale(m_, n_, beta_, c_, ldc_);
     return;
   }
-  if (M < 9 || N < 9 || K < 9) {
+  if (M < kGemm3mMin || N < kGemm3mMin || K < kGemm3mMin) {
     E::complex_xgemm(transa, transb, m_, n_, k_, alpha_, a_, lda_, b_, ldb_, beta_, c_, ldc_);
     return;
   }

@@ -1,6 +1,7 @@
-// Complex micro-kernels of row 0 (gemm_kernel_c, gemm_kernel_z); contract in
-// kernel_complex.hpp.
+// Main kernels of the complex precisions in row 0 (gemm_kernel_c,
+// gemm_kernel_z; entry in gemm/kernel_entry.hpp, panels in gemm/panels.hpp).
 //
+// Tile: two A vectors (4 single or 2 double complex rows) by two columns.
 // Per column pair the packed B panel is first widened into `dup`: for each
 // depth step four vectors, Re(b0), Im(b0), Re(b1), Im(b1), each filling a
 // vector. The depth loop then needs no shuffles: two aligned A loads, four
@@ -18,27 +19,12 @@
 #include <cstdint>
 
 #include "frame/simd.hpp"
-#include "gemm/kernel_complex.hpp"
+#include "gemm/kernel_entry.hpp"
 
 namespace zor::gemm {
 namespace {
 
 using namespace zor::simd;
-
-// Widen nc columns of a B panel (nc elements per depth step) into dup.
-template <class T>
-void widen_row0(int64_t k, int nc, const typename T::real *b, typename T::real *dup) {
-  using R = typename T::real;
-  constexpr int L = T::real_lanes;
-  for (int64_t l = 0; l < k; ++l) {
-    const R *bl = b + 2 * nc * l;
-    R *dl = dup + 2 * nc * L * l;
-    for (int j = 0; j < nc; ++j) {
-      store_a(dl + (2 * j) * L, splat(bl[2 * j]));
-      store_a(dl + (2 * j + 1) * L, splat(bl[2 * j + 1]));
-    }
-  }
-}
 
 // One tile: two A vectors by NC columns, depth k (or KFixed when non-zero).
 template <class T, int NC, bool Aligned, int KFixed>
@@ -73,19 +59,21 @@ inline void tile_row0(int64_t k, const typename T::real *a, const typename T::re
     R *cj = c + 2 * ldc * j;
     V lo = addsub(re0[j], swap_re_im(im0[j]));
     V hi = addsub(re1[j], swap_re_im(im1[j]));
-    store_c<Aligned>(cj, add(load_c<V, Aligned>(cj), lo));
-    store_c<Aligned>(cj + L, add(load_c<V, Aligned>(cj + L), hi));
+    update_c<false, Aligned>(cj, lo);
+    update_c<false, Aligned>(cj + L, hi);
   }
 }
 
 template <class T, bool Aligned, int KFixed>
-void main_row0(int64_t m, int64_t n, int64_t k, const typename T::real *a, int64_t a_stride,
-               const typename T::real *b, int64_t b_stride, typename T::real *c, int64_t ldc,
-               typename T::real *dup) {
-  constexpr int UM = ComplexShape<T>::unroll_m;
+void columns_row0(int64_t m, int64_t n, int64_t k, const typename T::real *a, int64_t a_stride,
+                  const typename T::real *b, int64_t b_stride, typename T::real *c, int64_t ldc,
+                  typename T::real *dup) {
+  constexpr int UM = Panels<T>::UM;
   for (int64_t j = 0; j < n; j += 2) {
     const int nc = n - j >= 2 ? 2 : 1;
-    widen_row0<T>(k, nc, b + 2 * b_stride * (j / 2), dup);
+    const auto *bj = b + 2 * b_stride * (j / 2);
+    if (nc == 2) widen_splat<T, 4, false>(k, k, bj, 0, false, dup);
+    else widen_splat<T, 2, false>(k, k, bj, 0, false, dup);
     auto *cj = c + 2 * ldc * j;
     for (int64_t i = 0; i < m; i += UM) {
       const auto *ap = a + 2 * a_stride * (i / UM);
@@ -95,26 +83,26 @@ void main_row0(int64_t m, int64_t n, int64_t k, const typename T::real *a, int64
   }
 }
 
+// Depth exactly 128 has its own form with the trip count fixed at compile
+// time.
+template <class T, bool Aligned>
+void main_row0(bool, int64_t m, int64_t n, int64_t k, const typename T::real *a, int64_t a_stride,
+               const typename T::real *b, int64_t b_stride, typename T::real *c, int64_t ldc,
+               typename T::real *dup) {
+  if (k == 128) columns_row0<T, Aligned, 128>(m, n, k, a, a_stride, b, b_stride, c, ldc, dup);
+  else columns_row0<T, Aligned, 0>(m, n, k, a, a_stride, b, b_stride, c, ldc, dup);
+}
+
 }  // namespace
 
 template <class T>
-void complex_main_row0(int64_t m, int64_t n, int64_t k, const typename T::real *a, int64_t a_stride,
-                       const typename T::real *b, int64_t b_stride, typename T::real *c, int64_t ldc,
-                       typename T::real *dup) {
-  // 16-byte C accesses when c and every column start are aligned.
-  const bool aligned = (reinterpret_cast<uintptr_t>(c) & 15) == 0 && ((uint64_t(ldc) * T::elem_bytes) & 15) == 0;
-  if (k == 128) {
-    if (aligned) main_row0<T, true, 128>(m, n, k, a, a_stride, b, b_stride, c, ldc, dup);
-    else main_row0<T, false, 128>(m, n, k, a, a_stride, b, b_stride, c, ldc, dup);
-  } else {
-    if (aligned) main_row0<T, true, 0>(m, n, k, a, a_stride, b, b_stride, c, ldc, dup);
-    else main_row0<T, false, 0>(m, n, k, a, a_stride, b, b_stride, c, ldc, dup);
-  }
-}
+  requires(T::complex)
+struct Mains<T, 0> {
+  template <bool, bool, bool AlignedC>
+  static constexpr MainKernel<T> run = main_row0<T, AlignedC>;
+};
 
-template void complex_main_row0<C>(int64_t, int64_t, int64_t, const float *, int64_t, const float *, int64_t,
-                                   float *, int64_t, float *);
-template void complex_main_row0<Z>(int64_t, int64_t, int64_t, const double *, int64_t, const double *, int64_t,
-                                   double *, int64_t, double *);
+ZOR_GEMM_KERNEL_ENTRY(C, 0);
+ZOR_GEMM_KERNEL_ENTRY(Z, 0);
 
 }  // namespace zor::gemm

@@ -1,5 +1,6 @@
-// Complex micro-kernels of row 1 (gemm_kernel_c_bvr, gemm_kernel_z_bvr);
-// contract in kernel_complex.hpp.
+// Main kernels of the complex precisions in row 1 (gemm_kernel_c_bvr,
+// gemm_kernel_z_bvr; entry in gemm/kernel_entry.hpp, panels in
+// gemm/panels.hpp).
 //
 // Per depth step and column the B element fills a vector as (re, im) pairs:
 // in single precision a widening pass writes each pair twice into `dup`
@@ -19,21 +20,12 @@
 #include <cstdint>
 
 #include "frame/simd.hpp"
-#include "gemm/kernel_complex.hpp"
+#include "gemm/kernel_entry.hpp"
 
 namespace zor::gemm {
 namespace {
 
 using namespace zor::simd;
-
-// Single precision: the panel step (b0, b1) becomes (b0, b0), (b1, b1).
-inline void widen_row1(int64_t k, int nc, const float *b, float *dup) {
-  for (int64_t l = 0; l < k; ++l) {
-    f32x4 v = load_a(b + 4 * l);
-    store_a(dup + 4 * nc * l, low_pair(v));
-    if (nc == 2) store_a(dup + 4 * nc * l + 4, high_pair(v));
-  }
-}
 
 // One tile: two A vectors by NC columns; bs holds NC vectors per depth step.
 template <class T, int NC, bool Aligned>
@@ -63,22 +55,24 @@ inline void tile_row1(int64_t k, const typename T::real *a, const typename T::re
     R *cj = c + 2 * ldc * j;
     V re = hsub(p0[j], p1[j]);
     V im = hadd(s0[j], s1[j]);
-    store_c<Aligned>(cj, add(load_c<V, Aligned>(cj), unpack_lo(re, im)));
-    store_c<Aligned>(cj + L, add(load_c<V, Aligned>(cj + L), unpack_hi(re, im)));
+    update_c<false, Aligned>(cj, unpack_lo(re, im));
+    update_c<false, Aligned>(cj + L, unpack_hi(re, im));
   }
 }
 
 template <class T, bool Aligned>
-void main_row1(int64_t m, int64_t n, int64_t k, const typename T::real *a, int64_t a_stride,
+void main_row1(bool, int64_t m, int64_t n, int64_t k, const typename T::real *a, int64_t a_stride,
                const typename T::real *b, int64_t b_stride, typename T::real *c, int64_t ldc,
                typename T::real *dup) {
-  constexpr int UM = ComplexShape<T>::unroll_m;
+  constexpr int UM = Panels<T>::UM;
   constexpr bool widen = T::elem_lanes > 1;  // single precision
   for (int64_t j = 0; j < n; j += 2) {
     const int nc = n - j >= 2 ? 2 : 1;
     const auto *bp = b + 2 * b_stride * (j / 2);
     if constexpr (widen) {
-      widen_row1(k, nc, bp, dup);
+      // The panel step (b0, b1) becomes (b0, b0), (b1, b1).
+      if (nc == 2) widen_pairs<T, 2, false>(4, k, k, bp, 0, false, 4, dup);
+      else widen_pairs<T, 1, false>(2, k, k, bp, 0, false, 4, dup);
       bp = dup;
     }
     auto *cj = c + 2 * ldc * j;
@@ -93,19 +87,13 @@ void main_row1(int64_t m, int64_t n, int64_t k, const typename T::real *a, int64
 }  // namespace
 
 template <class T>
-void complex_main_row1(int64_t m, int64_t n, int64_t k, const typename T::real *a, int64_t a_stride,
-                       const typename T::real *b, int64_t b_stride, typename T::real *c, int64_t ldc,
-                       typename T::real *dup) {
-  // Aligned form: c on a 16-byte boundary and every column too (ldc even in
-  // single precision).
-  const bool aligned = (reinterpret_cast<uintptr_t>(c) & 15) == 0 && ((uint64_t(ldc) * T::elem_bytes) & 15) == 0;
-  if (aligned) main_row1<T, true>(m, n, k, a, a_stride, b, b_stride, c, ldc, dup);
-  else main_row1<T, false>(m, n, k, a, a_stride, b, b_stride, c, ldc, dup);
-}
+  requires(T::complex)
+struct Mains<T, 1> {
+  template <bool, bool, bool AlignedC>
+  static constexpr MainKernel<T> run = main_row1<T, AlignedC>;
+};
 
-template void complex_main_row1<C>(int64_t, int64_t, int64_t, const float *, int64_t, const float *, int64_t,
-                                   float *, int64_t, float *);
-template void complex_main_row1<Z>(int64_t, int64_t, int64_t, const double *, int64_t, const double *, int64_t,
-                                   double *, int64_t, double *);
+ZOR_GEMM_KERNEL_ENTRY(C, 1);
+ZOR_GEMM_KERNEL_ENTRY(Z, 1);
 
 }  // namespace zor::gemm

@@ -19,6 +19,7 @@
 #include <zor/gemm_complex.h>
 #include <zor/serv.h>
 
+#include "frame/memory.hpp"
 #include "gemm/blocking.hpp"
 #include "gemm/driver.hpp"
 
@@ -41,8 +42,7 @@ template <> struct MixedEngine<S> {
   static constexpr auto optimal_kernel = zor_blas_sgemm_get_optimal_kernel;
 };
 
-constexpr int64_t kBlockM = 500, kBlockN = 5000, kBlockK = 128;
-constexpr int64_t kPlainRouteRows = 1000000, kPlainRouteDepthCols = 16384;
+constexpr int64_t kBlockM = kMixedBlockM, kBlockN = kMixedBlockN, kBlockK = kMixedBlockK;
 
 }  // namespace
 
@@ -171,12 +171,12 @@ template <class RT>
 void *mixed_getbufs(int64_t rows, int64_t cols, typename RT::real **re, typename RT::real **im) {
   using R = typename RT::real;
   const uint64_t part = uint64_t(rows) * uint64_t(cols) * sizeof(R);
-  void *base = zor_serv_allocate(2 * part + 8192, 128);
+  void *base = zor_serv_allocate(2 * part + kMixedSplitSlack, kAreaAlignment);
   *re = *im = nullptr;
   if (!base) return nullptr;
-  char *p = align_up(static_cast<char *>(base), 12);
+  char *p = align_up(static_cast<char *>(base), kPanelAlignLog2);
   *re = reinterpret_cast<R *>(p);
-  *im = reinterpret_cast<R *>(align_up(p + part, 12));
+  *im = reinterpret_cast<R *>(align_up(p + part, kPanelAlignLog2));
   return base;
 }
 
@@ -193,35 +193,24 @@ bool mixed_blocked(bool packed, const char *transa, const char *transb, int64_t 
   const bool an = upper(transa) == 'N', bn = upper(transb) == 'N';
   const int64_t mt = M < kBlockM ? M : kBlockM, nt = N < kBlockN ? N : kBlockN;
   const int64_t m = M, n = N, k = K;
-  void *b_area = nullptr, *a_base = nullptr;
-  R *bre, *bim;
-  int64_t b_ld;
-  if (packed) {
-    d->get_bufs_size(kReqAB, kModeWorking, &m, &n, &k, d);
-    b_area = zor_serv_allocate(2 * uint64_t(d->b_bytes) + 8192, 128);
-    if (zor_serv_check_ptr(b_area, E::name) != 0) return false;
-    bre = reinterpret_cast<R *>(align_up(static_cast<char *>(b_area), 12));
-    bim = reinterpret_cast<R *>(align_up(reinterpret_cast<char *>(bre) + d->b_bytes, 12));
-    b_ld = d->b_panel_stride;
-    d->get_bufs(kReqA, &a_base, d);
-    if (zor_serv_check_ptr(a_base, E::name) != 0) {
-      zor_serv_deallocate(b_area);
-      return false;
-    }
-  } else {
-    b_area = zor_serv_allocate(2 * uint64_t(kBlockK) * uint64_t(nt) * sizeof(R) + 256, 128);
-    if (zor_serv_check_ptr(b_area, E::name) != 0) return false;
-    bre = reinterpret_cast<R *>(align_up(static_cast<char *>(b_area), 7));
-    bim = bre + kBlockK * nt;
-    b_ld = kBlockK;
-  }
+  // Two parts of B: packed panels of the real row at 4096 bytes, or plain
+  // arrays of kBlockK rows.
+  if (packed) d->get_bufs_size(kReqAB, kModeWorking, &m, &n, &k, d);
+  const uint64_t b_part = packed ? uint64_t(d->b_bytes) : uint64_t(kBlockK) * uint64_t(nt) * sizeof(R);
+  const frame::PooledBuffer b_area(2 * b_part + (packed ? kMixedSplitSlack : 2 * kAreaAlignment), kAreaAlignment);
+  if (zor_serv_check_ptr(b_area.get(), E::name) != 0) return false;
+  const int32_t b_align = packed ? kPanelAlignLog2 : kAreaAlignLog2;
+  R *const bre = reinterpret_cast<R *>(align_up(static_cast<char *>(b_area.get()), b_align));
+  R *const bim = packed ? reinterpret_cast<R *>(align_up(reinterpret_cast<char *>(bre) + b_part, b_align))
+                        : bre + kBlockK * nt;
+  const int64_t b_ld = packed ? d->b_panel_stride : kBlockK;
+  void *a_base = nullptr;
+  if (packed) d->get_bufs(kReqA, &a_base, d);
+  const frame::PooledBuffer a_bufs(a_base);
+  if (packed && zor_serv_check_ptr(a_base, E::name) != 0) return false;
   R *tre, *tim;
-  void *t_base = mixed_getbufs<RT>(mt, nt, &tre, &tim);
-  if (zor_serv_check_ptr(t_base, E::name) != 0) {
-    zor_serv_deallocate(b_area);
-    zor_serv_deallocate(a_base);
-    return false;
-  }
+  const frame::PooledBuffer t_area(mixed_getbufs<RT>(mt, nt, &tre, &tim));
+  if (zor_serv_check_ptr(t_area.get(), E::name) != 0) return false;
   const R one = 1, zero = 0;
   R *c = static_cast<R *>(c_);
   const CopyAFn copy_a = an ? d->copy_an : d->copy_at;
@@ -258,9 +247,6 @@ bool mixed_blocked(bool packed, const char *transa, const char *transb, int64_t 
       }
     }
   }
-  zor_serv_deallocate(t_base);
-  zor_serv_deallocate(b_area);
-  zor_serv_deallocate(a_base);
   return true;
 }
 
@@ -280,7 +266,7 @@ void xmixed_gemm(const char *transa, const char *transb, const int64_t *m_, cons
     if (!is_one(be)) mscale<CT>(m_, n_, static_cast<const cplx<R> *>(beta), static_cast<cplx<R> *>(c), ldc);
     return;
   }
-  if (M < 4 || N < 4 || K < 4) {
+  if (M < kMixedMin || N < kMixedMin || K < kMixedMin) {
     mixed_pst<RT>(transa, transb, M, N, K, alpha, a, *lda, b, *ldb, beta, c, *ldc);
     return;
   }
@@ -288,7 +274,7 @@ void xmixed_gemm(const char *transa, const char *transb, const int64_t *m_, cons
   zor_blas_cgemm_zero_desc(&d);
   E::optimal_kernel(&d);
   zor_blas_cgemm_set_blks_size(kBlockM, kBlockN, kBlockK, &d);
-  const bool plain = (d.plan_mask & kPlanPackA) != 0 && M > kPlainRouteRows && K * N < kPlainRouteDepthCols;
+  const bool plain = (d.plan_mask & kPlanPackA) != 0 && M > kMixedPlainRows && K * N < kMixedPlainDepthCols;
   // Every real row packs B for plan 64; one without it would take the plain
   // route as well.
   const bool packed = !plain && (d.plan_mask & kPlanPrepackedAB) != 0;

@@ -78,7 +78,10 @@ ZOR_API void zor_blas_dgemm_copybt_bvr(const int64_t *k, const int64_t *n, const
                         const int64_t *panel_stride, const void *unused);
 
 /* Drivers. xgemm_par returns 0, or 1 for an unknown plan or a failed
- * allocation with a pre-packed operand; plan 0 lets the driver choose. */
+ * allocation with a pre-packed operand; plan 0 lets the driver choose.
+ * In every plan C takes beta first, before the buffers are allocated: when a
+ * pre-packed plan then returns 1, C has already been scaled by beta, and a
+ * caller that retries passes beta = 1. */
 ZOR_API void zor_blas_xdgemm(const char *transa, const char *transb, const int64_t *m, const int64_t *n,
                            const int64_t *k, const double *alpha, const double *a, const int64_t *lda, const double *b,
                            const int64_t *ldb, const double *beta, double *c, const int64_t *ldc);
@@ -141,7 +144,10 @@ ZOR_API void zor_blas_sgemm_copybt_bvr(const int64_t *k, const int64_t *n, const
                         const int64_t *panel_stride, const void *unused);
 
 /* Drivers. xgemm_par returns 0, or 1 for an unknown plan or a failed
- * allocation with a pre-packed operand; plan 0 lets the driver choose. */
+ * allocation with a pre-packed operand; plan 0 lets the driver choose.
+ * In every plan C takes beta first, before the buffers are allocated: when a
+ * pre-packed plan then returns 1, C has already been scaled by beta, and a
+ * caller that retries passes beta = 1. */
 ZOR_API void zor_blas_xsgemm(const char *transa, const char *transb, const int64_t *m, const int64_t *n,
                            const int64_t *k, const float *alpha, const float *a, const int64_t *lda, const float *b,
                            const int64_t *ldb, const float *beta, float *c, const int64_t *ldc);

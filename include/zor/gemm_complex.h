@@ -80,7 +80,9 @@ ZOR_COMPLEX_COPY_EXT(zor_blas_zgemm_copyb_ext);
 /* ---- drivers: C := alpha op(A) op(B) + beta C with op 'N', 'T' or 'C'.
  * xgemm_par returns 0, or 1 for an unknown plan or a failed allocation with
  * a pre-packed operand; the complex rows support plans 2, 8, 32 and 64
- * (0 lets the driver choose, which is always 2). */
+ * (0 lets the driver choose, which is always 2). As in <zor/gemm.h>, C takes
+ * beta before the buffers are allocated: after a 1 from a pre-packed plan C
+ * has already been scaled, and a caller that retries passes beta = 1. */
 #define ZOR_COMPLEX_GEMM(name)                                                                              \
   ZOR_API void name(const char *transa, const char *transb, const int64_t *m, const int64_t *n, const int64_t *k, \
                     const void *alpha, const void *a, const int64_t *lda, const void *b, const int64_t *ldb,    \

@@ -1,6 +1,6 @@
 // A failed buffer allocation, injected through the allocator module: plans
 // that pack both or only A fall back on the small path with the same C;
-// plans with a pre-packed operand return 1.
+// plans with a pre-packed operand return 1, after C has taken beta.
 #include <thread>
 
 #include <zor/serv.h>
@@ -66,19 +66,37 @@ TEST(GemmAllocationFailure, PackingPlansFallBackWithTheSameResult) {
     }
 }
 
-TEST(GemmAllocationFailure, PrePackedPlansReturnOne) {
+// C takes beta before the buffers are asked for, in every plan: a pre-packed
+// plan without buffers returns 1 with C scaled once, and a retry with beta 1
+// gives the bits of a call that succeeded at once.
+TEST(GemmAllocationFailure, PrePackedPlansScaleFirstThenReturnOne) {
   for (int plan : {8, 16, 32, 64}) {
-    int64_t m = 8, n = 8, k = 8, stride = 32;
-    std::vector<double> a(64, 1.0), b(64, 1.0), c(64, 0.0);
-    double alpha = 1, beta = 1;
+    SCOPED_TRACE(testing::Message() << "plan " << plan);
+    int64_t m = 8, n = 8, k = 8, ld = 32;
+    Rng rng{uint64_t(plan)};
+    std::vector<double> a(256), b(256), c0(64);
+    for (auto &x : a) x = rng.uniform();
+    for (auto &x : b) x = rng.uniform();
+    for (auto &x : c0) x = rng.uniform();
+    const double alpha = 0.5, beta = 2, one = 1;
+    std::vector<double> once = c0, c = c0;
+    Desc d = Desc::row<double>(0);
+    ASSERT_EQ(zor_blas_xdgemm_par("N", "N", &m, &n, &k, &alpha, a.data(), &ld, b.data(), &ld, &beta, once.data(),
+                                  &m, plan, d.get()),
+              0);
     int32_t status = -1;
     with_failing_block([&] {
-      Desc d = Desc::row<double>(0);
-      status = zor_blas_xdgemm_par("N", "N", &m, &n, &k, &alpha, a.data(), &stride, b.data(), &stride, &beta,
-                                   c.data(), &m, plan, d.get());
+      Desc failing = Desc::row<double>(0);
+      status = zor_blas_xdgemm_par("N", "N", &m, &n, &k, &alpha, a.data(), &ld, b.data(), &ld, &beta, c.data(), &m,
+                                   plan, failing.get());
     });
-    EXPECT_EQ(status, 1) << plan;
-    for (double x : c) EXPECT_EQ(x, 0.0) << plan;
+    EXPECT_EQ(status, 1);
+    for (size_t i = 0; i < c.size(); ++i) ASSERT_EQ(c[i], 2 * c0[i]) << i;
+    Desc retry = Desc::row<double>(0);
+    ASSERT_EQ(zor_blas_xdgemm_par("N", "N", &m, &n, &k, &alpha, a.data(), &ld, b.data(), &ld, &one, c.data(), &m,
+                                  plan, retry.get()),
+              0);
+    EXPECT_EQ(std::memcmp(c.data(), once.data(), c.size() * sizeof(double)), 0);
   }
 }
 

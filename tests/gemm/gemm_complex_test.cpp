@@ -350,7 +350,7 @@ TEST(ComplexGemmPanels, ConjugateBeforeAlphaAndTailWidths) {
 }
 
 // Without working memory plan 2 takes the small path and gives the product;
-// a pre-packed plan has no way round and returns 1.
+// a pre-packed plan has no way round and returns 1, C having taken beta.
 TYPED_TEST(ComplexGemm, FailedAllocation) {
   using R = TypeParam;
   std::thread([] {
@@ -361,17 +361,28 @@ TYPED_TEST(ComplexGemm, FailedAllocation) {
     Case<R> cs{"C", "N", 37, 21, 44, 45, 46, 39, {R(0.5), R(1)}, {R(0.25), R(-0.5)}, 8};
     ASSERT_TRUE(run_case(cs, rng));
 
+    // Pre-packed: C takes beta = 2 first; a retry with beta 1 gives the bits
+    // of a call that succeeded at once.
     const int64_t m = 8, n = 4, k = 8, stride = 64;
-    std::vector<Cx<R>> a(256), b(256), c(m * n, Cx<R>(1, 1));
-    const Cx<R> one{1, 0};
+    std::vector<Cx<R>> a(256), b(256), c(m * n, Cx<R>(1, -1));
+    for (auto &x : a) x = Cx<R>(R(rng.uniform()), R(rng.uniform()));
+    for (auto &x : b) x = Cx<R>(R(rng.uniform()), R(rng.uniform()));
+    std::vector<Cx<R>> once = c;
+    const Cx<R> one{1, 0}, two{2, 0};
     zor_gemm_desc_storage storage;
     auto *d = reinterpret_cast<zor_gemm_desc *>(&storage);
     zor_blas_cgemm_zero_desc(d);
     Prec<R>::optimal(d);
     qalloc_fail_next(1);
-    EXPECT_EQ(Prec<R>::par("N", "N", &m, &n, &k, &one, a.data(), &stride, b.data(), &stride, &one, c.data(), &m, 64, d),
+    EXPECT_EQ(Prec<R>::par("N", "N", &m, &n, &k, &one, a.data(), &stride, b.data(), &stride, &two, c.data(), &m, 64, d),
               1);
-    for (const auto &x : c) EXPECT_EQ(x, Cx<R>(1, 1));
+    for (const auto &x : c) EXPECT_EQ(x, Cx<R>(2, -2));
+    ASSERT_EQ(Prec<R>::par("N", "N", &m, &n, &k, &one, a.data(), &stride, b.data(), &stride, &one, c.data(), &m, 64, d),
+              0);
+    ASSERT_EQ(Prec<R>::par("N", "N", &m, &n, &k, &one, a.data(), &stride, b.data(), &stride, &two, once.data(), &m,
+                           64, d),
+              0);
+    EXPECT_EQ(std::memcmp(c.data(), once.data(), c.size() * sizeof(c[0])), 0);
   }).join();
 }
 

@@ -1,4 +1,5 @@
-// Micro-kernel of the earlier generation (row 0), one body for d and s.
+// Main kernels of the earlier generation (row 0), one body for d and s
+// (gemm_kernel_d, gemm_kernel_s; entry in gemm/kernel_entry.hpp).
 //
 // Tile: UM x 4 (d 4 x 4, s 8 x 4): two A vectors per depth step times four
 // broadcast B vectors, eight accumulators; four depth steps per pass.
@@ -8,8 +9,7 @@
 // (tail panels compact: 3, 2 or 1 elements per depth), flag 3 reads B in
 // place and pads the depth to a multiple of 4 with zeros.
 // Registers in the depth loop: 8 accumulators + 2 A + up to 4 B = 14 of 16.
-// Checked in the generated code (objdump of kernel_d_row0.cpp.o and
-// kernel_s_row0.cpp.o): no instantiation's depth loop moves an xmm register
+// Checked in the generated code (objdump of kernel_real_row0.cpp.o): no instantiation's depth loop moves an xmm register
 // to or from the stack. Two depth steps per loop turn measured best.
 //
 // Measured on the development machine (processor time, bench/gemm, best of 3
@@ -18,10 +18,9 @@
 //   s 32.2 GFLOP/s;
 //   dgemm n = 256..2000: 15.7-16.1 GFLOP/s, 90-93% of peak, 0.96-1.02x the
 //   best SSE-era OpenBLAS kernel; sgemm 31.7-32.4, 91-93%, 0.99x.
-#pragma once
 #include <cstdint>
 
-#include "gemm/kernel_common.hpp"
+#include "gemm/kernel_entry.hpp"
 
 namespace zor::gemm {
 
@@ -61,24 +60,11 @@ void tiles_row0(int64_t panels, int64_t kp, const typename T::real *a, int64_t a
   }
 }
 
-// Widen W columns of B (packed panel of width W, or in place) into dup.
-template <class T, int W, bool InPlace>
-void widen_row0(int64_t k, int64_t kp, const typename T::real *b, int64_t ldb, bool transb,
-                typename T::real *dup) {
-  using namespace zor::simd;
-  constexpr int L = T::real_lanes;
-  for (int j = 0; j < W; ++j) {
-    typename T::real *out = dup + j * L;
-    for (int64_t l = 0; l < kp; ++l, out += W * L)
-      store_a(out, splat(InPlace ? in_place_b(b, ldb, transb, k, l, j) : b[l * W + j]));
-  }
-}
-
 template <class T, int W, bool InPlace, bool BetaZero, bool AlignedC>
 void group_row0(int64_t panels, int64_t k, const typename T::real *a, int64_t a_stride, const typename T::real *b,
                 int64_t ldb, bool transb, typename T::real *c, int64_t ldc, typename T::real *dup) {
   const int64_t kp = round_up(k, 4);
-  widen_row0<T, W, InPlace>(k, kp, b, ldb, transb, dup);
+  widen_splat<T, W, InPlace>(k, kp, b, ldb, transb, dup);
   tiles_row0<T, W, BetaZero, AlignedC>(panels, kp, a, a_stride, dup, c, ldc);
 }
 
@@ -101,19 +87,14 @@ void main_row0(bool transb, int64_t m4, int64_t n, int64_t k, const typename T::
   }
 }
 
-// Entry of the row: the eight main kernels by flag, beta zero or not and the
-// alignment of C, then the row tail.
 template <class T>
-constexpr MainKernel<T> kMainRow0[8] = {
-    main_row0<T, false, false, false>, main_row0<T, false, false, true>, main_row0<T, false, true, false>,
-    main_row0<T, false, true, true>,   main_row0<T, true, false, false>,  main_row0<T, true, false, true>,
-    main_row0<T, true, true, false>,   main_row0<T, true, true, true>};
+  requires(!T::complex)
+struct Mains<T, 0> {
+  template <bool InPlace, bool BetaZero, bool AlignedC>
+  static constexpr MainKernel<T> run = main_row0<T, InPlace, BetaZero, AlignedC>;
+};
 
-template <class T>
-void kernel_row0(const char *, const char *transb, const int64_t *m, const int64_t *n, const int64_t *k,
-                 const void *, const void *a, const int64_t *a_stride, const void *b, const int64_t *ldb,
-                 const void *beta, void *c, const int64_t *ldc, void *dup, int32_t flag) {
-  kernel_entry<T, 0>(kMainRow0<T>, transb, m, n, k, a, a_stride, b, ldb, beta, c, ldc, dup, flag);
-}
+ZOR_GEMM_KERNEL_ENTRY(D, 0);
+ZOR_GEMM_KERNEL_ENTRY(S, 0);
 
 }  // namespace zor::gemm

@@ -1,4 +1,5 @@
-// Micro-kernel of the later generation (row 1), one body for d and s.
+// Main kernels of the later generation (row 1), one body for d and s
+// (gemm_kernel_d_bvr, gemm_kernel_s_bvr; entry in gemm/kernel_entry.hpp).
 //
 // Tile: UM x 4 (d 4 x 4, s 8 x 4). Per depth step two A vectors and two
 // B vectors, each B vector holding a pair of adjacent columns (d: the packed
@@ -12,8 +13,7 @@
 // buffer. Column tails: 3 columns run as a full tile on a zero fourth column
 // that is not stored; 2 and 1 columns run on one B vector.
 // Registers in the depth loop: 8 accumulators + 2 A + 2 B + 2 swaps = 14.
-// Checked in the generated code (objdump of kernel_d_row1.cpp.o and
-// kernel_s_row1.cpp.o): no instantiation's depth loop moves an xmm register
+// Checked in the generated code (objdump of kernel_real_row1.cpp.o): no instantiation's depth loop moves an xmm register
 // to or from the stack. With more than one depth step per loop turn the
 // compiler hoists the next steps' swaps and spills accumulators, hence one.
 //
@@ -25,10 +25,9 @@
 //   best SSE-era OpenBLAS kernel; sgemm 29.3-29.8, 84-86%, 0.91-0.92x.
 // The two swaps per depth step compete with the multiplies and adds for the
 // same execution ports on that processor, which row 0 does not pay.
-#pragma once
 #include <cstdint>
 
-#include "gemm/kernel_common.hpp"
+#include "gemm/kernel_entry.hpp"
 
 namespace zor::gemm {
 
@@ -96,23 +95,6 @@ void tiles_row1(int64_t panels, int64_t kp, const typename T::real *a, int64_t a
   }
 }
 
-// Writes cw columns in the pair format: NV vectors per depth step, lane q of
-// vector v holding column 2v + (q mod 2), zero past cw or the true depth.
-// The source is B in place, or a packed panel of width pw.
-template <class T, int NV, bool InPlace>
-void pair_format(int64_t cw, int64_t k, int64_t kp, const typename T::real *b, int64_t ldb, bool transb,
-                 int64_t pw, typename T::real *dup) {
-  using R = typename T::real;
-  constexpr int L = T::real_lanes;
-  for (int64_t l = 0; l < kp; ++l) {
-    R col[4];
-    for (int j = 0; j < 4; ++j)
-      col[j] = j >= cw ? R(0) : InPlace ? in_place_b(b, ldb, transb, k, l, j) : b[l * pw + j];
-    for (int v = 0; v < NV; ++v)
-      for (int q = 0; q < L; ++q) dup[(l * NV + v) * L + q] = col[2 * v + q % 2];
-  }
-}
-
 template <class T, bool InPlace, bool BetaZero, bool AlignedC>
 void main_row1(bool transb, int64_t m4, int64_t n, int64_t k, const typename T::real *a, int64_t a_stride,
                const typename T::real *b, int64_t ldb, typename T::real *c, int64_t ldc, typename T::real *dup) {
@@ -124,11 +106,11 @@ void main_row1(bool transb, int64_t m4, int64_t n, int64_t k, const typename T::
   for (int64_t j0 = 0; j0 < n; j0 += 4) {
     const int64_t cw = n - j0 < 4 ? n - j0 : 4;
     const R *bj = InPlace ? (transb ? b + j0 : b + j0 * ldb) : b + (j0 / 4) * ldb;
-    const int64_t pw = cw == 4 ? 4 : RealPanels<T>::tail_width(cw, 1);
+    const int64_t pw = cw == 4 ? 4 : Panels<T>::tail_width(cw, 1);
     const R *src = bj;
     if (!direct) {
-      if (cw > 2) pair_format<T, 2, InPlace>(cw, k, kp, bj, ldb, transb, pw, dup);
-      else pair_format<T, 1, InPlace>(cw, k, kp, bj, ldb, transb, pw, dup);
+      if (cw > 2) widen_pairs<T, 2, InPlace>(cw, k, kp, bj, ldb, transb, pw, dup);
+      else widen_pairs<T, 1, InPlace>(cw, k, kp, bj, ldb, transb, pw, dup);
       src = dup;
     }
     R *cj = c + j0 * ldc;
@@ -141,19 +123,14 @@ void main_row1(bool transb, int64_t m4, int64_t n, int64_t k, const typename T::
   }
 }
 
-// Entry of the row: the eight main kernels by flag, beta zero or not and the
-// alignment of C, then the row tail.
 template <class T>
-constexpr MainKernel<T> kMainRow1[8] = {
-    main_row1<T, false, false, false>, main_row1<T, false, false, true>, main_row1<T, false, true, false>,
-    main_row1<T, false, true, true>,   main_row1<T, true, false, false>,  main_row1<T, true, false, true>,
-    main_row1<T, true, true, false>,   main_row1<T, true, true, true>};
+  requires(!T::complex)
+struct Mains<T, 1> {
+  template <bool InPlace, bool BetaZero, bool AlignedC>
+  static constexpr MainKernel<T> run = main_row1<T, InPlace, BetaZero, AlignedC>;
+};
 
-template <class T>
-void kernel_row1(const char *, const char *transb, const int64_t *m, const int64_t *n, const int64_t *k,
-                 const void *, const void *a, const int64_t *a_stride, const void *b, const int64_t *ldb,
-                 const void *beta, void *c, const int64_t *ldc, void *dup, int32_t flag) {
-  kernel_entry<T, 1>(kMainRow1<T>, transb, m, n, k, a, a_stride, b, ldb, beta, c, ldc, dup, flag);
-}
+ZOR_GEMM_KERNEL_ENTRY(D, 1);
+ZOR_GEMM_KERNEL_ENTRY(S, 1);
 
 }  // namespace zor::gemm

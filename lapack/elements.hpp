@@ -1,0 +1,62 @@
+// Element arithmetic of the LAPACK kernels, written once for the real and
+// the complex element types: conjugation by a flag, reciprocals and
+// quotients, and the pivot test.
+//
+// Complex quotients use the scaled (Smith) formula, so that neither the
+// squared magnitude of the divisor nor its products overflow or underflow
+// before the quotient does: with |re| >= |im|, ratio := im / re,
+// den := re + im ratio, and a / b := ((a.re + a.im ratio) / den,
+// (a.im - a.re ratio) / den); the other case mirrors it. A complex divided
+// by a real divides both parts.
+#pragma once
+#include <cmath>
+#include <cstdint>
+#include <type_traits>
+
+#include "frame/traits.hpp"
+
+namespace zor::lapack {
+
+template <class E> struct RealOf { using type = E; };
+template <class R> struct RealOf<cplx<R>> { using type = R; };
+template <class E> using real_t = typename RealOf<E>::type;
+template <class E> inline constexpr bool is_complex_v = !std::is_same_v<E, real_t<E>>;
+
+template <bool Conj, class E>
+inline E conj_if(E a) {
+  if constexpr (Conj && is_complex_v<E>) return conj(a);
+  else return a;
+}
+
+template <class R> inline R times_real(R a, R r) { return a * r; }
+template <class R> inline cplx<R> times_real(cplx<R> a, R r) { return {a.re * r, a.im * r}; }
+
+template <class R> inline R quotient(R a, R b) { return a / b; }
+template <class R> inline cplx<R> quotient(cplx<R> a, R b) { return {a.re / b, a.im / b}; }
+template <class R>
+inline cplx<R> quotient(cplx<R> a, cplx<R> b) {
+  if (std::fabs(b.re) >= std::fabs(b.im)) {
+    R ratio = b.im / b.re, den = b.re + b.im * ratio;
+    return {(a.re + a.im * ratio) / den, (a.im - a.re * ratio) / den};
+  }
+  R ratio = b.re / b.im, den = b.re * ratio + b.im;
+  return {(a.re * ratio + a.im) / den, (a.im * ratio - a.re) / den};
+}
+
+template <class E> inline E reciprocal(E b) {
+  if constexpr (is_complex_v<E>) return quotient(E{1, 0}, b);
+  else return E(1) / b;
+}
+
+// A pivot that cannot be divided by: zero or NaN (for complex, both parts
+// zero or either part NaN). Written as "neither positive nor negative", so
+// that a NaN fails it.
+template <class R> inline bool unusable_pivot(R d) { return !(d > R(0) || d < R(0)); }
+template <class R> inline bool unusable_pivot(cplx<R> d) {
+  return (d.re == R(0) && d.im == R(0)) || d.re != d.re || d.im != d.im;
+}
+
+template <class R> inline bool is_zero(R a) { return a == R(0); }
+template <class R> inline bool is_zero(cplx<R> a) { return a.re == R(0) && a.im == R(0); }
+
+}  // namespace zor::lapack
