@@ -103,7 +103,7 @@ template <> struct OddRoots<15> {
 // x times the root exp(-/+ 2 pi i m / N), N dividing 128; the quarter and
 // eighth turns take their short forms.
 template <class CV, bool Fwd, int M, int N>
-inline typename CV::V turn(typename CV::V x) {
+ZOR_DFT_INLINE typename CV::V turn(typename CV::V x) {
   constexpr int m = ((M % N) + N) % N;
   using R = typename CV::real;
   if constexpr (m == 0) {
@@ -126,14 +126,14 @@ inline typename CV::V turn(typename CV::V x) {
 // ---------------------------------------------------------------- radix 2, 4, 8, 16
 
 template <class CV, bool Fwd>
-inline void bf2(typename CV::V *x) {
+ZOR_DFT_INLINE void bf2(typename CV::V *x) {
   auto a = x[0];
   x[0] = add<CV>(a, x[1]);
   x[1] = sub<CV>(a, x[1]);
 }
 
 template <class CV, bool Fwd>
-inline void bf4(typename CV::V *x) {
+ZOR_DFT_INLINE void bf4(typename CV::V *x) {
   auto t0 = add<CV>(x[0], x[2]), t1 = sub<CV>(x[0], x[2]);
   auto t2 = add<CV>(x[1], x[3]), t3 = rot<CV, Fwd>(sub<CV>(x[1], x[3]));
   x[0] = add<CV>(t0, t2);
@@ -145,7 +145,7 @@ inline void bf4(typename CV::V *x) {
 // N = 8, 16, 32: halves, the odd half turned by w_N^j, two N/2-point
 // transforms; evens to even outputs, odds to odd outputs.
 template <class CV, bool Fwd, int N>
-inline void bf_split(typename CV::V *x) {
+ZOR_DFT_INLINE void bf_split(typename CV::V *x) {
   using V = typename CV::V;
   constexpr int H = N / 2;
   V a[H], b[H];
@@ -165,19 +165,20 @@ inline void bf_split(typename CV::V *x) {
   }
 }
 
-template <class CV, bool Fwd> inline void bf8(typename CV::V *x) { bf_split<CV, Fwd, 8>(x); }
-template <class CV, bool Fwd> inline void bf16(typename CV::V *x) { bf_split<CV, Fwd, 16>(x); }
-template <class CV, bool Fwd> inline void bf32(typename CV::V *x) { bf_split<CV, Fwd, 32>(x); }
+template <class CV, bool Fwd> ZOR_DFT_INLINE void bf8(typename CV::V *x) { bf_split<CV, Fwd, 8>(x); }
+template <class CV, bool Fwd> ZOR_DFT_INLINE void bf16(typename CV::V *x) { bf_split<CV, Fwd, 16>(x); }
+template <class CV, bool Fwd> ZOR_DFT_INLINE void bf32(typename CV::V *x) { bf_split<CV, Fwd, 32>(x); }
 
 // ---------------------------------------------------------------- odd radices
 
 template <class CV, bool Fwd, int P>
-inline void bf_odd(typename CV::V *x) {
+ZOR_DFT_INLINE void bf_odd(typename CV::V *x) {
   using V = typename CV::V;
   using R = typename CV::real;
   constexpr int H = (P - 1) / 2;
   V s[H], d[H];
   V sum = x[0];
+#pragma GCC unroll 16
   for (int k = 0; k < H; ++k) {
     s[k] = add<CV>(x[k + 1], x[P - 1 - k]);
     d[k] = sub<CV>(x[k + 1], x[P - 1 - k]);
@@ -185,9 +186,11 @@ inline void bf_odd(typename CV::V *x) {
   }
   V y[P];
   y[0] = sum;
+#pragma GCC unroll 16
   for (int j = 1; j <= H; ++j) {
     V a = add<CV>(x[0], simd::mul(s[0], CV::splat(R(OddRoots<P>::c[j % P]))));
     V b = simd::mul(d[0], CV::splat(R(OddRoots<P>::s[j % P])));
+#pragma GCC unroll 16
     for (int k = 2; k <= H; ++k) {
       int m = (j * k) % P;
       a = add<CV>(a, simd::mul(s[k - 1], CV::splat(R(OddRoots<P>::c[m]))));
@@ -203,7 +206,7 @@ inline void bf_odd(typename CV::V *x) {
 // ---------------------------------------------------------------- by radix
 
 template <class CV, bool Fwd, int P>
-inline void butterfly(typename CV::V *x) {
+ZOR_DFT_INLINE void butterfly(typename CV::V *x) {
   if constexpr (P == 1) {
   } else if constexpr (P == 2) {
     bf2<CV, Fwd>(x);
@@ -233,7 +236,7 @@ constexpr int crt_index(int k1, int k2) {
 }
 
 template <class CV, bool Fwd, int N1, int N2>
-inline void bf_pfa(typename CV::V *x) {
+ZOR_DFT_INLINE void bf_pfa(typename CV::V *x) {
   using V = typename CV::V;
   constexpr int N = N1 * N2;
   V u[N1][N2];
@@ -250,7 +253,7 @@ inline void bf_pfa(typename CV::V *x) {
 
 // Any length up to 16, and 32.
 template <class CV, bool Fwd, int N>
-inline void small_dft(typename CV::V *x) {
+ZOR_DFT_INLINE void small_dft(typename CV::V *x) {
   if constexpr (N == 6) bf_pfa<CV, Fwd, 2, 3>(x);
   else if constexpr (N == 10) bf_pfa<CV, Fwd, 2, 5>(x);
   else if constexpr (N == 12) bf_pfa<CV, Fwd, 4, 3>(x);

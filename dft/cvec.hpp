@@ -16,6 +16,10 @@
 #include "frame/simd.hpp"
 #include "frame/traits.hpp"
 
+// The building blocks of the kernels are always inlined: a butterfly left
+// out of line passes its registers through memory.
+#define ZOR_DFT_INLINE inline __attribute__((always_inline))
+
 namespace zor::dft {
 
 template <class R, int Lanes>
@@ -113,18 +117,18 @@ template <class R> using Wide = CVec<R, sizeof(R) == 4 ? 2 : 1>;
 template <class R> using Narrow = CVec<R, 1>;
 
 // ---- arithmetic on the register of CV
-template <class CV> inline typename CV::V add(typename CV::V a, typename CV::V b) { return simd::add(a, b); }
-template <class CV> inline typename CV::V sub(typename CV::V a, typename CV::V b) { return simd::sub(a, b); }
+template <class CV> ZOR_DFT_INLINE typename CV::V add(typename CV::V a, typename CV::V b) { return simd::add(a, b); }
+template <class CV> ZOR_DFT_INLINE typename CV::V sub(typename CV::V a, typename CV::V b) { return simd::sub(a, b); }
 
 // a times -i (forward) or +i (backward).
 template <class CV, bool Fwd>
-inline typename CV::V rot(typename CV::V a) {
+ZOR_DFT_INLINE typename CV::V rot(typename CV::V a) {
   return simd::xor_(CV::flip(a), Fwd ? CV::mask_im() : CV::mask_re());
 }
 
 // a times the twiddle w (forward) or its conjugate (backward).
 template <class CV, bool Fwd>
-inline typename CV::V twiddle(typename CV::V a, const typename CV::Tw &w) {
+ZOR_DFT_INLINE typename CV::V twiddle(typename CV::V a, const typename CV::Tw &w) {
   auto t = simd::mul(a, CV::tw_re(w));
   auto u = simd::mul(CV::flip(a), CV::tw_im(w));
   if constexpr (Fwd) return simd::addsub(t, u);
@@ -134,7 +138,7 @@ inline typename CV::V twiddle(typename CV::V a, const typename CV::Tw &w) {
 // a times the constant c + i s in the direction of the transform: c - i s
 // forward, c + i s backward (s given as the sine of a positive angle).
 template <class CV, bool Fwd>
-inline typename CV::V times_root(typename CV::V a, typename CV::real c, typename CV::real s) {
+ZOR_DFT_INLINE typename CV::V times_root(typename CV::V a, typename CV::real c, typename CV::real s) {
   auto t = simd::mul(a, CV::splat(c));
   auto u = simd::mul(CV::flip(a), CV::splat(s));
   // forward: (ar c + ai s, ai c - ar s); backward: (ar c - ai s, ai c + ar s)
@@ -144,12 +148,12 @@ inline typename CV::V times_root(typename CV::V a, typename CV::real c, typename
 
 // a b, element by element.
 template <class CV>
-inline typename CV::V cmul(typename CV::V a, typename CV::V b) {
+ZOR_DFT_INLINE typename CV::V cmul(typename CV::V a, typename CV::V b) {
   return simd::addsub(simd::mul(a, CV::dup_re(b)), simd::mul(CV::flip(a), CV::dup_im(b)));
 }
 
 template <class CV>
-inline typename CV::V scale_by(typename CV::V a, typename CV::real s) {
+ZOR_DFT_INLINE typename CV::V scale_by(typename CV::V a, typename CV::real s) {
   return simd::mul(a, CV::splat(s));
 }
 
@@ -166,7 +170,7 @@ struct alignas(16) DupRoot {
 };
 
 template <class CV, bool Fwd>
-inline typename CV::V twiddle(typename CV::V a, const DupRoot<typename CV::real> &w) {
+ZOR_DFT_INLINE typename CV::V twiddle(typename CV::V a, const DupRoot<typename CV::real> &w) {
   static_assert(CV::lanes == 1);
   typename CV::V wr, wi;
   if constexpr (sizeof(typename CV::real) == 8) {

@@ -27,7 +27,7 @@ namespace zor::dft {
 // The roots of a radix without its own kernel: cos and sin of 2 pi m / p for
 // m below p, each spread over a register; sines after the cosines.
 template <class CV, bool Fwd>
-inline void bf_generic(typename CV::V *x, int p, const void *table) {
+ZOR_DFT_INLINE void bf_generic(typename CV::V *x, int p, const void *table) {
   using V = typename CV::V;
   auto c = static_cast<const V *>(table), s = c + p;
   const int h = (p - 1) / 2;
@@ -57,7 +57,7 @@ inline void bf_generic(typename CV::V *x, int p, const void *table) {
 // A butterfly of compile-time radix P, or of the plan's runtime radix p
 // (P = 0) with its table.
 template <class CV, bool Fwd, int P>
-inline void run_butterfly(typename CV::V *x, int p, const void *table) {
+ZOR_DFT_INLINE void run_butterfly(typename CV::V *x, int p, const void *table) {
   if constexpr (P == 0) bf_generic<CV, Fwd>(x, p, table);
   else butterfly<CV, Fwd, P>(x);
 }
