@@ -49,11 +49,35 @@ struct CVec<double, 1> {
   static void set_tw(Tw *t, const cplx<double> *w) { *t = w[0]; }
 };
 
-template <>
-struct CVec<float, 2> {
+// What the two float forms share: the register and its lane operations.
+struct FloatRegister {
   using real = float;
   using elem = cplx<float>;
   using V = __m128;
+  static V splat(float x) { return _mm_set1_ps(x); }
+  static V flip(V a) { return _mm_castsi128_ps(_mm_shuffle_epi32(_mm_castps_si128(a), 0xB1)); }
+  static V mask_im() { return _mm_castsi128_ps(_mm_set_epi32(INT32_MIN, 0, INT32_MIN, 0)); }
+  static V mask_re() { return _mm_castsi128_ps(_mm_set_epi32(0, INT32_MIN, 0, INT32_MIN)); }
+  static V dup_re(V a) { return _mm_moveldup_ps(a); }
+  static V dup_im(V a) { return _mm_movehdup_ps(a); }
+  // A twiddle for each of the two complex values, spread.
+  struct alignas(16) Tw {
+    float re[4], im[4];
+  };
+  static V tw_re(const Tw &w) { return _mm_load_ps(w.re); }
+  static V tw_im(const Tw &w) { return _mm_load_ps(w.im); }
+  // Lane l takes w[l], or w[0] in the narrow form.
+  static void spread_tw(Tw *t, const cplx<double> *w, int lanes) {
+    for (int l = 0; l < 2; ++l) {
+      const cplx<double> &v = w[lanes == 2 ? l : 0];
+      t->re[2 * l] = t->re[2 * l + 1] = float(v.re);
+      t->im[2 * l] = t->im[2 * l + 1] = float(v.im);
+    }
+  }
+};
+
+template <>
+struct CVec<float, 2> : FloatRegister {
   static constexpr int lanes = 2;
   static V load(const elem *p) { return _mm_loadu_ps(&p->re); }
   static void store(elem *p, V v) { _mm_storeu_ps(&p->re, v); }
@@ -65,50 +89,17 @@ struct CVec<float, 2> {
     _mm_store_sd(reinterpret_cast<double *>(p), _mm_castps_pd(v));
     _mm_storeh_pd(reinterpret_cast<double *>(q), _mm_castps_pd(v));
   }
-  static V splat(float x) { return _mm_set1_ps(x); }
-  static V flip(V a) { return _mm_castsi128_ps(_mm_shuffle_epi32(_mm_castps_si128(a), 0xB1)); }
-  static V mask_im() { return _mm_castsi128_ps(_mm_set_epi32(INT32_MIN, 0, INT32_MIN, 0)); }
-  static V mask_re() { return _mm_castsi128_ps(_mm_set_epi32(0, INT32_MIN, 0, INT32_MIN)); }
-  static V dup_re(V a) { return _mm_moveldup_ps(a); }
-  static V dup_im(V a) { return _mm_movehdup_ps(a); }
-  struct alignas(16) Tw {
-    float re[4], im[4];
-  };
-  static V tw_re(const Tw &w) { return _mm_load_ps(w.re); }
-  static V tw_im(const Tw &w) { return _mm_load_ps(w.im); }
-  static void set_tw(Tw *t, const cplx<double> *w) {
-    for (int l = 0; l < 2; ++l) {
-      t->re[2 * l] = t->re[2 * l + 1] = float(w[l].re);
-      t->im[2 * l] = t->im[2 * l + 1] = float(w[l].im);
-    }
-  }
+  static void set_tw(Tw *t, const cplx<double> *w) { spread_tw(t, w, 2); }
 };
 
 template <>
-struct CVec<float, 1> {
-  using real = float;
-  using elem = cplx<float>;
-  using V = __m128;
+struct CVec<float, 1> : FloatRegister {
   static constexpr int lanes = 1;
   static V load(const elem *p) { return _mm_castpd_ps(_mm_load_sd(reinterpret_cast<const double *>(p))); }
   static void store(elem *p, V v) { _mm_store_sd(reinterpret_cast<double *>(p), _mm_castps_pd(v)); }
   static V load2(const elem *p, const elem *) { return load(p); }
   static void store2(elem *p, elem *, V v) { store(p, v); }
-  static V splat(float x) { return _mm_set1_ps(x); }
-  static V flip(V a) { return _mm_castsi128_ps(_mm_shuffle_epi32(_mm_castps_si128(a), 0xB1)); }
-  static V mask_im() { return _mm_castsi128_ps(_mm_set_epi32(INT32_MIN, 0, INT32_MIN, 0)); }
-  static V mask_re() { return _mm_castsi128_ps(_mm_set_epi32(0, INT32_MIN, 0, INT32_MIN)); }
-  static V dup_re(V a) { return _mm_moveldup_ps(a); }
-  static V dup_im(V a) { return _mm_movehdup_ps(a); }
-  using Tw = CVec<float, 2>::Tw;
-  static V tw_re(const Tw &w) { return _mm_load_ps(w.re); }
-  static V tw_im(const Tw &w) { return _mm_load_ps(w.im); }
-  static void set_tw(Tw *t, const cplx<double> *w) {
-    for (int l = 0; l < 2; ++l) {
-      t->re[2 * l] = t->re[2 * l + 1] = float(w[0].re);
-      t->im[2 * l] = t->im[2 * l + 1] = float(w[0].im);
-    }
-  }
+  static void set_tw(Tw *t, const cplx<double> *w) { spread_tw(t, w, 1); }
 };
 
 // The wide register of a precision (two float complexes, one double) and the
