@@ -6,7 +6,10 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <string>
+#include <vector>
 
 namespace zor::bench {
 
@@ -30,6 +33,29 @@ double best_seconds(F &&body, int repeats = 5, double min_seconds = 0.05) {
 inline void report(const char *what, const char *unit, double ours, double peer, const char *peer_name) {
   std::printf("%-40s ours %10.3f %-6s %-22s %10.3f %-6s ratio %6.2fx\n", what, ours, unit, peer_name, peer, unit,
               ours / peer);
+}
+
+// One figure for the report that bench/run.sh writes: appended, when the
+// variable ZOR_BENCH_TSV names a file, as a tab-separated line of family,
+// group (what a plot shows), size (its x axis), series (a line of the plot,
+// a column of the table), value and unit. Ratios go in with the unit "x".
+inline void record(const std::string &family, const std::string &group, long size, const std::string &series,
+                   double value, const std::string &unit) {
+  const char *path = std::getenv("ZOR_BENCH_TSV");
+  if (!path || !*path) return;
+  if (FILE *f = std::fopen(path, "a")) {
+    std::fprintf(f, "%s\t%s\t%ld\t%s\t%.6g\t%s\n", family.c_str(), group.c_str(), size, series.c_str(), value,
+                 unit.c_str());
+    std::fclose(f);
+  }
+}
+
+// Median of a set of figures (0 for none).
+inline double median(std::vector<double> v) {
+  if (v.empty()) return 0;
+  std::sort(v.begin(), v.end());
+  const size_t h = v.size() / 2;
+  return v.size() % 2 ? v[h] : 0.5 * (v[h - 1] + v[h]);
 }
 
 // Keeps the optimiser from removing a computation.

@@ -87,19 +87,19 @@ using namespace zor::blas;
 using zor::cplx;
 
 // clang-format off
-ZOR_API void zor_blas_xsaxpy(const zor_int *n, const float *a, const float *x, const zor_int *incx, float *y, const zor_int *incy) { axpy<float, 16, true>(n, a, x, incx, y, incy); }
-ZOR_API void zor_blas_xdaxpy(const zor_int *n, const double *a, const double *x, const zor_int *incx, double *y, const zor_int *incy) { axpy<double, 32, false>(n, a, x, incx, y, incy); }
-ZOR_API void zor_blas_xcaxpy(const zor_int *n, const void *a, const void *x, const zor_int *incx, void *y, const zor_int *incy) { (void)alternative_kernel(); axpy<cplx<float>, 16, false>(n, a, x, incx, y, incy); }
+ZOR_API void zor_blas_xsaxpy(const zor_int *n, const float *a, const float *x, const zor_int *incx, float *y, const zor_int *incy) { axpy<float, fixed::kAxpy.s, true>(n, a, x, incx, y, incy); }
+ZOR_API void zor_blas_xdaxpy(const zor_int *n, const double *a, const double *x, const zor_int *incx, double *y, const zor_int *incy) { axpy<double, fixed::kAxpy.d, false>(n, a, x, incx, y, incy); }
+ZOR_API void zor_blas_xcaxpy(const zor_int *n, const void *a, const void *x, const zor_int *incx, void *y, const zor_int *incy) { (void)alternative_kernel(); axpy<cplx<float>, fixed::kAxpy.c, false>(n, a, x, incx, y, incy); }
 ZOR_API void zor_blas_xzaxpy(const zor_int *n, const void *a, const void *x, const zor_int *incx, void *y, const zor_int *incy) {
-  if (alternative_kernel()) axpy<cplx<double>, 16, true>(n, a, x, incx, y, incy);
-  else axpy<cplx<double>, 8, false>(n, a, x, incx, y, incy);
+  if (alternative_kernel()) axpy<cplx<double>, fixed::kAxpyZSecond, true>(n, a, x, incx, y, incy);
+  else axpy<cplx<double>, fixed::kAxpy.z, false>(n, a, x, incx, y, incy);
 }
 
-ZOR_API void zor_blas_saxpby(const zor_int *n, const float *a, const float *x, const zor_int *incx, const float *b, float *y, const zor_int *incy) { axpby<float, 16>(n, a, x, incx, b, y, incy); }
-ZOR_API void zor_blas_daxpby(const zor_int *n, const double *a, const double *x, const zor_int *incx, const double *b, double *y, const zor_int *incy) { axpby<double, 8>(n, a, x, incx, b, y, incy); }
-ZOR_API void zor_blas_caxpby(const zor_int *n, const void *a, const void *x, const zor_int *incx, const void *b, void *y, const zor_int *incy) { (void)alternative_kernel(); axpby<cplx<float>, 8>(n, a, x, incx, b, y, incy); }
+ZOR_API void zor_blas_saxpby(const zor_int *n, const float *a, const float *x, const zor_int *incx, const float *b, float *y, const zor_int *incy) { axpby<float, fixed::kAxpby.s>(n, a, x, incx, b, y, incy); }
+ZOR_API void zor_blas_daxpby(const zor_int *n, const double *a, const double *x, const zor_int *incx, const double *b, double *y, const zor_int *incy) { axpby<double, fixed::kAxpby.d>(n, a, x, incx, b, y, incy); }
+ZOR_API void zor_blas_caxpby(const zor_int *n, const void *a, const void *x, const zor_int *incx, const void *b, void *y, const zor_int *incy) { (void)alternative_kernel(); axpby<cplx<float>, fixed::kAxpby.c>(n, a, x, incx, b, y, incy); }
 ZOR_API void zor_blas_zaxpby(const zor_int *n, const void *a, const void *x, const zor_int *incx, const void *b, void *y, const zor_int *incy) {
-  if (alternative_kernel()) axpby<cplx<double>, 16>(n, a, x, incx, b, y, incy);
-  else axpby<cplx<double>, 8>(n, a, x, incx, b, y, incy);
+  if (alternative_kernel()) axpby<cplx<double>, fixed::kAxpbyZSecond>(n, a, x, incx, b, y, incy);
+  else axpby<cplx<double>, fixed::kAxpby.z>(n, a, x, incx, b, y, incy);
 }
 // clang-format on

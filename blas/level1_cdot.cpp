@@ -40,12 +40,12 @@ struct ComplexSum {
   using V = vec_t<R>;
   V re_e = simd::zero<V>(), im_e = simd::zero<V>(), re_o = simd::zero<V>(), im_o = simd::zero<V>();
   ZOR_HOT void even(V x, V y) {
-    re_e = add(re_e, mul(dup_re(x), y));
-    im_e = add(im_e, mul(dup_im(x), y));
+    re_e = add(re_e, mul(simd::dup_re(x), y));
+    im_e = add(im_e, mul(simd::dup_im(x), y));
   }
   ZOR_HOT void odd(V x, V y) {
-    re_o = add(re_o, mul(dup_re(x), y));
-    im_o = add(im_o, mul(dup_im(x), y));
+    re_o = add(re_o, mul(simd::dup_re(x), y));
+    im_o = add(im_o, mul(simd::dup_im(x), y));
   }
   cplx<R> result() const {
     V r = add(re_e, re_o), i = add(im_e, im_o);
@@ -77,31 +77,23 @@ inline vec_t<R> gather(const cplx<R> *p, int64_t inc) {
   else return simd::make(p->re, p->im);
 }
 
+// Blocks alternate even and odd vectors: the main step and a ladder down to
+// pairs, then a last single vector into the even accumulators.
 template <class R, bool Conj, int Main, class XS, class YS>
 void alternate(ComplexSum<R, Conj> &s, XS &xs, YS &ys, int64_t nv) {
-  auto block = [&]<int Count>() ZOR_HOT {
+  nv = ladder<Main, 2>(nv, [&]<int Count>() ZOR_HOT {
     for (int j = 0; j < Count; j += 2) {
       s.even(xs.next(), ys.next());
       s.odd(xs.next(), ys.next());
     }
-  };
-  for (; nv >= Main; nv -= Main) block.template operator()<Main>();
-  auto step = [&]<int Count>() {
-    if (nv >= Count) {
-      block.template operator()<Count>();
-      nv -= Count;
-    }
-  };
-  if constexpr (Main / 2 >= 2) step.template operator()<Main / 2>();
-  if constexpr (Main / 4 >= 2) step.template operator()<Main / 4>();
-  if constexpr (Main / 8 >= 2) step.template operator()<Main / 8>();
+  });
   if (nv >= 1) s.even(xs.next(), ys.next());
 }
 
 template <class R, bool Conj, int Main, int KX, int KY>
 void unit_vectors(ComplexSum<R, Conj> &s, const cplx<R> *x, const cplx<R> *y, int64_t nv) {
   const R *xr = &x->re, *yr = &y->re;
-  const int64_t reals = nv * kLanes<R>;  // what the vectors cover
+  const int64_t reals = nv * lanes<R>;  // what the vectors cover
   InStream<R, KX, true> xs(xr, xr + reals);
   InStream<R, KY, true> ys(yr, yr + reals);
   alternate<R, Conj, Main>(s, xs, ys, nv);
@@ -119,10 +111,10 @@ cplx<float> cdot(int64_t n, const cplx<float> *x, int64_t incx, const cplx<float
     }
     int64_t nv = n / 2;
     switch (phase(y)) {
-      case 0: unit_vectors<float, Conj, 16, 0, 0>(s, x, y, nv); break;
-      case 4: unit_vectors<float, Conj, 8, 0, 4>(s, x, y, nv); break;
-      case 8: unit_vectors<float, Conj, 8, 0, 8>(s, x, y, nv); break;
-      default: unit_vectors<float, Conj, 8, 0, 12>(s, x, y, nv); break;
+      case 0: unit_vectors<float, Conj, fixed::kCdotMainSamePhase, 0, 0>(s, x, y, nv); break;
+      case 4: unit_vectors<float, Conj, fixed::kCdotMainOtherPhase, 0, 4>(s, x, y, nv); break;
+      case 8: unit_vectors<float, Conj, fixed::kCdotMainOtherPhase, 0, 8>(s, x, y, nv); break;
+      default: unit_vectors<float, Conj, fixed::kCdotMainOtherPhase, 0, 12>(s, x, y, nv); break;
     }
     if (n & 1) s.even(element(x[n - 1]), element(y[n - 1]));
     return s.result();
@@ -148,7 +140,7 @@ cplx<double> scalar_loop(ComplexSum<double, Conj> &s, int64_t n, const cplx<doub
                          const cplx<double> *y, int64_t incy) {
   if (incx < 0) x += (1 - n) * incx;
   if (incy < 0) y += (1 - n) * incy;
-  for (int64_t i = 0; i < n; ++i, x += incx, y += incy) s.even(element(*x), element(*y));
+  for (int64_t i = 0; i < n; ++i, x += incx, y += incy) s.even(element(load_any(x)), element(load_any(y)));
   return s.result();
 }
 
@@ -158,10 +150,10 @@ cplx<double> zdot_first(int64_t n, const cplx<double> *x, int64_t incx, const cp
   if (n < 1) return {0, 0};
   if (unit_pair(incx, incy) && aligned_to(x, 8) && aligned_to(y, 8)) {
     switch (phase(x) | phase(y) >> 1) {
-      case 0: unit_vectors<double, Conj, 16, 0, 0>(s, x, y, n); break;
-      case 4: unit_vectors<double, Conj, 8, 0, 8>(s, x, y, n); break;
-      case 8: unit_vectors<double, Conj, 8, 8, 0>(s, x, y, n); break;
-      default: unit_vectors<double, Conj, 8, 8, 8>(s, x, y, n); break;
+      case 0: unit_vectors<double, Conj, fixed::kZdotMainSamePhase, 0, 0>(s, x, y, n); break;
+      case 4: unit_vectors<double, Conj, fixed::kZdotMainOtherPhase, 0, 8>(s, x, y, n); break;
+      case 8: unit_vectors<double, Conj, fixed::kZdotMainOtherPhase, 8, 0>(s, x, y, n); break;
+      default: unit_vectors<double, Conj, fixed::kZdotMainOtherPhase, 8, 8>(s, x, y, n); break;
     }
     return s.result();
   }
@@ -187,8 +179,9 @@ cplx<double> zdot_second(int64_t n, const cplx<double> *x, int64_t incx, const c
     InStream<double, KX, true> xs(&x->re, &x->re + 2 * n);
     InStream<double, KY, true> ys(&y->re, &y->re + 2 * n);
     int64_t i = 0;
-    for (; i + 8 <= n; i += 8)
-      for (int j = 0; j < 8; j += 2) {
+    constexpr int Step = fixed::kZdotSecondStep;
+    for (; i + Step <= n; i += Step)
+      for (int j = 0; j < Step; j += 2) {
         s.even(xs.next(), ys.next());
         s.odd(xs.next(), ys.next());
       }
@@ -206,7 +199,7 @@ cplx<double> zdot_second(int64_t n, const cplx<double> *x, int64_t incx, const c
 template <bool Conj>
 void zdot(void *result, const zor_int *n, const void *x, const zor_int *incx, const void *y, const zor_int *incy) {
   auto xp = static_cast<const cplx<double> *>(x), yp = static_cast<const cplx<double> *>(y);
-  *static_cast<cplx<double> *>(result) = zor_serv_get_microarchitecture() == 33
+  *static_cast<cplx<double> *>(result) = alternative_kernel()
                                              ? zdot_second<Conj>(*n, xp, *incx, yp, *incy)
                                              : zdot_first<Conj>(*n, xp, *incx, yp, *incy);
 }

@@ -51,7 +51,7 @@ void complex_kernel(int64_t n, const void *x, int64_t incx, void *y, int64_t inc
   auto xp = const_cast<cplx<R> *>(static_cast<const cplx<R> *>(x));
   auto yp = static_cast<cplx<R> *>(y);
   if ((incx == 1 && incy == 1) || (pair_unit && incx == -1 && incy == -1))
-    real_kernel<Op, R, Main>(2 * n, &xp->re, incx, &yp->re, incy);
+    real_kernel<Op, R, Main>(2 * n, reals(xp), incx, reals(yp), incy);
   else
     strided_path(Op<cplx<R>>{}, n, xp, incx, yp, incy);
 }
@@ -62,12 +62,12 @@ void complex_kernel(int64_t n, const void *x, int64_t incx, void *y, int64_t inc
 using namespace zor::blas;
 
 // clang-format off
-ZOR_API void zor_blas_xscopy(const zor_int *n, const float *x, const zor_int *incx, float *y, const zor_int *incy) { real_kernel<CopyOp, float, 8>(*n, x, *incx, y, *incy); }
-ZOR_API void zor_blas_xdcopy(const zor_int *n, const double *x, const zor_int *incx, double *y, const zor_int *incy) { real_kernel<CopyOp, double, 16>(*n, x, *incx, y, *incy); }
-ZOR_API void zor_blas_xccopy(const zor_int *n, const void *x, const zor_int *incx, void *y, const zor_int *incy) { complex_kernel<CopyOp, float, 8>(*n, x, *incx, y, *incy, false); }
-ZOR_API void zor_blas_xzcopy(const zor_int *n, const void *x, const zor_int *incx, void *y, const zor_int *incy) { complex_kernel<CopyOp, double, 16>(*n, x, *incx, y, *incy, false); }
-ZOR_API void zor_blas_xsswap(const zor_int *n, float *x, const zor_int *incx, float *y, const zor_int *incy) { real_kernel<SwapOp, float, 8>(*n, x, *incx, y, *incy); }
-ZOR_API void zor_blas_xdswap(const zor_int *n, double *x, const zor_int *incx, double *y, const zor_int *incy) { real_kernel<SwapOp, double, 16>(*n, x, *incx, y, *incy); }
-ZOR_API void zor_blas_xcswap(const zor_int *n, void *x, const zor_int *incx, void *y, const zor_int *incy) { complex_kernel<SwapOp, float, 8>(*n, x, *incx, y, *incy, true); }
-ZOR_API void zor_blas_xzswap(const zor_int *n, void *x, const zor_int *incx, void *y, const zor_int *incy) { complex_kernel<SwapOp, double, 16>(*n, x, *incx, y, *incy, true); }
+ZOR_API void zor_blas_xscopy(const zor_int *n, const float *x, const zor_int *incx, float *y, const zor_int *incy) { real_kernel<CopyOp, float, fixed::kCopySwap.s>(*n, x, *incx, y, *incy); }
+ZOR_API void zor_blas_xdcopy(const zor_int *n, const double *x, const zor_int *incx, double *y, const zor_int *incy) { real_kernel<CopyOp, double, fixed::kCopySwap.d>(*n, x, *incx, y, *incy); }
+ZOR_API void zor_blas_xccopy(const zor_int *n, const void *x, const zor_int *incx, void *y, const zor_int *incy) { complex_kernel<CopyOp, float, fixed::kCopySwap.c>(*n, x, *incx, y, *incy, false); }
+ZOR_API void zor_blas_xzcopy(const zor_int *n, const void *x, const zor_int *incx, void *y, const zor_int *incy) { complex_kernel<CopyOp, double, fixed::kCopySwap.z>(*n, x, *incx, y, *incy, false); }
+ZOR_API void zor_blas_xsswap(const zor_int *n, float *x, const zor_int *incx, float *y, const zor_int *incy) { real_kernel<SwapOp, float, fixed::kCopySwap.s>(*n, x, *incx, y, *incy); }
+ZOR_API void zor_blas_xdswap(const zor_int *n, double *x, const zor_int *incx, double *y, const zor_int *incy) { real_kernel<SwapOp, double, fixed::kCopySwap.d>(*n, x, *incx, y, *incy); }
+ZOR_API void zor_blas_xcswap(const zor_int *n, void *x, const zor_int *incx, void *y, const zor_int *incy) { complex_kernel<SwapOp, float, fixed::kCopySwap.c>(*n, x, *incx, y, *incy, true); }
+ZOR_API void zor_blas_xzswap(const zor_int *n, void *x, const zor_int *incx, void *y, const zor_int *incy) { complex_kernel<SwapOp, double, fixed::kCopySwap.z>(*n, x, *incx, y, *incy, true); }
 // clang-format on

@@ -52,19 +52,11 @@ struct PairSum {
   }
 };
 
-// Main block and ladder on vectors; returns whether the one-vector step ran.
+// Main block and ladder on vectors down to pairs, then a last single vector
+// into A; returns whether that one-vector step ran.
 template <int Main, class Sum>
 bool vector_ladder(Sum &s, int64_t &nv) {
-  for (; nv >= Main; nv -= Main) s.template block<Main>();
-  auto step = [&]<int Count>() {
-    if (nv >= Count) {
-      s.template block<Count>();
-      nv -= Count;
-    }
-  };
-  if constexpr (Main / 2 >= 2) step.template operator()<Main / 2>();
-  if constexpr (Main / 4 >= 2) step.template operator()<Main / 4>();
-  if constexpr (Main / 8 >= 2) step.template operator()<Main / 8>();
+  nv = ladder<Main, 2>(nv, [&]<int Count>() ZOR_HOT { s.template block<Count>(); });
   if (nv >= 1) {
     s.a = add(s.a, mul(s.xs.next(), s.ys.next()));
     nv -= 1;
@@ -80,7 +72,7 @@ double ddot_vectors(int64_t n, const double *x, const double *y, simd::f64x2 b, 
   InStream<double, KY, true> ys(y, y + n);
   PairSum<double, decltype(xs), decltype(ys)> s{xs, ys, simd::zero<simd::f64x2>(), b};
   int64_t nv = n / 2;
-  bool one_ran = vector_ladder<16>(s, nv);
+  bool one_ran = vector_ladder<fixed::kDdotMain>(s, nv);
   if (n & 1) {
     simd::f64x2 p = simd::set_lo(x[n - 1] * y[n - 1]);
     if (one_ran) s.b = simd::add_lo(s.b, p);
@@ -94,20 +86,22 @@ double ddot_vectors(int64_t n, const double *x, const double *y, simd::f64x2 b, 
 double ddot_strided(int64_t n, const double *x, int64_t incx, const double *y, int64_t incy) {
   if (incx < 0) x += (1 - n) * incx;
   if (incy < 0) y += (1 - n) * incy;
+  // The bases may stand 4 bytes off: elements are read at any offset.
+  auto p = [&](int64_t k) { return load_any(x + k * incx) * load_any(y + k * incy); };
   double a0 = 0, a1 = 0, b0 = 0, b1 = 0;
   int64_t i = 0;
   for (; i + 4 <= n; i += 4, x += 4 * incx, y += 4 * incy) {
-    a0 += x[0] * y[0];
-    a1 += x[incx] * y[incy];
-    b0 += x[2 * incx] * y[2 * incy];
-    b1 += x[3 * incx] * y[3 * incy];
+    a0 += p(0);
+    a1 += p(1);
+    b0 += p(2);
+    b1 += p(3);
   }
   if (i + 2 <= n) {
-    a0 += x[0] * y[0];
-    a1 += x[incx] * y[incy];
+    a0 += p(0);
+    a1 += p(1);
     x += 2 * incx, y += 2 * incy, i += 2;
   }
-  if (i < n) a0 += x[0] * y[0];
+  if (i < n) a0 += p(0);
   return (a0 + a1) + (b0 + b1);
 }
 
@@ -133,7 +127,7 @@ float sdot_vectors(int64_t n, const float *x, const float *y, simd::f32x4 b) {
   InStream<float, KY, true> ys(y, y + n);
   PairSum<float, decltype(xs), decltype(ys)> s{xs, ys, simd::zero<simd::f32x4>(), b};
   int64_t nv = n / 4;
-  bool one_ran = vector_ladder<8>(s, nv);
+  bool one_ran = vector_ladder<fixed::kSdotMain>(s, nv);
   int64_t i = n & ~int64_t(3);
   simd::f32x4 &tail = one_ran ? s.b : s.a;
   if (n - i >= 2) {
@@ -180,7 +174,7 @@ float sdot(int64_t n, const float *x, int64_t incx, const float *y, int64_t incy
 // ---------------------------------------------------------------- widening
 double widening_dot(int64_t n, const float *x, int64_t incx, const float *y, int64_t incy) {
   if (n < 1) return 0.0;
-  bool paired = (incx == incy && incx > 0) || (incx != 0 && incy != 0 && n >= 8);
+  bool paired = (incx == incy && incx > 0) || (incx != 0 && incy != 0 && n >= fixed::kWideningPass);
   if (!paired) {
     if (incx < 0) x += (1 - n) * incx;
     if (incy < 0) y += (1 - n) * incy;
@@ -196,7 +190,7 @@ double widening_dot(int64_t n, const float *x, int64_t incx, const float *y, int
   };
   simd::f64x2 a = simd::zero<simd::f64x2>(), b = a;
   int64_t i = 0;
-  for (; i + 8 <= n; i += 8) {
+  for (; i + fixed::kWideningPass <= n; i += fixed::kWideningPass) {
     a = add(a, pair(i));
     b = add(b, pair(i + 2));
     a = add(a, pair(i + 4));

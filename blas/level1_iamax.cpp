@@ -69,12 +69,12 @@ template <bool Max, class R>
 int64_t real_extreme(int64_t n, const R *x, int64_t incx) {
   using V = vec_t<R>;
   using Pos = Positions<R>;
-  constexpr int L = kLanes<R>;
+  constexpr int L = lanes<R>;
   if (n < 1 || incx < 1) return 0;
   if (n == 1) return 1;
-  R best = std::fabs(x[0]);
+  R best = std::fabs(load_any(x));
   int64_t at = 1, i = 1;  // i: 0-based index of the next element
-  bool lanes_ok = aligned_to(x, sizeof(R)) && (sizeof(R) == 8 || n < (int64_t(1) << 31) - 64);
+  bool lanes_ok = aligned_to(x, sizeof(R)) && (sizeof(R) == 8 || n < fixed::kFloatLanesBelow);
   if (incx == 1 && lanes_ok)
     while (i < n && !aligned_to(x + i, 16)) scalar_step<Max>(std::fabs(x[i]), i + 1, best, at), ++i;
   if (lanes_ok && n - i >= L) {
@@ -82,7 +82,8 @@ int64_t real_extreme(int64_t n, const R *x, int64_t incx) {
     // that the running extremes are not one chain of dependent compares.
     // A lane records the pass in which it last changed (-1: the start); the
     // position follows from the pass, the set and the lane.
-    constexpr int Sets = 4;
+    constexpr int Sets = tuned::kExtremeSets;
+    static_assert(Sets == 4, "the steps below name four sets");
     const int64_t first = i;
     V m[Sets];
     typename Pos::P p[Sets];
@@ -129,7 +130,7 @@ int64_t real_extreme(int64_t n, const R *x, int64_t incx) {
       if (position < at) at = position;
     }
   }
-  for (; i < n; ++i) scalar_step<Max>(std::fabs(x[i * incx]), i + 1, best, at);
+  for (; i < n; ++i) scalar_step<Max>(std::fabs(load_any(x + i * incx)), i + 1, best, at);
   return at;
 }
 
@@ -137,7 +138,10 @@ template <bool Max, class R>
 int64_t complex_extreme(int64_t n, const cplx<R> *x, int64_t incx) {
   if (n < 1 || incx < 1) return 0;
   if (n == 1) return 1;
-  auto mag = [&](int64_t i) { return std::fabs(x[i * incx].re) + std::fabs(x[i * incx].im); };
+  auto mag = [&](int64_t i) {
+    const cplx<R> e = load_any(x + i * incx);
+    return std::fabs(e.re) + std::fabs(e.im);
+  };
   R best = mag(0);
   int64_t at = 1, i = 1;
   for (; i + 2 <= n; i += 2) {

@@ -64,10 +64,10 @@ struct ScaledSquares {
 
 double dnrm2(int64_t n, const double *x, int64_t incx) {
   if (n < 1) return 0.0;
-  if (n == 1) return std::fabs(x[0]);
+  if (n == 1) return std::fabs(load_any(x));
   int64_t step = incx < 0 ? -incx : incx;
   ScaledSquares s;
-  for (int64_t i = 0; i < n; ++i) s.take(x[i * step]);
+  for (int64_t i = 0; i < n; ++i) s.take(load_any(x + i * step));
   return s.result();
 }
 
@@ -76,8 +76,9 @@ double dznrm2(int64_t n, const cplx<double> *x, int64_t incx) {
   int64_t step = incx < 0 ? -incx : incx;
   ScaledSquares s;
   for (int64_t i = 0; i < n; ++i) {
-    s.take(x[i * step].re);
-    s.take(x[i * step].im);
+    const cplx<double> e = load_any(x + i * step);
+    s.take(e.re);
+    s.take(e.im);
   }
   return s.result();
 }
@@ -170,7 +171,7 @@ float snrm2(int64_t n, const float *x, int64_t incx) {
 
 float scnrm2(int64_t n, const cplx<float> *x, int64_t incx) {
   if (n < 1) return 0.0f;
-  const float *r = &x->re;
+  const float *r = reals(x);
   if ((incx == 1 || incx == -1) && aligned_to(x, 8)) return float(std::sqrt(sum_squares_unit<true>(2 * n, r)));
   if (incx == 0) {
     f64x2 s = simd::zero<f64x2>(), v = squares(simd::make(double(x->re), double(x->im)));
@@ -195,23 +196,23 @@ double dasum(int64_t n, const double *x, int64_t incx) {
   auto lane0 = [&](double v) { a[0] = simd::add_lo(a[0], simd::set_lo(std::fabs(v))); };
   if ((incx == 1 || incx == -1) && aligned_to(x, 8)) {
     if (!aligned_to(x, 16)) lane0(*x++), --n;
-    auto vectors = [&](int count) {
-      for (int k = 0; k < count; ++k) a[k & 3] = add(a[k & 3], simd::abs(simd::load_a(x + 2 * k)));
-      x += 2 * count, n -= 2 * count;
-    };
-    while (n >= 32) vectors(16);
-    for (int count = 8; count >= 1; count /= 2)
-      if (n >= 2 * count) vectors(count);
+    const int64_t left = ladder<16>(n / 2, [&]<int Count>() ZOR_HOT {
+      for (int k = 0; k < Count; ++k) a[k & 3] = add(a[k & 3], simd::abs(simd::load_a(x + 2 * k)));
+      x += 2 * Count;
+    });
+    n = 2 * left + (n & 1);
     if (n >= 1) lane0(*x);
   } else if (incx == 0) {
-    for (int64_t i = 0; i < n; ++i) lane0(*x);
+    for (int64_t i = 0; i < n; ++i) lane0(load_any(x));
   } else {
+    // The base may stand 4 bytes off: elements are read at any offset.
     if (incx < 0) x += (1 - n) * incx;
-    auto pair = [&](int64_t i) { return simd::abs(simd::make(x[i * incx], x[(i + 1) * incx])); };
+    auto at = [&](int64_t i) { return load_any(x + i * incx); };
+    auto pair = [&](int64_t i) { return simd::abs(simd::make(at(i), at(i + 1))); };
     int64_t i = 0;
     for (; i + 4 <= n; i += 4) a[0] = add(a[0], pair(i)), a[1] = add(a[1], pair(i + 2));
     if (i + 2 <= n) a[0] = add(a[0], pair(i)), i += 2;
-    if (i < n) lane0(x[i * incx]);
+    if (i < n) lane0(at(i));
   }
   return simd::hsum(add(add(a[0], a[1]), add(a[2], a[3])));
 }
@@ -222,14 +223,11 @@ float sasum(int64_t n, const float *x, int64_t incx) {
   auto lane0 = [&](float v) { a[0] = simd::add_lo(a[0], simd::set_lo(std::fabs(v))); };
   if ((incx == 1 || incx == -1) && aligned_to(x, 4)) {
     while (n > 0 && !aligned_to(x, 16)) lane0(*x++), --n;
-    auto vectors = [&](int count) {
-      for (int k = 0; k < count; ++k) a[k & 3] = add(a[k & 3], simd::abs(simd::load_a(x + 4 * k)));
-      x += 4 * count, n -= 4 * count;
-    };
-    while (n >= 32) vectors(8);
-    for (int count = 4; count >= 1; count /= 2)
-      if (n >= 4 * count) vectors(count);
-    while (n > 0) lane0(*x++), --n;
+    ladder<8>(n / 4, [&]<int Count>() ZOR_HOT {
+      for (int k = 0; k < Count; ++k) a[k & 3] = add(a[k & 3], simd::abs(simd::load_a(x + 4 * k)));
+      x += 4 * Count;
+    });
+    for (n &= 3; n > 0; --n) lane0(*x++);
   } else {
     if (incx < 0) x += (1 - n) * incx;
     for (int64_t i = 0; i < n; ++i) lane0(x[i * incx]);
@@ -243,11 +241,14 @@ template <class R>
 R complex_asum(int64_t n, const cplx<R> *x, int64_t incx) {
   if (n < 1) return R(0);
   if (incx == 1) {
-    if constexpr (sizeof(R) == 8) return dasum(2 * n, &x->re, 1);
-    else return sasum(2 * n, &x->re, 1);
+    if constexpr (sizeof(R) == 8) return dasum(2 * n, reals(x), 1);
+    else return sasum(2 * n, reals(x), 1);
   }
   if (incx < 0) x += (1 - n) * incx;
-  auto mag = [&](int64_t i) { return std::fabs(x[i * incx].re) + std::fabs(x[i * incx].im); };
+  auto mag = [&](int64_t i) {
+    const cplx<R> e = load_any(x + i * incx);
+    return std::fabs(e.re) + std::fabs(e.im);
+  };
   R s0 = 0, s1 = 0;
   int64_t i = 0;
   for (; i + 2 <= n; i += 2) s0 += mag(i), s1 += mag(i + 1);
@@ -257,8 +258,8 @@ R complex_asum(int64_t n, const cplx<R> *x, int64_t incx) {
 
 template <class R>
 R cabs1(const void *z) {
-  auto e = static_cast<const cplx<R> *>(z);
-  return std::fabs(e->re) + std::fabs(e->im);
+  const cplx<R> e = load_any(static_cast<const cplx<R> *>(z));
+  return std::fabs(e.re) + std::fabs(e.im);
 }
 
 }  // namespace

@@ -43,14 +43,11 @@ struct RotOp {
   }
 };
 
-template <class S> S conj_of(S s) { return s; }
-template <class R> cplx<R> conj_of(cplx<R> s) { return conj(s); }
-
 template <class E, class S, int Main>
 void rot(int64_t n, void *x, int64_t incx, void *y, int64_t incy, real_t<E> c, S s) {
   if (n < 1) return;
   using Op = RotOp<E, S>;
-  Op op{Factor<real_t<E>>(c), Factor<S>(s), Factor<S>(conj_of(s))};
+  Op op{Factor<real_t<E>>(c), Factor<S>(s), Factor<S>(conj_if<true>(s))};
   E *xp = static_cast<E *>(x), *yp = static_cast<E *>(y);
   if (incx == 1 && incy == 1 && aligned_to(xp, sizeof(real_t<E>)) && aligned_to(yp, sizeof(real_t<E>)))
     unit_path<Op, Main>(op, n, xp, yp);
@@ -137,7 +134,7 @@ void rotm(int64_t n, R *x, int64_t incx, R *y, int64_t incy, const R *param) {
   if (n < 1 || R(2) + flag == R(0)) return;
   const RotmOp<R> op{flag > 0 ? 1 : (flag == 0 ? 0 : -1), param[1], param[2], param[3], param[4],
                      simd::splat(param[1]), simd::splat(param[2]), simd::splat(param[3]), simd::splat(param[4])};
-  int64_t from = op.kind > 0 ? 8 : 2;
+  int64_t from = op.kind > 0 ? fixed::kRotmVectorFromPositive : fixed::kRotmVectorFromOther;
   if (incx == 1 && incy == 1 && n >= from && aligned_to(x, sizeof(R)) && aligned_to(y, sizeof(R)))
     unit_path<RotmOp<R>, Main>(op, n, x, y);
   else
@@ -146,17 +143,8 @@ void rotm(int64_t n, R *x, int64_t incx, R *y, int64_t incy, const R *param) {
 
 // ---------------------------------------------------------------- rotmg
 template <class R>
-struct RotmgConstants;
-template <> struct RotmgConstants<double> {
-  static constexpr double gam = 4096.0, gamsq = 16777216.0, rgamsq = 5.960464477539e-08, rgam = 0.000244140625;
-};
-template <> struct RotmgConstants<float> {
-  static constexpr float gam = 4096.0f, gamsq = 16777216.0f, rgamsq = 5.960464477539063e-08f, rgam = 2.44141e-04f;
-};
-
-template <class R>
 void rotmg(R *d1, R *d2, R *x1, const R *y1, R *param) {
-  using K = RotmgConstants<R>;
+  using K = fixed::Rotmg<R>;
   R flag, h11 = 0, h12 = 0, h21 = 0, h22 = 0;
   if (*d1 < R(0)) {
     flag = -1;
@@ -234,18 +222,18 @@ using namespace zor::blas;
 using zor::cplx;
 
 // clang-format off
-ZOR_API void zor_blas_xsrot(const zor_int *n, float *x, const zor_int *incx, float *y, const zor_int *incy, const float *c, const float *s) { rot<float, float, 8>(*n, x, *incx, y, *incy, *c, *s); }
-ZOR_API void zor_blas_xdrot(const zor_int *n, double *x, const zor_int *incx, double *y, const zor_int *incy, const double *c, const double *s) { rot<double, double, 4>(*n, x, *incx, y, *incy, *c, *s); }
-ZOR_API void zor_blas_xcsrot(const zor_int *n, void *x, const zor_int *incx, void *y, const zor_int *incy, const float *c, const float *s) { rot<cplx<float>, float, 8>(*n, x, *incx, y, *incy, *c, *s); }
-ZOR_API void zor_blas_xzdrot(const zor_int *n, void *x, const zor_int *incx, void *y, const zor_int *incy, const double *c, const double *s) { rot<cplx<double>, double, 4>(*n, x, *incx, y, *incy, *c, *s); }
-ZOR_API void zor_blas_xcrot(const zor_int *n, void *x, const zor_int *incx, void *y, const zor_int *incy, const float *c, const void *s) { rot<cplx<float>, cplx<float>, 4>(*n, x, *incx, y, *incy, *c, *static_cast<const cplx<float> *>(s)); }
-ZOR_API void zor_blas_xzrot(const zor_int *n, void *x, const zor_int *incx, void *y, const zor_int *incy, const double *c, const void *s) { rot<cplx<double>, cplx<double>, 4>(*n, x, *incx, y, *incy, *c, *static_cast<const cplx<double> *>(s)); }
+ZOR_API void zor_blas_xsrot(const zor_int *n, float *x, const zor_int *incx, float *y, const zor_int *incy, const float *c, const float *s) { rot<float, float, fixed::kRot.s>(*n, x, *incx, y, *incy, *c, *s); }
+ZOR_API void zor_blas_xdrot(const zor_int *n, double *x, const zor_int *incx, double *y, const zor_int *incy, const double *c, const double *s) { rot<double, double, fixed::kRot.d>(*n, x, *incx, y, *incy, *c, *s); }
+ZOR_API void zor_blas_xcsrot(const zor_int *n, void *x, const zor_int *incx, void *y, const zor_int *incy, const float *c, const float *s) { rot<cplx<float>, float, fixed::kRot.c>(*n, x, *incx, y, *incy, *c, *s); }
+ZOR_API void zor_blas_xzdrot(const zor_int *n, void *x, const zor_int *incx, void *y, const zor_int *incy, const double *c, const double *s) { rot<cplx<double>, double, fixed::kRot.z>(*n, x, *incx, y, *incy, *c, *s); }
+ZOR_API void zor_blas_xcrot(const zor_int *n, void *x, const zor_int *incx, void *y, const zor_int *incy, const float *c, const void *s) { rot<cplx<float>, cplx<float>, fixed::kRotComplexS>(*n, x, *incx, y, *incy, *c, *static_cast<const cplx<float> *>(s)); }
+ZOR_API void zor_blas_xzrot(const zor_int *n, void *x, const zor_int *incx, void *y, const zor_int *incy, const double *c, const void *s) { rot<cplx<double>, cplx<double>, fixed::kRotComplexS>(*n, x, *incx, y, *incy, *c, *static_cast<const cplx<double> *>(s)); }
 ZOR_API void zor_blas_srotg(float *a, float *b, float *c, float *s) { rotg(a, b, c, s); }
 ZOR_API void zor_blas_drotg(double *a, double *b, double *c, double *s) { rotg(a, b, c, s); }
 ZOR_API void zor_blas_crotg(void *a, const void *b, float *c, void *s) { crotg(static_cast<cplx<float> *>(a), static_cast<const cplx<float> *>(b), c, static_cast<cplx<float> *>(s)); }
 ZOR_API void zor_blas_zrotg(void *a, const void *b, double *c, void *s) { crotg(static_cast<cplx<double> *>(a), static_cast<const cplx<double> *>(b), c, static_cast<cplx<double> *>(s)); }
-ZOR_API void zor_blas_srotm(const zor_int *n, float *x, const zor_int *incx, float *y, const zor_int *incy, const float *param) { rotm<float, 8>(*n, x, *incx, y, *incy, param); }
-ZOR_API void zor_blas_drotm(const zor_int *n, double *x, const zor_int *incx, double *y, const zor_int *incy, const double *param) { rotm<double, 4>(*n, x, *incx, y, *incy, param); }
+ZOR_API void zor_blas_srotm(const zor_int *n, float *x, const zor_int *incx, float *y, const zor_int *incy, const float *param) { rotm<float, fixed::kRotm[0]>(*n, x, *incx, y, *incy, param); }
+ZOR_API void zor_blas_drotm(const zor_int *n, double *x, const zor_int *incx, double *y, const zor_int *incy, const double *param) { rotm<double, fixed::kRotm[1]>(*n, x, *incx, y, *incy, param); }
 ZOR_API void zor_blas_srotmg(float *d1, float *d2, float *x1, const float *y1, float *param) { rotmg(d1, d2, x1, y1, param); }
 ZOR_API void zor_blas_drotmg(double *d1, double *d2, double *x1, const double *y1, double *param) { rotmg(d1, d2, x1, y1, param); }
 // clang-format on

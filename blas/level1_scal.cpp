@@ -35,32 +35,31 @@ void scal(int64_t n, F a, E *x, int64_t incx, bool unit) {
   if (unit && aligned_to(x, sizeof(real_t<E>)))
     unit_path<ScalOp<E, F>, Main>(op, n, x, x);
   else if (incx == 0)
-    for (int64_t i = 0; i < n; ++i) op.one(*x, *x);
+    for (int64_t i = 0; i < n; ++i) one_at<false>(op, x, x);
   else
     strided_path(op, n, x, incx, x, incx);
 }
 
 void dscal(int64_t n, double a, double *x, int64_t incx) {
   if (a == 1.0) return;
-  scal<double, double, 16>(n, a, x, incx, incx == 1 || incx == -1);
+  scal<double, double, fixed::kScal.d>(n, a, x, incx, incx == 1 || incx == -1);
 }
-void sscal(int64_t n, float a, float *x, int64_t incx) { scal<float, float, 8>(n, a, x, incx, incx == 1); }
+void sscal(int64_t n, float a, float *x, int64_t incx) { scal<float, float, fixed::kScal.s>(n, a, x, incx, incx == 1); }
 
 // Real factor on complex elements.
 template <class R>
 void real_on_complex(int64_t n, R a, cplx<R> *x, int64_t incx) {
   if (incx == 1) {
-    if constexpr (sizeof(R) == 8) dscal(2 * n, a, &x->re, 1);
-    else sscal(2 * n, a, &x->re, 1);
+    if constexpr (sizeof(R) == 8) dscal(2 * n, a, reals(x), 1);
+    else sscal(2 * n, a, reals(x), 1);
     return;
   }
   int64_t step = incx < 0 ? -incx : incx, i = 0;
   for (; i + 2 <= n; i += 2) {
-    cplx<R> &u = x[i * step], &v = x[(i + 1) * step];
-    u = a * u;
-    v = a * v;
+    store_any(x + i * step, a * load_any(x + i * step));
+    store_any(x + (i + 1) * step, a * load_any(x + (i + 1) * step));
   }
-  if (i < n) x[i * step] = a * x[i * step];
+  if (i < n) store_any(x + i * step, a * load_any(x + i * step));
 }
 
 }  // namespace
@@ -74,13 +73,13 @@ ZOR_API void zor_blas_sscal(const zor_int *n, const float *a, float *x, const zo
 ZOR_API void zor_blas_dscal(const zor_int *n, const double *a, double *x, const zor_int *incx) { dscal(*n, *a, x, *incx); }
 ZOR_API void zor_blas_cscal(const zor_int *n, const void *a, void *x, const zor_int *incx) {
   (void)alternative_kernel();
-  scal<cplx<float>, cplx<float>, 16>(*n, *static_cast<const cplx<float> *>(a), static_cast<cplx<float> *>(x), *incx, *incx == 1);
+  scal<cplx<float>, cplx<float>, fixed::kScal.c>(*n, *static_cast<const cplx<float> *>(a), static_cast<cplx<float> *>(x), *incx, *incx == 1);
 }
 ZOR_API void zor_blas_zscal(const zor_int *n, const void *a, void *x, const zor_int *incx) {
   auto alpha = *static_cast<const cplx<double> *>(a);
   auto xp = static_cast<cplx<double> *>(x);
-  if (alternative_kernel()) scal<cplx<double>, cplx<double>, 16>(*n, alpha, xp, *incx, *incx == 1);
-  else scal<cplx<double>, cplx<double>, 16>(*n, alpha, xp, *incx, *incx == 1 || *incx == -1);
+  if (alternative_kernel()) scal<cplx<double>, cplx<double>, fixed::kScalZSecond>(*n, alpha, xp, *incx, *incx == 1);
+  else scal<cplx<double>, cplx<double>, fixed::kScal.z>(*n, alpha, xp, *incx, *incx == 1 || *incx == -1);
 }
 ZOR_API void zor_blas_csscal(const zor_int *n, const float *a, void *x, const zor_int *incx) { real_on_complex(*n, *a, static_cast<cplx<float> *>(x), *incx); }
 ZOR_API void zor_blas_zdscal(const zor_int *n, const double *a, void *x, const zor_int *incx) { real_on_complex(*n, *a, static_cast<cplx<double> *>(x), *incx); }

@@ -27,75 +27,58 @@
 
 #include <zor/core.h>
 
+#include "blas/parameters.hpp"
+#include "frame/element.hpp"
 #include "frame/simd.hpp"
-#include "frame/traits.hpp"
-
-// Hot-loop pieces are forced inline: the compiler's own limits give up on
-// the wide unrolled blocks otherwise.
-#define ZOR_HOT __attribute__((always_inline))
 
 namespace zor::blas {
 
-template <class R> struct VecOf;
-template <> struct VecOf<float> { using type = simd::f32x4; };
-template <> struct VecOf<double> { using type = simd::f64x2; };
-template <class R> using vec_t = typename VecOf<R>::type;
-template <class R> inline constexpr int kLanes = int(16 / sizeof(R));
-
-// Real type behind an element type.
-template <class E> struct RealOf { using type = E; };
-template <class R> struct RealOf<cplx<R>> { using type = R; };
-template <class E> using real_t = typename RealOf<E>::type;
-
-inline int phase(const void *p) { return int(reinterpret_cast<uintptr_t>(p) & 15); }
-inline bool aligned_to(const void *p, size_t bytes) { return (reinterpret_cast<uintptr_t>(p) & (bytes - 1)) == 0; }
-
-// (re, im) exchanged in every complex element of a vector.
-ZOR_HOT inline simd::f64x2 swap_re_im(simd::f64x2 v) { return simd::swap_lanes(v); }
-ZOR_HOT inline simd::f32x4 swap_re_im(simd::f32x4 v) { return simd::swap_pairs(v); }
-// Real parts, imaginary parts duplicated over each complex element.
-inline simd::f64x2 dup_re(simd::f64x2 v) { return simd::dup_lo(v); }
-inline simd::f32x4 dup_re(simd::f32x4 v) { return simd::dup_even(v); }
-inline simd::f64x2 dup_im(simd::f64x2 v) { return simd::dup_hi(v); }
-inline simd::f32x4 dup_im(simd::f32x4 v) { return simd::dup_odd(v); }
-
-// a x for a complex a held as (re broadcast, im broadcast); lanes are
-// (re, im) pairs: [ar xr - ai xi, ar xi + ai xr].
-template <class V>
-ZOR_HOT inline V cmul(V ar, V ai, V x) {
-  return simd::addsub(simd::mul(ar, x), simd::mul(ai, swap_re_im(x)));
+// Runs `count` units of work as a main step and a ladder: blocks of Main
+// units while they last, then at most one block of each halved size Main/2,
+// Main/4, ... down to Min; returns the units left (fewer than Min).
+// block.template operator()<Size>() does one block of Size units, Size a
+// constant.
+template <int Step, int Min, class Block>
+ZOR_HOT inline void halving_steps(int64_t &count, Block &block) {
+  if constexpr (Step >= Min && Step >= 1) {
+    if (count >= Step) {
+      block.template operator()<Step>();
+      count -= Step;
+    }
+    halving_steps<Step / 2, Min>(count, block);
+  }
+}
+template <int Main, int Min = 1, class Block>
+ZOR_HOT inline int64_t ladder(int64_t count, Block &&block) {
+  for (; count >= Main; count -= Main) block.template operator()<Main>();
+  halving_steps<Main / 2, Min>(count, block);
+  return count;
 }
 
-template <class R> inline bool is_zero(R a) { return R(0) == a; }
-template <class R> inline bool is_zero(cplx<R> a) { return R(0) == a.re && R(0) == a.im; }
-template <class R> inline bool is_one(R a) { return R(1) == a; }
-template <class R> inline bool is_one(cplx<R> a) { return R(1) == a.re && R(0) == a.im; }
-
 // A scalar factor in vector form: real broadcast, or (re, im) broadcasts.
+// times(x) multiplies a register of elements, s * x one element: the same
+// arithmetic, so vector body and scalar tail agree bit for bit.
+template <class E> struct FactorForm { using type = vec_t<E>; };
+template <class R> struct FactorForm<cplx<R>> { using type = simd::Csplat<R>; };
 template <class E>
 struct Factor {
-  using R = real_t<E>;
-  using V = vec_t<R>;
+  using V = vec_t<E>;
   E s;
-  V re, im;
+  typename FactorForm<E>::type v;
   explicit Factor(E a) : s(a) {
-    if constexpr (std::is_same_v<E, R>) {
-      re = simd::splat(a);
-    } else {
-      re = simd::splat(a.re);
-      im = simd::splat(a.im);
-    }
+    if constexpr (is_complex_v<E>) v = simd::csplat(a);
+    else v = simd::splat(a);
   }
   ZOR_HOT V times(V x) const {
-    if constexpr (std::is_same_v<E, R>) return simd::mul(re, x);
-    else return cmul(re, im, x);
+    if constexpr (is_complex_v<E>) return simd::cmul(v, x);
+    else return simd::mul(v, x);
   }
 };
 
 // The double-complex entries have two kernels, chosen by the processor's
 // micro-architecture answer (33: the alternative); the single-complex ones
 // make the same query and have one kernel.
-inline bool alternative_kernel() { return zor_serv_get_microarchitecture() == 33; }
+inline bool alternative_kernel() { return zor_serv_get_microarchitecture() == fixed::kSecondKernelAnswer; }
 
 // Consecutive vectors of a stream that starts K bytes past a 16-byte
 // boundary, read with aligned loads only. With Bounded, the aligned vector
@@ -105,7 +88,7 @@ inline bool alternative_kernel() { return zor_serv_get_microarchitecture() == 33
 template <class R, int K, bool Bounded = false>
 struct InStream {
   using V = vec_t<R>;
-  static constexpr int L = kLanes<R>;
+  static constexpr int L = lanes<R>;
   const R *a;
   const R *end;
   V prev;
@@ -133,7 +116,7 @@ struct InStream<R, 0, Bounded> {
   explicit InStream(const R *p, const R * = nullptr) : a(p) {}
   ZOR_HOT V next() {
     V v = simd::load_a(a);
-    a += kLanes<R>;
+    a += lanes<R>;
     return v;
   }
 };
@@ -145,7 +128,7 @@ struct InStream<R, 0, Bounded> {
 template <class R, int K>
 struct OutStream {
   using V = vec_t<R>;
-  static constexpr int L = kLanes<R>;
+  static constexpr int L = lanes<R>;
   static constexpr int S = K / int(sizeof(R));  // reals before the stream in its first block
   R *a;
   V pend;
@@ -177,7 +160,7 @@ struct OutStream<R, 0> {
   explicit OutStream(R *p) : a(p) {}
   ZOR_HOT void put(V o) {
     simd::store_a(a, o);
-    a += kLanes<R>;
+    a += lanes<R>;
   }
   void finish() {}
 };
@@ -206,7 +189,7 @@ int64_t run_vectors(const Op &op, int64_t nv, typename Op::R *x, typename Op::R 
     auto yo_ = yo;
     // Groups of up to four vectors: all loads, then the arithmetic, then
     // the stores, so that no load waits behind a store it cannot pass.
-    constexpr int G = sizeof...(J) < 4 ? int(sizeof...(J)) : 4;
+    constexpr int G = sizeof...(J) < tuned::kLoadGroup ? int(sizeof...(J)) : tuned::kLoadGroup;
     auto group = [&]() ZOR_HOT {
       V xv[G], yv[G];
 #pragma GCC unroll 4
@@ -230,17 +213,7 @@ int64_t run_vectors(const Op &op, int64_t nv, typename Op::R *x, typename Op::R 
     (((void)J, (J % G == 0 ? group() : void())), ...);
     xi = xi_, yi = yi_, xo = xo_, yo = yo_;
   };
-  for (; nv >= Main; nv -= Main) block(std::make_integer_sequence<int, Main>{});
-  auto ladder = [&]<int Step>(auto &self) {
-    if constexpr (Step >= 1) {
-      if (nv >= Step) {
-        block(std::make_integer_sequence<int, Step>{});
-        nv -= Step;
-      }
-      self.template operator()<Step / 2>(self);
-    }
-  };
-  ladder.template operator()<Main / 2>(ladder);
+  ladder<Main>(nv, [&]<int Step>() ZOR_HOT { block(std::make_integer_sequence<int, Step>{}); });
   if constexpr (Op::writes_x) xo.finish();
   if constexpr (Op::writes_y) yo.finish();
   return done;
@@ -253,7 +226,7 @@ int64_t dispatch_y(const Op &op, int64_t nv, typename Op::R *x, typename Op::R *
     case 8:
       if constexpr (sizeof(typename Op::E) == 16) return run_vectors<Op, Kx, 8, Main>(op, nv, x, y);
       [[fallthrough]];
-    default: __builtin_unreachable();
+    default: ZOR_ASSERT(false && "y is aligned to 16 bytes, or 8 for double complex"); return 0;
   }
 }
 
@@ -294,19 +267,40 @@ void unit_path(const Op &op, int64_t n, typename Op::E *x, typename Op::E *y) {
   for (; n > 0; --n, ++x, ++y) op.one(*x, *y);
 }
 
+// The operation on the elements at x and y. Direct: in place. Otherwise the
+// elements may stand off their alignment (doubles 4 bytes off): read into
+// registers, worked on, written back.
+template <bool Direct, class Op>
+ZOR_HOT inline void one_at(const Op &op, typename Op::E *x, typename Op::E *y) {
+  if constexpr (Direct) {
+    op.one(*x, *y);
+  } else {
+    auto u = load_any(x), v = load_any(y);
+    op.one(u, v);
+    if constexpr (Op::writes_x) store_any(x, u);
+    if constexpr (Op::writes_y) store_any(y, v);
+  }
+}
+
 // Strided path: far-end start for negative increments, four per pass.
-template <class Op>
-void strided_path(const Op &op, int64_t n, typename Op::E *x, int64_t incx, typename Op::E *y, int64_t incy) {
+template <bool Direct, class Op>
+void strided_loop(const Op &op, int64_t n, typename Op::E *x, int64_t incx, typename Op::E *y, int64_t incy) {
   if (incx < 0) x += (1 - n) * incx;
   if (incy < 0) y += (1 - n) * incy;
   int64_t i = 0;
   for (; i + 4 <= n; i += 4, x += 4 * incx, y += 4 * incy) {
-    op.one(x[0], y[0]);
-    op.one(x[incx], y[incy]);
-    op.one(x[2 * incx], y[2 * incy]);
-    op.one(x[3 * incx], y[3 * incy]);
+    one_at<Direct>(op, x, y);
+    one_at<Direct>(op, x + incx, y + incy);
+    one_at<Direct>(op, x + 2 * incx, y + 2 * incy);
+    one_at<Direct>(op, x + 3 * incx, y + 3 * incy);
   }
-  for (; i < n; ++i, x += incx, y += incy) op.one(*x, *y);
+  for (; i < n; ++i, x += incx, y += incy) one_at<Direct>(op, x, y);
+}
+template <class Op>
+void strided_path(const Op &op, int64_t n, typename Op::E *x, int64_t incx, typename Op::E *y, int64_t incy) {
+  using E = typename Op::E;
+  if (aligned_to(x, alignof(E)) && aligned_to(y, alignof(E))) strided_loop<true>(op, n, x, incx, y, incy);
+  else strided_loop<false>(op, n, x, incx, y, incy);
 }
 
 // The two-vector unit test: (1, 1) and (-1, -1) pair the same elements, and

@@ -15,67 +15,66 @@
 namespace zor::blas {
 namespace {
 
+// Elements are read and written at any byte offset (doubles may stand 4
+// bytes off their alignment).
 template <class E>
 void gthr(int64_t nz, E *x, const int64_t *indx, const E *y) {
-  for (int64_t i = 0; i < nz; ++i) x[i] = y[indx[i] - 1];
+  for (int64_t i = 0; i < nz; ++i) store_any(x + i, load_any(y + indx[i] - 1));
 }
 
 template <class E>
 void gthrz(int64_t nz, E *x, const int64_t *indx, E *y) {
   for (int64_t i = 0; i < nz; ++i) {
-    x[i] = y[indx[i] - 1];
-    y[indx[i] - 1] = E{};
+    store_any(x + i, load_any(y + indx[i] - 1));
+    store_any(y + indx[i] - 1, E{});
   }
 }
 
 template <class E>
 void sctr(int64_t nz, const E *x, const int64_t *indx, E *y) {
-  for (int64_t i = 0; i < nz; ++i) y[indx[i] - 1] = x[i];
+  for (int64_t i = 0; i < nz; ++i) store_any(y + indx[i] - 1, load_any(x + i));
 }
 
 template <class E>
 void axpyi(int64_t nz, E a, const E *x, const int64_t *indx, E *y) {
   if (nz < 1 || is_zero(a)) return;
+  auto update = [&](int64_t i) { store_any(y + indx[i] - 1, a * load_any(x + i) + load_any(y + indx[i] - 1)); };
   int64_t i = 0;
-  if constexpr (std::is_floating_point_v<E>)
-    for (; i + 2 <= nz; i += 2) {
-      E &u = y[indx[i] - 1];
-      u = a * x[i] + u;
-      E &v = y[indx[i + 1] - 1];
-      v = a * x[i + 1] + v;
-    }
-  for (; i < nz; ++i) y[indx[i] - 1] = a * x[i] + y[indx[i] - 1];
+  if constexpr (!is_complex_v<E>)
+    for (; i + 2 <= nz; i += 2) update(i), update(i + 1);
+  for (; i < nz; ++i) update(i);
 }
 
 template <class R>
 R doti(int64_t nz, const R *x, const int64_t *indx, const R *y) {
   if (nz < 1) return R(0);
+  auto p = [&](int64_t i) { return load_any(x + i) * load_any(y + indx[i] - 1); };
   R s0 = 0, s1 = 0;
   int64_t i = 0;
   for (; i + 2 <= nz; i += 2) {
-    s0 += x[i] * y[indx[i] - 1];
-    s1 += x[i + 1] * y[indx[i + 1] - 1];
+    s0 += p(i);
+    s1 += p(i + 1);
   }
   R s = s0 + s1;
-  if (i < nz) s += x[i] * y[indx[i] - 1];
+  if (i < nz) s += p(i);
   return s;
 }
 
 template <bool Conj, class R>
 void complex_doti(void *result, int64_t nz, const cplx<R> *x, const int64_t *indx, const cplx<R> *y) {
   cplx<R> s{0, 0};
-  for (int64_t i = 0; i < nz; ++i) s = s + (Conj ? conj(x[i]) : x[i]) * y[indx[i] - 1];
-  *static_cast<cplx<R> *>(result) = s;
+  for (int64_t i = 0; i < nz; ++i) s = s + conj_if<Conj>(load_any(x + i)) * load_any(y + indx[i] - 1);
+  store_any(static_cast<cplx<R> *>(result), s);
 }
 
 template <class R>
 void roti(int64_t nz, R *x, const int64_t *indx, R *y, R c, R s) {
   if (nz < 1 || (c == R(1) && s == R(0))) return;
   for (int64_t i = 0; i < nz; ++i) {
-    R &v = y[indx[i] - 1];
-    R t = x[i];
-    x[i] = c * t + s * v;
-    v = (-(s * t)) + c * v;
+    R *v = y + indx[i] - 1;
+    const R t = load_any(x + i), w = load_any(v);
+    store_any(x + i, c * t + s * w);
+    store_any(v, (-(s * t)) + c * w);
   }
 }
 

@@ -18,10 +18,8 @@
 // joined into the complex sum at the end; y[j] := y[j] + alpha sum.
 #include <zor/blas.h>
 
-#include <algorithm>
 #include <type_traits>
 
-#include "blas/level1_skeleton.hpp"
 #include "blas/level2_gemv.hpp"
 
 namespace zor::blas::gemv {
@@ -29,8 +27,6 @@ namespace {
 
 using simd::f32x4;
 using Cx = cplx<float>;
-
-enum class Op { N, T, C };
 
 inline const float *re(const Cx *p) { return &p->re; }
 
@@ -63,15 +59,12 @@ using Column = std::conditional_t<Shifted, ShiftedColumn, AlignedColumn>;
 ZOR_HOT inline f32x4 pair_at(const Cx *p) { return simd::load_u(re(p)); }
 ZOR_HOT inline f32x4 one_at(const Cx *p) { return simd::load_pair(re(p)); }  // [re, im, 0, 0]
 
-ZOR_HOT inline f32x4 times(f32x4 tr, f32x4 ti, f32x4 a) {
-  return simd::addsub(simd::mul(tr, a), simd::mul(ti, simd::swap_pairs(a)));
-}
 // Per column, the matrix times the real parts of x and times the imaginary
 // parts, lane by lane; they are joined into the complex sum at the end, so
 // no row needs a shuffle of the matrix.
 template <int Cols>
 ZOR_HOT inline void accumulate(const f32x4 *col, f32x4 xv, f32x4 *pr, f32x4 *pi) {
-  const f32x4 xr = simd::dup_even(xv), xi = simd::dup_odd(xv);
+  const f32x4 xr = simd::dup_re(xv), xi = simd::dup_im(xv);
   for (int k = 0; k < Cols; ++k) {
     pr[k] = simd::add(pr[k], simd::mul(col[k], xr));
     pi[k] = simd::add(pi[k], simd::mul(col[k], xi));
@@ -79,8 +72,8 @@ ZOR_HOT inline void accumulate(const f32x4 *col, f32x4 xv, f32x4 *pr, f32x4 *pi)
 }
 
 // Rows [i, m) of Cols columns, column 0 aligned at row i.
-template <Op O, bool OddLda, int Cols>
-ZOR_HOT inline void rows(int64_t i, int64_t m, const Cx *const *c, const f32x4 *tr, const f32x4 *ti, Cx *v,
+template <Trans O, bool OddLda, int Cols>
+ZOR_HOT inline void rows(int64_t i, int64_t m, const Cx *const *c, const simd::Csplat<float> *t, Cx *v,
                          f32x4 *pr, f32x4 *pi) {
   Column<false> r0(c[0] + i);
   Column<OddLda && (Cols > 1)> r1(c[Cols > 1 ? 1 : 0] + i);
@@ -98,9 +91,9 @@ ZOR_HOT inline void rows(int64_t i, int64_t m, const Cx *const *c, const f32x4 *
     if constexpr (Cols > 3) a[3] = r3.next();
   };
   auto apply = [&](f32x4 *col, int64_t at, bool one) ZOR_HOT {
-    if constexpr (O == Op::N) {
+    if constexpr (O == Trans::N) {
       f32x4 w = one ? one_at(v + at) : pair_at(v + at);
-      for (int k = 0; k < Cols; ++k) w = simd::add(w, times(tr[k], ti[k], col[k]));
+      for (int k = 0; k < Cols; ++k) w = simd::add(w, simd::cmul(t[k], col[k]));
       if (one) simd::store_pair(&v[at].re, w);
       else simd::store_u(&v[at].re, w);
     } else {
@@ -123,121 +116,73 @@ ZOR_HOT inline void rows(int64_t i, int64_t m, const Cx *const *c, const f32x4 *
   }
 }
 
-template <Op O, bool OddLda, int Cols>
+template <Trans O, bool OddLda, int Cols>
 void group(int64_t m, const Cx *a, int64_t lda, const Cx *x, Cx alpha, Cx *y) {
   const Cx *c[Cols];
-  f32x4 tr[4], ti[4], pr[4], pi[4];
+  simd::Csplat<float> t[4];
+  f32x4 pr[4], pi[4];
   for (int k = 0; k < Cols; ++k) {
     c[k] = a + k * lda;
     pr[k] = pi[k] = simd::zero<f32x4>();
-    if constexpr (O == Op::N) {
-      const Cx t = alpha * x[k];
-      tr[k] = simd::splat(t.re), ti[k] = simd::splat(t.im);
-    }
+    if constexpr (O == Trans::N) t[k] = simd::csplat(alpha * x[k]);
   }
-  Cx *v = O == Op::N ? y : const_cast<Cx *>(x);  // the vector along the rows; read only when transposed
+  Cx *v = O == Trans::N ? y : const_cast<Cx *>(x);  // the vector along the rows; read only when transposed
   if (m >= 1) {
     int64_t i = 0;
-    if (!aligned(c[0], 16)) {
+    if (!aligned_to(c[0], 16)) {
       f32x4 col[4];
       for (int k = 0; k < Cols; ++k) col[k] = one_at(c[k]);
-      if constexpr (O == Op::N) {
+      if constexpr (O == Trans::N) {
         f32x4 w = one_at(v);
-        for (int k = 0; k < Cols; ++k) w = simd::add(w, times(tr[k], ti[k], col[k]));
+        for (int k = 0; k < Cols; ++k) w = simd::add(w, simd::cmul(t[k], col[k]));
         simd::store_pair(&v[0].re, w);
       } else {
         accumulate<Cols>(col, one_at(v), pr, pi);
       }
       i = 1;
     }
-    rows<O, OddLda, Cols>(i, m, c, tr, ti, v, pr, pi);
+    rows<O, OddLda, Cols>(i, m, c, t, v, pr, pi);
   }
-  if constexpr (O != Op::N) {
+  if constexpr (O != Trans::N) {
     for (int k = 0; k < Cols; ++k) {
       alignas(16) float p[4], q[4];
       simd::store_a(p, pr[k]);
       simd::store_a(q, pi[k]);
       const float p0 = p[0] + p[2], p1 = p[1] + p[3], q0 = q[0] + q[2], q1 = q[1] + q[3];
       // a x = (p0 - q1, p1 + q0); conj(a) x = (p0 + q1, q0 - p1)
-      const Cx s = O == Op::C ? Cx{p0 + q1, q0 - p1} : Cx{p0 - q1, p1 + q0};
+      const Cx s = O == Trans::C ? Cx{p0 + q1, q0 - p1} : Cx{p0 - q1, p1 + q0};
       y[k] = y[k] + alpha * s;
     }
   }
 }
 
-template <Op O, bool OddLda>
+template <Trans O, bool OddLda>
 void kernel(int64_t m, int64_t n, Cx alpha, const Cx *a, int64_t lda, const Cx *x, Cx *y) {
-  int64_t j = 0;
-  auto run = [&]<int Cols>() {
-    if constexpr (O == Op::N) group<O, OddLda, Cols>(m, a + j * lda, lda, x + j, alpha, y);
+  column_groups(n, [&]<int Cols>(int64_t j) {
+    if constexpr (O == Trans::N) group<O, OddLda, Cols>(m, a + j * lda, lda, x + j, alpha, y);
     else group<O, OddLda, Cols>(m, a + j * lda, lda, x, alpha, y + j);
-  };
-  for (; j + 4 <= n; j += 4) run.template operator()<4>();
-  switch (n - j) {
-    case 3: run.template operator()<3>(); break;
-    case 2: run.template operator()<2>(); break;
-    case 1: run.template operator()<1>(); break;
-    default: break;
-  }
-}
-
-void plain(Op op, int64_t m, int64_t n, Cx alpha, const Cx *a, int64_t lda, const Cx *x, int64_t incx, Cx *y,
-           int64_t incy) {
-  for (int64_t j = 0; j < n; ++j) {
-    const Cx *c = a + j * lda;
-    if (op == Op::N) {
-      const Cx t = alpha * x[j * incx];
-      for (int64_t i = 0; i < m; ++i) y[i * incy] = y[i * incy] + t * c[i];
-    } else {
-      Cx s{0.0f, 0.0f};
-      for (int64_t i = 0; i < m; ++i) s = s + (op == Op::C ? conj(c[i]) : c[i]) * x[i * incx];
-      y[j * incy] = y[j * incy] + alpha * s;
-    }
-  }
-}
-
-inline bool zero(Cx a) { return a.re == 0.0f && a.im == 0.0f; }
-
-using Kernel = void (*)(int64_t, int64_t, Cx, const Cx *, int64_t, const Cx *, Cx *);
-
-void xcgemv(char trans, int64_t m, int64_t n, Cx alpha, const Cx *a, int64_t lda, const Cx *x, int64_t incx,
-            Cx beta, Cx *y, int64_t incy) {
-  if (m == 0 || n == 0) return;
-  const bool beta_one = beta.re == 1.0f && beta.im == 0.0f;
-  if (zero(alpha) && beta_one) return;
-  const Op op = is_no_trans(trans) ? Op::N : (trans == 'T' || trans == 't') ? Op::T : Op::C;
-  const bool no_trans = op == Op::N;
-  const int64_t leny = no_trans ? m : n, lenx = no_trans ? n : m;
-  const Cx *xs = vector_start(x, lenx, incx);
-  Cx *ys = vector_start(y, leny, incy);
-  if (zero(beta)) {
-    for (int64_t i = 0; i < leny; ++i) ys[i * incy] = Cx{0.0f, 0.0f};
-  } else if (!beta_one) {
-    const zor_int len = leny, inc = incy;
-    zor_blas_cscal(&len, &beta, y, &inc);
-  }
-  if (zero(alpha)) return;
-  if (!aligned(a, 8) || !aligned(x, 8) || !aligned(y, 8)) {
-    plain(op, m, n, alpha, a, lda, xs, incx, ys, incy);
-    return;
-  }
-  static constexpr Kernel kernels[3][2] = {{kernel<Op::N, false>, kernel<Op::N, true>},
-                                           {kernel<Op::T, false>, kernel<Op::T, true>},
-                                           {kernel<Op::C, false>, kernel<Op::C, true>}};
-  const Kernel run = kernels[int(op)][lda & 1];
-  if (incx == 1 && incy == 1) {
-    run(m, n, alpha, a, lda, x, y);
-    return;
-  }
-  strided_product(no_trans, m, n, alpha, a, lda, xs, incx, ys, incy, run);
+  });
 }
 
 }  // namespace
+
+// Six kernels: 'N', transposed and conjugate, each for an even and an odd lda.
+template <>
+struct GemvShape<C> {
+  static bool kernel_path(const Cx *a, const Cx *x, const Cx *y, int64_t, int64_t) {
+    return aligned_to(a, 8) && aligned_to(x, 8) && aligned_to(y, 8);
+  }
+  static Kernel<Cx> kernel(Trans op, int64_t lda) {
+    static constexpr Kernel<Cx> kernels[3][2] = {{gemv::kernel<Trans::N, false>, gemv::kernel<Trans::N, true>},
+                                                 {gemv::kernel<Trans::T, false>, gemv::kernel<Trans::T, true>},
+                                                 {gemv::kernel<Trans::C, false>, gemv::kernel<Trans::C, true>}};
+    return kernels[op == Trans::N ? 0 : op == Trans::T ? 1 : 2][lda & 1];
+  }
+  static constexpr auto plain = plain_complex<Cx>;
+};
+
 }  // namespace zor::blas::gemv
 
 // clang-format off
-ZOR_API void zor_blas_xcgemv(const char *trans, const zor_int *m, const zor_int *n, const void *alpha, const void *a, const zor_int *lda, const void *x, const zor_int *incx, const void *beta, void *y, const zor_int *incy) {
-  using zor::cplx;
-  zor::blas::gemv::xcgemv(*trans, *m, *n, *static_cast<const cplx<float> *>(alpha), static_cast<const cplx<float> *>(a), *lda, static_cast<const cplx<float> *>(x), *incx, *static_cast<const cplx<float> *>(beta), static_cast<cplx<float> *>(y), *incy);
-}
+ZOR_API void zor_blas_xcgemv(const char *trans, const zor_int *m, const zor_int *n, const void *alpha, const void *a, const zor_int *lda, const void *x, const zor_int *incx, const void *beta, void *y, const zor_int *incy) { zor::blas::gemv::gemv<zor::C>(trans, m, n, alpha, a, lda, x, incx, beta, y, incy); }
 // clang-format on

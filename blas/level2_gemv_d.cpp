@@ -34,7 +34,6 @@
 #include <algorithm>
 #include <type_traits>
 
-#include "blas/level1_skeleton.hpp"
 #include "blas/level2_gemv.hpp"
 
 namespace zor::blas::gemv {
@@ -99,15 +98,10 @@ ZOR_HOT inline void n_rows(int64_t i, int64_t m, const double *const *c, const f
   int64_t nv = (m - i) / 2;
   const bool last_pair_apart = OddLda && Cols > 1 && nv > 0 && ((m - i) & 1) == 0;
   nv -= last_pair_apart;
-  for (; nv >= Main; nv -= Main) {
+  ladder<Main>(nv, [&]<int Count>() ZOR_HOT {
 #pragma GCC unroll 8
-    for (int u = 0; u < Main; ++u) step();
-  }
-  for (int s = Main / 2; s >= 1; s /= 2)
-    if (nv >= s) {
-      for (int u = 0; u < s; ++u) step();
-      nv -= s;
-    }
+    for (int u = 0; u < Count; ++u) step();
+  });
   if (last_pair_apart) {
     f64x2 v = load_y(yp, YInPhase);
     for (int k = 0; k < Cols; ++k) v = simd::add(v, simd::mul(t[k], pair_at(c[k] + m - 2)));
@@ -133,13 +127,13 @@ void n_columns(int64_t m, const double *a, int64_t lda, const double *x, double 
   }
   if (m < 1) return;
   int64_t i = 0;
-  if (!aligned(c[0], 16)) {
+  if (!aligned_to(c[0], 16)) {
     double v = y[0];
     for (int k = 0; k < Cols; ++k) v = v + ts[k] * c[k][0];
     y[0] = v;
     i = 1;
   }
-  if (aligned(y + i, 16)) n_rows<OddLda, true, Cols>(i, m, c, t, ts, y);
+  if (aligned_to(y + i, 16)) n_rows<OddLda, true, Cols>(i, m, c, t, ts, y);
   else n_rows<OddLda, false, Cols>(i, m, c, t, ts, y);
 }
 
@@ -163,15 +157,10 @@ ZOR_HOT inline void t_rows(int64_t i, int64_t m, const double *const *c, const d
   int64_t nv = (m - i) / 2;
   const bool last_pair_apart = OddLda && Cols > 1 && nv > 0 && ((m - i) & 1) == 0;
   nv -= last_pair_apart;
-  for (; nv >= Main; nv -= Main) {
+  ladder<Main>(nv, [&]<int Count>() ZOR_HOT {
 #pragma GCC unroll 8
-    for (int u = 0; u < Main; ++u) step();
-  }
-  for (int s = Main / 2; s >= 1; s /= 2)
-    if (nv >= s) {
-      for (int u = 0; u < s; ++u) step();
-      nv -= s;
-    }
+    for (int u = 0; u < Count; ++u) step();
+  });
   acc[0] = s0;
   if constexpr (Cols > 1) acc[1] = s1;
   if constexpr (Cols > 2) acc[2] = s2;
@@ -196,30 +185,32 @@ void t_columns(int64_t m, const double *a, int64_t lda, const double *x, double 
   }
   if (m >= 1) {
     int64_t i = 0;
-    if (!aligned(c[0], 16)) {
+    if (!aligned_to(c[0], 16)) {
       for (int k = 0; k < Cols; ++k) acc[k] = simd::add_lo(acc[k], simd::set_lo(c[k][0] * x[0]));
       i = 1;
     }
-    if (aligned(x + i, 16)) t_rows<OddLda, true, Cols>(i, m, c, x, acc);
+    if (aligned_to(x + i, 16)) t_rows<OddLda, true, Cols>(i, m, c, x, acc);
     else t_rows<OddLda, false, Cols>(i, m, c, x, acc);
   }
   const f64x2 al = simd::splat(alpha);
   for (int k = 0; k < Cols; ++k) y[k] = y[k] + simd::hsum(simd::mul(acc[k], al));
 }
 
-// Plain loops for a base that is not 8-byte aligned: columns two a pass.
-void plain(bool no_trans, int64_t m, int64_t n, double alpha, const double *a, int64_t lda, const double *x,
+// Plain loops for a base that is not 8-byte aligned (elements are read and
+// written at any byte offset): columns two a pass.
+void plain(Trans op, int64_t m, int64_t n, double alpha, const double *a, int64_t lda, const double *x,
            int64_t incx, double *y, int64_t incy) {
+  auto at = [](const double *p, int64_t i) { return load_any(p + i); };
   int64_t j = 0;
-  if (no_trans) {
+  if (op == Trans::N) {
     for (; j + 2 <= n; j += 2) {
-      const double t0 = alpha * x[j * incx], t1 = alpha * x[(j + 1) * incx];
+      const double t0 = alpha * at(x, j * incx), t1 = alpha * at(x, (j + 1) * incx);
       const double *a0 = a + j * lda, *a1 = a0 + lda;
-      for (int64_t i = 0; i < m; ++i) y[i * incy] = (y[i * incy] + t0 * a0[i]) + t1 * a1[i];
+      for (int64_t i = 0; i < m; ++i) store_any(y + i * incy, (at(y, i * incy) + t0 * at(a0, i)) + t1 * at(a1, i));
     }
     for (; j < n; ++j) {
-      const double t0 = alpha * x[j * incx], *a0 = a + j * lda;
-      for (int64_t i = 0; i < m; ++i) y[i * incy] = y[i * incy] + t0 * a0[i];
+      const double t0 = alpha * at(x, j * incx), *a0 = a + j * lda;
+      for (int64_t i = 0; i < m; ++i) store_any(y + i * incy, at(y, i * incy) + t0 * at(a0, i));
     }
     return;
   }
@@ -227,80 +218,49 @@ void plain(bool no_trans, int64_t m, int64_t n, double alpha, const double *a, i
     const double *a0 = a + j * lda, *a1 = a0 + lda;
     double s0 = 0.0, s1 = 0.0;
     for (int64_t i = 0; i < m; ++i) {
-      s0 = s0 + a0[i] * x[i * incx];
-      s1 = s1 + a1[i] * x[i * incx];
+      s0 = s0 + at(a0, i) * at(x, i * incx);
+      s1 = s1 + at(a1, i) * at(x, i * incx);
     }
-    y[j * incy] = y[j * incy] + alpha * s0;
-    y[(j + 1) * incy] = y[(j + 1) * incy] + alpha * s1;
+    store_any(y + j * incy, at(y, j * incy) + alpha * s0);
+    store_any(y + (j + 1) * incy, at(y, (j + 1) * incy) + alpha * s1);
   }
   for (; j < n; ++j) {
     const double *a0 = a + j * lda;
     double s0 = 0.0;
-    for (int64_t i = 0; i < m; ++i) s0 = s0 + a0[i] * x[i * incx];
-    y[j * incy] = y[j * incy] + alpha * s0;
+    for (int64_t i = 0; i < m; ++i) s0 = s0 + at(a0, i) * at(x, i * incx);
+    store_any(y + j * incy, at(y, j * incy) + alpha * s0);
   }
 }
-
-using Kernel = void (*)(int64_t, int64_t, double, const double *, int64_t, const double *, double *);
 
 // Four-column groups, then a variant for the 3, 2 or 1 columns left.
 template <bool OddLda, bool NoTrans>
 void run_kernel(int64_t m, int64_t n, double alpha, const double *a, int64_t lda, const double *x, double *y) {
-  int64_t j = 0;
   // 'N' walks x by column and y by row; transposed the other way round.
-  auto group = [&]<int Cols>() {
+  column_groups(n, [&]<int Cols>(int64_t j) {
     if constexpr (NoTrans) n_columns<OddLda, Cols>(m, a + j * lda, lda, x + j, alpha, y);
     else t_columns<OddLda, Cols>(m, a + j * lda, lda, x, alpha, y + j);
-  };
-  for (; j + 4 <= n; j += 4) group.template operator()<4>();
-  switch (n - j) {
-    case 3: group.template operator()<3>(); break;
-    case 2: group.template operator()<2>(); break;
-    case 1: group.template operator()<1>(); break;
-    default: break;
-  }
+  });
 }
 
 }  // namespace
 
-template <bool OddLda>
-void dgemv_n_kernel(int64_t m, int64_t n, double alpha, const double *a, int64_t lda, const double *x, double *y) {
-  run_kernel<OddLda, true>(m, n, alpha, a, lda, x, y);
-}
-template <bool OddLda>
-void dgemv_t_kernel(int64_t m, int64_t n, double alpha, const double *a, int64_t lda, const double *x, double *y) {
-  run_kernel<OddLda, false>(m, n, alpha, a, lda, x, y);
-}
-template void dgemv_n_kernel<false>(int64_t, int64_t, double, const double *, int64_t, const double *, double *);
-template void dgemv_n_kernel<true>(int64_t, int64_t, double, const double *, int64_t, const double *, double *);
-template void dgemv_t_kernel<false>(int64_t, int64_t, double, const double *, int64_t, const double *, double *);
-template void dgemv_t_kernel<true>(int64_t, int64_t, double, const double *, int64_t, const double *, double *);
-
-namespace {
-
-void xdgemv(char trans, int64_t m, int64_t n, double alpha, const double *a, int64_t lda, const double *x,
-            int64_t incx, double beta, double *y, int64_t incy) {
-  const bool no_trans = is_no_trans(trans);
-  const double *xs;
-  double *ys;
-  if (!open_product<double, 13>(no_trans, m, n, alpha, x, incx, beta, y, incy, xs, ys)) return;
-  if (!aligned(a, 8) || !aligned(x, 8) || !aligned(y, 8)) {
-    plain(no_trans, m, n, alpha, a, lda, xs, incx, ys, incy);
-    return;
+template <>
+struct GemvShape<D> {
+  static constexpr int kFillFrom = fixed::kFillFromDouble;
+  static bool kernel_path(const double *a, const double *x, const double *y, int64_t, int64_t) {
+    return aligned_to(a, 8) && aligned_to(x, 8) && aligned_to(y, 8);
   }
-  const bool odd = (lda & 1) != 0;
-  const Kernel kernel = no_trans ? (odd ? dgemv_n_kernel<true> : dgemv_n_kernel<false>)
-                                 : (odd ? dgemv_t_kernel<true> : dgemv_t_kernel<false>);
-  if (incx == 1 && incy == 1) {
-    kernel(m, n, alpha, a, lda, x, y);
-    return;
+  // By transposition and by the parity of lda.
+  static Kernel<double> kernel(Trans op, int64_t lda) {
+    const bool odd = (lda & 1) != 0;
+    if (op == Trans::N) return odd ? run_kernel<true, true> : run_kernel<false, true>;
+    return odd ? run_kernel<true, false> : run_kernel<false, false>;
   }
-  strided_product(no_trans, m, n, alpha, a, lda, xs, incx, ys, incy, kernel);
-}
+  static constexpr auto plain = gemv::plain;
+};
 
-}  // namespace
 }  // namespace zor::blas::gemv
 
 // clang-format off
-ZOR_API void zor_blas_xdgemv(const char *trans, const zor_int *m, const zor_int *n, const double *alpha, const double *a, const zor_int *lda, const double *x, const zor_int *incx, const double *beta, double *y, const zor_int *incy) { zor::blas::gemv::xdgemv(*trans, *m, *n, *alpha, a, *lda, x, *incx, *beta, y, *incy); }
+ZOR_API void zor_blas_xdgemv(const char *trans, const zor_int *m, const zor_int *n, const double *alpha, const double *a, const zor_int *lda, const double *x, const zor_int *incx, const double *beta, double *y, const zor_int *incy) { zor::blas::gemv::gemv<zor::D>(trans, m, n, alpha, a, lda, x, incx, beta, y, incy); }
 // clang-format on

@@ -19,7 +19,6 @@
 // pass when the increment is not 0 and at least 8 are left.
 #include <zor/blas.h>
 
-#include "blas/level1_skeleton.hpp"
 #include "blas/level2_gemv.hpp"
 
 namespace zor::blas::gemv {
@@ -97,26 +96,18 @@ void t_columns(int64_t m, const float *a, int64_t lda, const float *x, float alp
 
 template <bool NoTrans>
 void unit(int64_t m, int64_t n, float alpha, const float *a, int64_t lda, const float *x, float *y) {
-  int64_t j = 0;
-  auto group = [&]<int Cols>() {
+  column_groups(n, [&]<int Cols>(int64_t j) {
     if constexpr (NoTrans) n_columns<Cols>(m, a + j * lda, lda, x + j, alpha, y);
     else t_columns<Cols>(m, a + j * lda, lda, x, alpha, y + j);
-  };
-  for (; j + 4 <= n; j += 4) group.template operator()<4>();
-  switch (n - j) {
-    case 3: group.template operator()<3>(); break;
-    case 2: group.template operator()<2>(); break;
-    case 1: group.template operator()<1>(); break;
-    default: break;
-  }
+  });
 }
 
-void strided(bool no_trans, int64_t m, int64_t n, float alpha, const float *a, int64_t lda, const float *x,
+void strided(Trans op, int64_t m, int64_t n, float alpha, const float *a, int64_t lda, const float *x,
              int64_t incx, float *y, int64_t incy) {
   for (int64_t j = 0; j < n; ++j) {
     const float *c = a + j * lda;
     int64_t i = 0;
-    if (no_trans) {
+    if (op == Trans::N) {
       const float t = alpha * x[j * incx];
       if (incy != 0)
         for (; i + 8 <= m; i += 8)
@@ -133,23 +124,22 @@ void strided(bool no_trans, int64_t m, int64_t n, float alpha, const float *a, i
   }
 }
 
-void xsgemv(char trans, int64_t m, int64_t n, float alpha, const float *a, int64_t lda, const float *x,
-            int64_t incx, float beta, float *y, int64_t incy) {
-  const bool no_trans = is_no_trans(trans);
-  const float *xs;
-  float *ys;
-  if (!open_product<float, 25>(no_trans, m, n, alpha, x, incx, beta, y, incy, xs, ys)) return;
-  if (incx == 1 && incy == 1 && aligned(a, 4) && aligned(x, 4) && aligned(y, 4)) {
-    if (no_trans) unit<true>(m, n, alpha, a, lda, x, y);
-    else unit<false>(m, n, alpha, a, lda, x, y);
-    return;
-  }
-  strided(no_trans, m, n, alpha, a, lda, xs, incx, ys, incy);
-}
-
 }  // namespace
+
+// No kernels of its own: the unit-stride loops run when both increments are
+// 1 and the bases lie on float boundaries, the strided loops otherwise.
+template <>
+struct GemvShape<S> {
+  static constexpr int kFillFrom = fixed::kFillFromSingle;
+  static bool kernel_path(const float *a, const float *x, const float *y, int64_t incx, int64_t incy) {
+    return incx == 1 && incy == 1 && aligned_to(a, 4) && aligned_to(x, 4) && aligned_to(y, 4);
+  }
+  static Kernel<float> kernel(Trans op, int64_t) { return op == Trans::N ? unit<true> : unit<false>; }
+  static constexpr auto plain = strided;
+};
+
 }  // namespace zor::blas::gemv
 
 // clang-format off
-ZOR_API void zor_blas_xsgemv(const char *trans, const zor_int *m, const zor_int *n, const float *alpha, const float *a, const zor_int *lda, const float *x, const zor_int *incx, const float *beta, float *y, const zor_int *incy) { zor::blas::gemv::xsgemv(*trans, *m, *n, *alpha, a, *lda, x, *incx, *beta, y, *incy); }
+ZOR_API void zor_blas_xsgemv(const char *trans, const zor_int *m, const zor_int *n, const float *alpha, const float *a, const zor_int *lda, const float *x, const zor_int *incx, const float *beta, float *y, const zor_int *incy) { zor::blas::gemv::gemv<zor::S>(trans, m, n, alpha, a, lda, x, incx, beta, y, incy); }
 // clang-format on

@@ -18,9 +18,6 @@
 // conj(a[i]) x[i]) at the end; then y[j] := y[j] + alpha sum.
 #include <zor/blas.h>
 
-#include <algorithm>
-
-#include "blas/level1_skeleton.hpp"
 #include "blas/level2_gemv.hpp"
 
 namespace zor::blas::gemv {
@@ -28,8 +25,6 @@ namespace {
 
 using simd::f64x2;
 using Z = cplx<double>;
-
-enum class Op { N, T, C };
 
 template <bool Aligned>
 ZOR_HOT inline f64x2 load(const Z *p) {
@@ -42,31 +37,24 @@ ZOR_HOT inline void store(Z *p, f64x2 v) {
   else simd::store_u(&p->re, v);
 }
 
-// t a for t held as (re broadcast, im broadcast).
-ZOR_HOT inline f64x2 times(f64x2 tr, f64x2 ti, f64x2 a) {
-  return simd::addsub(simd::mul(tr, a), simd::mul(ti, simd::swap_lanes(a)));
-}
 template <int Cols, bool AAl, bool VAl>
 void n_group(int64_t m, const Z *a, int64_t lda, const Z *x, Z alpha, Z *y) {
-  f64x2 tr[Cols], ti[Cols];
+  simd::Csplat<double> t[Cols];
   const Z *c[Cols];
   for (int k = 0; k < Cols; ++k) {
-    const Z t = alpha * x[k];
-    tr[k] = simd::splat(t.re), ti[k] = simd::splat(t.im);
+    t[k] = simd::csplat(alpha * x[k]);
     c[k] = a + k * lda;
   }
-  auto row = [&](int64_t i) ZOR_HOT {
-    f64x2 v = load<VAl>(y + i);
-    for (int k = 0; k < Cols; ++k) v = simd::add(v, times(tr[k], ti[k], load<AAl>(c[k] + i)));
-    store<VAl>(y + i, v);
-  };
   int64_t i = 0;
-  for (; i + 4 <= m; i += 4) {
+  auto rows = [&]<int Count>() ZOR_HOT {
 #pragma GCC unroll 4
-    for (int u = 0; u < 4; ++u) row(i + u);
-  }
-  if (i + 2 <= m) row(i), row(i + 1), i += 2;
-  if (i < m) row(i);
+    for (int u = 0; u < Count; ++u, ++i) {
+      f64x2 v = load<VAl>(y + i);
+      for (int k = 0; k < Cols; ++k) v = simd::add(v, simd::cmul(t[k], load<AAl>(c[k] + i)));
+      store<VAl>(y + i, v);
+    }
+  };
+  ladder<4>(m, rows);
 }
 
 template <int Cols, bool Conj, bool AAl, bool VAl>
@@ -77,37 +65,35 @@ void t_group(int64_t m, const Z *a, int64_t lda, const Z *x, Z alpha, Z *y) {
   f64x2 p[Cols], q[Cols];
   const Z *c[Cols];
   for (int k = 0; k < Cols; ++k) p[k] = q[k] = simd::zero<f64x2>(), c[k] = a + k * lda;
-  auto row = [&](int64_t i) ZOR_HOT {
-    const f64x2 xv = load<VAl>(x + i), xr = simd::dup_lo(xv), xi = simd::dup_hi(xv);
-    for (int k = 0; k < Cols; ++k) {
-      const f64x2 av = load<AAl>(c[k] + i);
-      p[k] = simd::add(p[k], simd::mul(av, xr));
-      q[k] = simd::add(q[k], simd::mul(av, xi));
+  int64_t i = 0;
+  auto rows = [&]<int Count>() ZOR_HOT {
+#pragma GCC unroll 4
+    for (int u = 0; u < Count; ++u, ++i) {
+      const f64x2 xv = load<VAl>(x + i), xr = simd::dup_re(xv), xi = simd::dup_im(xv);
+      for (int k = 0; k < Cols; ++k) {
+        const f64x2 av = load<AAl>(c[k] + i);
+        p[k] = simd::add(p[k], simd::mul(av, xr));
+        q[k] = simd::add(q[k], simd::mul(av, xi));
+      }
     }
   };
-  int64_t i = 0;
-  for (; i + 4 <= m; i += 4) {
-#pragma GCC unroll 4
-    for (int u = 0; u < 4; ++u) row(i + u);
-  }
-  if (i + 2 <= m) row(i), row(i + 1), i += 2;
-  if (i < m) row(i);
-  const f64x2 ar = simd::splat(alpha.re), ai = simd::splat(alpha.im);
+  ladder<4>(m, rows);
+  const simd::Csplat<double> al = simd::csplat(alpha);
   for (int k = 0; k < Cols; ++k) {
     // a x = [p0 - q1, p1 + q0]; conj(a) x = [p0 + q1, q0 - p1].
-    const f64x2 qs = simd::swap_lanes(q[k]);
-    const f64x2 acc = Conj ? simd::add(qs, simd::conj_lanes(p[k])) : simd::addsub(p[k], qs);
-    f64x2 v = simd::add(load<false>(y + k), times(ar, ai, acc));
+    const f64x2 qs = simd::flip(q[k]);
+    const f64x2 acc = Conj ? simd::add(qs, simd::conj(p[k])) : simd::addsub(p[k], qs);
+    f64x2 v = simd::add(load<false>(y + k), simd::cmul(al, acc));
     store<false>(y + k, v);
   }
 }
 
-template <Op O, bool AAl, bool VAl>
+template <Trans O, bool AAl, bool VAl>
 void columns(int64_t m, int64_t n, Z alpha, const Z *a, int64_t lda, const Z *x, Z *y) {
   int64_t j = 0;
   auto group = [&]<int Cols>() {
-    if constexpr (O == Op::N) n_group<Cols, AAl, VAl>(m, a + j * lda, lda, x + j, alpha, y);
-    else t_group<Cols, O == Op::C, AAl, VAl>(m, a + j * lda, lda, x, alpha, y + j);
+    if constexpr (O == Trans::N) n_group<Cols, AAl, VAl>(m, a + j * lda, lda, x + j, alpha, y);
+    else t_group<Cols, O == Trans::C, AAl, VAl>(m, a + j * lda, lda, x, alpha, y + j);
   };
   for (; j + 4 <= n; j += 4) group.template operator()<4>();
   if (j + 2 <= n) group.template operator()<2>(), j += 2;
@@ -116,66 +102,30 @@ void columns(int64_t m, int64_t n, Z alpha, const Z *a, int64_t lda, const Z *x,
 
 // One kernel per operation: the variant by the 16-byte phase of the matrix
 // and of the vector the rows run over (y for 'N', x transposed).
-template <Op O>
+template <Trans O>
 void kernel(int64_t m, int64_t n, Z alpha, const Z *a, int64_t lda, const Z *x, Z *y) {
-  const bool aal = aligned(a, 16), val = aligned(O == Op::N ? static_cast<const void *>(y) : x, 16);
+  const bool aal = aligned_to(a, 16), val = aligned_to(O == Trans::N ? static_cast<const void *>(y) : x, 16);
   if (aal && val) columns<O, true, true>(m, n, alpha, a, lda, x, y);
   else if (aal) columns<O, true, false>(m, n, alpha, a, lda, x, y);
   else if (val) columns<O, false, true>(m, n, alpha, a, lda, x, y);
   else columns<O, false, false>(m, n, alpha, a, lda, x, y);
 }
 
-void plain(Op op, int64_t m, int64_t n, Z alpha, const Z *a, int64_t lda, const Z *x, int64_t incx, Z *y,
-           int64_t incy) {
-  for (int64_t j = 0; j < n; ++j) {
-    const Z *c = a + j * lda;
-    if (op == Op::N) {
-      const Z t = alpha * x[j * incx];
-      for (int64_t i = 0; i < m; ++i) y[i * incy] = y[i * incy] + t * c[i];
-    } else {
-      Z s{0.0, 0.0};
-      for (int64_t i = 0; i < m; ++i) s = s + (op == Op::C ? conj(c[i]) : c[i]) * x[i * incx];
-      y[j * incy] = y[j * incy] + alpha * s;
-    }
-  }
-}
-
-inline bool zero(Z a) { return a.re == 0.0 && a.im == 0.0; }
-
-void xzgemv(char trans, int64_t m, int64_t n, Z alpha, const Z *a, int64_t lda, const Z *x, int64_t incx, Z beta,
-            Z *y, int64_t incy) {
-  if (m == 0 || n == 0) return;
-  const bool beta_one = beta.re == 1.0 && beta.im == 0.0;
-  if (zero(alpha) && beta_one) return;
-  const Op op = is_no_trans(trans) ? Op::N : (trans == 'T' || trans == 't') ? Op::T : Op::C;
-  const int64_t leny = op == Op::N ? m : n, lenx = op == Op::N ? n : m;
-  const Z *xs = vector_start(x, lenx, incx);
-  Z *ys = vector_start(y, leny, incy);
-  if (zero(beta)) {
-    for (int64_t i = 0; i < leny; ++i) ys[i * incy] = Z{0.0, 0.0};
-  } else if (!beta_one) {
-    const zor_int len = leny, inc = incy;
-    zor_blas_zscal(&len, &beta, y, &inc);
-  }
-  if (zero(alpha)) return;
-  if (!aligned(a, 8) || !aligned(x, 8) || !aligned(y, 8)) {
-    plain(op, m, n, alpha, a, lda, xs, incx, ys, incy);
-    return;
-  }
-  const auto run = op == Op::N ? kernel<Op::N> : op == Op::T ? kernel<Op::T> : kernel<Op::C>;
-  if (incx == 1 && incy == 1) {
-    run(m, n, alpha, a, lda, x, y);
-    return;
-  }
-  strided_product(op == Op::N, m, n, alpha, a, lda, xs, incx, ys, incy, run);
-}
-
 }  // namespace
+
+template <>
+struct GemvShape<zor::Z> {
+  static bool kernel_path(const Z *a, const Z *x, const Z *y, int64_t, int64_t) {
+    return aligned_to(a, 8) && aligned_to(x, 8) && aligned_to(y, 8);
+  }
+  static Kernel<Z> kernel(Trans op, int64_t) {
+    return op == Trans::N ? gemv::kernel<Trans::N> : op == Trans::T ? gemv::kernel<Trans::T> : gemv::kernel<Trans::C>;
+  }
+  static constexpr auto plain = plain_complex<Z>;
+};
+
 }  // namespace zor::blas::gemv
 
 // clang-format off
-ZOR_API void zor_blas_xzgemv(const char *trans, const zor_int *m, const zor_int *n, const void *alpha, const void *a, const zor_int *lda, const void *x, const zor_int *incx, const void *beta, void *y, const zor_int *incy) {
-  using zor::cplx;
-  zor::blas::gemv::xzgemv(*trans, *m, *n, *static_cast<const cplx<double> *>(alpha), static_cast<const cplx<double> *>(a), *lda, static_cast<const cplx<double> *>(x), *incx, *static_cast<const cplx<double> *>(beta), static_cast<cplx<double> *>(y), *incy);
-}
+ZOR_API void zor_blas_xzgemv(const char *trans, const zor_int *m, const zor_int *n, const void *alpha, const void *a, const zor_int *lda, const void *x, const zor_int *incx, const void *beta, void *y, const zor_int *incy) { zor::blas::gemv::gemv<zor::Z>(trans, m, n, alpha, a, lda, x, incx, beta, y, incy); }
 // clang-format on

@@ -14,25 +14,9 @@
 
 #include "blas/level2_gemv.hpp"
 #include "frame/memory.hpp"
-#include "frame/traits.hpp"
 
 namespace zor::blas::gemv {
 namespace {
-
-template <class R>
-struct Real;
-template <>
-struct Real<double> {
-  static constexpr auto gemv = zor_blas_xdgemv;
-  static constexpr auto scal = zor_blas_zscal;
-};
-template <>
-struct Real<float> {
-  static constexpr auto gemv = zor_blas_xsgemv;
-  static constexpr auto scal = zor_blas_cscal;
-};
-
-template <class R> inline bool zero(cplx<R> a) { return a.re == R(0) && a.im == R(0); }
 
 // The product in one pass over A; x and y at their logical starts.
 template <class R>
@@ -41,12 +25,12 @@ void direct(bool no_trans, int64_t m, int64_t n, cplx<R> alpha, const R *a, int6
   for (int64_t j = 0; j < n; ++j) {
     const R *c = a + j * lda;
     if (no_trans) {
-      const cplx<R> t = alpha * x[j * incx];
-      for (int64_t i = 0; i < m; ++i) y[i * incy] = y[i * incy] + c[i] * t;
+      const cplx<R> t = alpha * load_any(x + j * incx);
+      for (int64_t i = 0; i < m; ++i) store_any(y + i * incy, load_any(y + i * incy) + load_any(c + i) * t);
     } else {
       cplx<R> s{R(0), R(0)};
-      for (int64_t i = 0; i < m; ++i) s = s + c[i] * x[i * incx];
-      y[j * incy] = y[j * incy] + alpha * s;
+      for (int64_t i = 0; i < m; ++i) s = s + load_any(c + i) * load_any(x + i * incx);
+      store_any(y + j * incy, load_any(y + j * incy) + alpha * s);
     }
   }
 }
@@ -54,26 +38,26 @@ void direct(bool no_trans, int64_t m, int64_t n, cplx<R> alpha, const R *a, int6
 template <class R>
 void mixed_gemv(const char *trans, int64_t m, int64_t n, cplx<R> alpha, const R *a, int64_t lda, const cplx<R> *x,
                 int64_t incx, cplx<R> beta, cplx<R> *y, int64_t incy) {
+  using Complex = traits_of<cplx<R>>;
   if (m == 0 || n == 0) return;
-  const bool beta_one = beta.re == R(1) && beta.im == R(0);
-  if (zero(alpha) && beta_one) return;
-  const bool no_trans = is_no_trans(*trans);
+  if (is_zero(alpha) && is_one(beta)) return;
+  const bool no_trans = read_trans(trans) == Trans::N;
   const int64_t leny = no_trans ? m : n, lenx = no_trans ? n : m;
-  const cplx<R> *xs = vector_start(x, lenx, incx);
   cplx<R> *ys = vector_start(y, leny, incy);
-  if (zero(beta)) {
-    for (int64_t i = 0; i < leny; ++i) ys[i * incy] = cplx<R>{R(0), R(0)};
-  } else if (!beta_one) {
-    const zor_int len = leny, inc = incy;
-    Real<R>::scal(&len, &beta, y, &inc);
+  if (is_zero(beta)) {
+    for (int64_t i = 0; i < leny; ++i) store_any(ys + i * incy, cplx<R>{R(0), R(0)});
+  } else if (!is_one(beta)) {
+    imports<Complex>::scal(&leny, &beta, y, &incy);
   }
-  if (zero(alpha)) return;
-  if (m < 4 || n < 4) {
+  if (is_zero(alpha)) return;
+  const cplx<R> *xs = vector_start(x, lenx, incx);
+  if (m < fixed::kMixedDirectBelow || n < fixed::kMixedDirectBelow) {
     direct(no_trans, m, n, alpha, a, lda, xs, incx, ys, incy);
     return;
   }
-  frame::PooledBuffer xr_buf(uint64_t(lenx) * sizeof(R), 128), xi_buf(uint64_t(lenx) * sizeof(R), 128);
-  frame::PooledBuffer yr_buf(uint64_t(leny) * sizeof(R), 128), yi_buf(uint64_t(leny) * sizeof(R), 128);
+  constexpr int32_t align = fixed::kMixedScratchAlignment;
+  frame::PooledBuffer xr_buf(uint64_t(lenx) * sizeof(R), align), xi_buf(uint64_t(lenx) * sizeof(R), align);
+  frame::PooledBuffer yr_buf(uint64_t(leny) * sizeof(R), align), yi_buf(uint64_t(leny) * sizeof(R), align);
   if (!xr_buf || !xi_buf || !yr_buf || !yi_buf) {
     direct(no_trans, m, n, alpha, a, lda, xs, incx, ys, incy);
     return;
@@ -82,27 +66,30 @@ void mixed_gemv(const char *trans, int64_t m, int64_t n, cplx<R> alpha, const R 
   R *yr = static_cast<R *>(yr_buf.get()), *yi = static_cast<R *>(yi_buf.get());
   int64_t i = 0;
   for (; i + 2 <= lenx; i += 2) {
-    const cplx<R> u = alpha * xs[i * incx], v = alpha * xs[(i + 1) * incx];
+    const cplx<R> u = alpha * load_any(xs + i * incx), v = alpha * load_any(xs + (i + 1) * incx);
     xr[i] = u.re, xi[i] = u.im, xr[i + 1] = v.re, xi[i + 1] = v.im;
   }
   if (i < lenx) {
-    const cplx<R> u = alpha * xs[i * incx];
+    const cplx<R> u = alpha * load_any(xs + i * incx);
     xr[i] = u.re, xi[i] = u.im;
   }
   for (i = 0; i + 2 <= leny; i += 2) {
-    const cplx<R> u = ys[i * incy], v = ys[(i + 1) * incy];
+    const cplx<R> u = load_any(ys + i * incy), v = load_any(ys + (i + 1) * incy);
     yr[i] = u.re, yi[i] = u.im, yr[i + 1] = v.re, yi[i + 1] = v.im;
   }
-  if (i < leny) yr[i] = ys[i * incy].re, yi[i] = ys[i * incy].im;
+  if (i < leny) {
+    const cplx<R> u = load_any(ys + i * incy);
+    yr[i] = u.re, yi[i] = u.im;
+  }
   const zor_int mm = m, nn = n, ld = lda, one = 1;
   const R unit = R(1);
-  Real<R>::gemv(trans, &mm, &nn, &unit, a, &ld, xr, &one, &unit, yr, &one);
-  Real<R>::gemv(trans, &mm, &nn, &unit, a, &ld, xi, &one, &unit, yi, &one);
+  imports<traits_of<R>>::xgemv(trans, &mm, &nn, &unit, a, &ld, xr, &one, &unit, yr, &one);
+  imports<traits_of<R>>::xgemv(trans, &mm, &nn, &unit, a, &ld, xi, &one, &unit, yi, &one);
   for (i = 0; i + 2 <= leny; i += 2) {
-    ys[i * incy] = cplx<R>{yr[i], yi[i]};
-    ys[(i + 1) * incy] = cplx<R>{yr[i + 1], yi[i + 1]};
+    store_any(ys + i * incy, cplx<R>{yr[i], yi[i]});
+    store_any(ys + (i + 1) * incy, cplx<R>{yr[i + 1], yi[i + 1]});
   }
-  if (i < leny) ys[i * incy] = cplx<R>{yr[i], yi[i]};
+  if (i < leny) store_any(ys + i * incy, cplx<R>{yr[i], yi[i]});
 }
 
 template <class R>

@@ -6,30 +6,12 @@
 // written. Then the tier's kernel runs.
 #include <zor/blas.h>
 
-#include <atomic>
-#include <cstdio>
-
 #include "core/checked.hpp"
 #include "core/tier_lookup.h"
 
 namespace {
 
-// A kernel of the tier, looked up by name at its first use (the provider
-// loads whether or not the tier was built with these kernels).
-template <class Fn>
-struct TierKernel {
-  const char *name;
-  std::atomic<Fn> cell{nullptr};
-  Fn get() {
-    Fn fn = cell.load(std::memory_order_acquire);
-    if (!fn) {
-      fn = zor_core::tier_function<Fn>(name);
-      if (!fn) std::fprintf(stderr, " ** %s is not present in the loaded tier\n", name);
-      cell.store(fn, std::memory_order_release);
-    }
-    return fn;
-  }
-};
+using zor_core::TierKernel;
 
 TierKernel<decltype(&zor_blas_xsaxpy)> xsaxpy{"zor_blas_xsaxpy"};
 TierKernel<decltype(&zor_blas_xdaxpy)> xdaxpy{"zor_blas_xdaxpy"};

@@ -6,30 +6,13 @@
 // n of 0, or alpha 0 with beta 1. The tier's kernel does the rest.
 #include <zor/blas.h>
 
-#include <atomic>
-#include <cstdio>
-
 #include "core/checked.hpp"
 #include "core/tier_lookup.h"
+#include "frame/letters.hpp"
 
 namespace {
 
-// A kernel of the tier, looked up by name at its first use (the provider
-// loads whether or not the tier was built with it).
-template <class Fn>
-struct TierKernel {
-  const char *name;
-  std::atomic<Fn> cell{nullptr};
-  Fn get() {
-    Fn fn = cell.load(std::memory_order_acquire);
-    if (!fn) {
-      fn = zor_core::tier_function<Fn>(name);
-      if (!fn) std::fprintf(stderr, " ** %s is not present in the loaded tier\n", name);
-      cell.store(fn, std::memory_order_release);
-    }
-    return fn;
-  }
-};
+using zor_core::TierKernel;
 
 TierKernel<decltype(&zor_blas_xdgemv)> xdgemv{"zor_blas_xdgemv"};
 TierKernel<decltype(&zor_blas_xsgemv)> xsgemv{"zor_blas_xsgemv"};
@@ -46,8 +29,8 @@ int first_bad(const char *trans, const zor_int *m, const zor_int *n, const T *al
   if (!incx) return 8;
   if (!beta) return 9;
   if (!incy) return 11;
-  using zor_core::is_letter;
-  if (!is_letter(trans, 'N') && !is_letter(trans, 'T') && !is_letter(trans, 'C')) return 1;
+  const zor::Trans t = zor::read_trans(trans);
+  if (t != zor::Trans::N && t != zor::Trans::T && t != zor::Trans::C) return 1;
   if (*m < 0) return 2;
   if (*n < 0) return 3;
   if (*lda < (*m > 1 ? *m : 1)) return 6;

@@ -9,8 +9,4 @@ namespace zor_core {
 // Prints " ** On entry to NAME parameter number N had an illegal value".
 void report_bad_argument(const char *routine, int position);
 
-inline bool is_letter(const char *flag, char upper) {
-  return *flag == upper || *flag == upper - 'A' + 'a';
-}
-
 }  // namespace zor_core

@@ -5,6 +5,8 @@
 #pragma once
 #include <dlfcn.h>
 
+#include <atomic>
+#include <cstdio>
 #include <string>
 
 namespace zor_core {
@@ -26,5 +28,22 @@ Fn tier_function(const char *name) {
   static void *tier = load_tier();
   return tier ? reinterpret_cast<Fn>(dlsym(tier, name)) : nullptr;
 }
+
+// A kernel of the tier, looked up by name at its first use and kept; a name
+// the loaded tier lacks is reported once per lookup and gives null.
+template <class Fn>
+struct TierKernel {
+  const char *name;
+  std::atomic<Fn> cell{nullptr};
+  Fn get() {
+    Fn fn = cell.load(std::memory_order_acquire);
+    if (!fn) {
+      fn = tier_function<Fn>(name);
+      if (!fn) std::fprintf(stderr, " ** %s is not present in the loaded tier\n", name);
+      cell.store(fn, std::memory_order_release);
+    }
+    return fn;
+  }
+};
 
 }  // namespace zor_core

@@ -35,13 +35,29 @@ constexpr uint64_t kPoolLimit = 0x2800000;  // 41,943,040 bytes
 constexpr uint64_t kHeader = 16;
 constexpr int kEnvBuffer = 17;
 
+// A field of a thread record. Its owner writes it without the lock while the
+// locked walks of other threads read it, so every access is atomic; relaxed
+// order unless the access says otherwise. A plain-layout type, so records
+// keep coming from the raw allocator.
+template <class T>
+struct Cell {
+  T value;
+  T load(std::memory_order order = std::memory_order_relaxed) const {
+    return std::atomic_ref<T>(const_cast<T &>(value)).load(order);
+  }
+  void store(T v, std::memory_order order = std::memory_order_relaxed) { std::atomic_ref<T>(value).store(v, order); }
+};
+
+// in_use is set to 0 with release order by whichever thread frees the slot and
+// read with acquire order before the block is handed out again or freed, so
+// the freeing thread's last accesses to the block come before the next user's.
 struct ThreadRecord {
-  void *raw[kSlots];
-  void *aligned[kSlots];
-  uint64_t requested[kSlots];
-  uint64_t capacity[kSlots];
-  uint64_t in_use[kSlots];
-  int32_t slot_count;
+  Cell<void *> raw[kSlots];
+  Cell<void *> aligned[kSlots];
+  Cell<uint64_t> requested[kSlots];
+  Cell<uint64_t> capacity[kSlots];
+  Cell<uint64_t> in_use[kSlots];
+  Cell<int32_t> slot_count;
 };
 
 using MallocFn = void *(*)(size_t);
@@ -68,13 +84,8 @@ std::atomic<int64_t> DirectBytes{0};
 std::atomic<int64_t> DirectCount{0};
 
 constexpr auto relaxed = std::memory_order_relaxed;
-
-uint64_t load_in_use(const ThreadRecord *r, int s) {
-  return std::atomic_ref<const uint64_t>(r->in_use[s]).load(relaxed);
-}
-void store_in_use(ThreadRecord *r, int s, uint64_t v) {
-  std::atomic_ref<uint64_t>(r->in_use[s]).store(v, relaxed);
-}
+constexpr auto acquire = std::memory_order_acquire;
+constexpr auto release = std::memory_order_release;
 
 // ---------------------------------------------------------------- platform
 // The thread-local slot. A slot is "allocated" by taking a fresh generation
@@ -144,7 +155,8 @@ bool environment_set(const char *name) {
 }
 
 [[gnu::noinline, gnu::cold]] void init_alloc_hooks() {
-  void *module = dlopen("libqalloc.so", RTLD_NOW | RTLD_LOCAL);
+  // Never unloaded: the hooks point into it for the life of the library.
+  void *module = dlopen("libqalloc.so", RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE);
   void *vars[4] = {};
   if (module) {
     static const char *const names[4] = {"q_malloc_dll", "q_calloc_dll", "q_realloc_dll", "q_free_dll"};
@@ -162,7 +174,7 @@ bool environment_set(const char *name) {
     AllocHooks.free.store(&std::free, relaxed);
     AllocHooks.malloc.store(&std::malloc, std::memory_order_release);
   }
-  // Released in both cases: the module stays mapped through its other references.
+  // Released in both cases; the module stays mapped all the same.
   if (module) dlclose(module);
 }
 
@@ -246,41 +258,46 @@ void direct_free(void *p) {
   zor_serv_unlock();
   // Cleared after the lock is released; concurrent walks are for quiet moments.
   for (int s = 0; s < kSlots; ++s) {
-    record->raw[s] = nullptr;
-    record->requested[s] = 0;
-    record->capacity[s] = 0;
-    store_in_use(record, s, 0);
+    record->raw[s].store(nullptr);
+    record->requested[s].store(0);
+    record->capacity[s].store(0);
+    record->in_use[s].store(0);
   }
-  record->slot_count = 0;
+  record->slot_count.store(0);
   return record;
 }
 
 void *place(ThreadRecord *r, int s, uint64_t size, uint64_t pad) {
-  auto raw = reinterpret_cast<uintptr_t>(r->raw[s]);
+  auto raw = reinterpret_cast<uintptr_t>(r->raw[s].load());
   uintptr_t address = raw;
   if (pad != 0 && raw % pad != 0) address = (raw & ~uintptr_t(pad - 1)) + pad;
-  r->aligned[s] = reinterpret_cast<void *>(address);
-  r->requested[s] = size;
-  store_in_use(r, s, 1);
-  return r->aligned[s];
+  auto aligned = reinterpret_cast<void *>(address);
+  r->aligned[s].store(aligned);
+  r->requested[s].store(size);
+  r->in_use[s].store(1);
+  return aligned;
 }
 
 // Frees every free slot of a record; true when one of its slots is in use.
+// An emptied slot forgets its address too: the raw allocator may hand the
+// same block to another thread, whose free must find that thread's slot.
 bool release_free_slots(ThreadRecord *r) {
   bool busy = false;
-  for (int s = 0; s < r->slot_count; ++s) {
-    if (!r->raw[s]) continue;
-    if (load_in_use(r, s)) {
+  for (int s = 0; s < r->slot_count.load(); ++s) {
+    void *raw = r->raw[s].load();
+    if (!raw) continue;
+    if (r->in_use[s].load(acquire)) {
       busy = true;
       continue;
     }
-    raw_free(r->raw[s]);
-    r->raw[s] = nullptr;
-    r->requested[s] = 0;
-    r->capacity[s] = 0;
-    store_in_use(r, s, 0);
+    raw_free(raw);
+    r->raw[s].store(nullptr);
+    r->aligned[s].store(nullptr);
+    r->requested[s].store(0);
+    r->capacity[s].store(0);
+    r->in_use[s].store(0);
   }
-  if (!busy) r->slot_count = 0;
+  if (!busy) r->slot_count.store(0);
   return busy;
 }
 
@@ -307,10 +324,12 @@ ZOR_API void *zor_serv_allocate(uint64_t size, int32_t alignment) {
   if (!r && !(r = register_thread())) return direct_allocate(size, alignment);
 
   int larger = -1, smaller = -1;
-  for (int s = 0; s < r->slot_count; ++s) {
-    if (load_in_use(r, s)) continue;
-    if (r->capacity[s] == need) return place(r, s, size, pad);
-    if (r->capacity[s] > need) {
+  const int32_t slot_count = r->slot_count.load();
+  for (int s = 0; s < slot_count; ++s) {
+    if (r->in_use[s].load(acquire)) continue;
+    uint64_t capacity = r->capacity[s].load();
+    if (capacity == need) return place(r, s, size, pad);
+    if (capacity > need) {
       if (larger < 0) larger = s;
     } else if (smaller < 0) {
       smaller = s;
@@ -318,20 +337,22 @@ ZOR_API void *zor_serv_allocate(uint64_t size, int32_t alignment) {
   }
   if (larger >= 0) return place(r, larger, size, pad);
   int s;
-  if (r->slot_count < kSlots) {
-    s = r->slot_count++;
+  if (slot_count < kSlots) {
+    s = slot_count;
+    r->slot_count.store(slot_count + 1);
   } else if (smaller >= 0) {
     s = smaller;
-    if (r->raw[s]) raw_free(r->raw[s]);
+    if (void *old = r->raw[s].load()) raw_free(old);
   } else {
     return direct_allocate(size, alignment);
   }
   // A failed raw allocation leaves the slot in use with a null block and
   // returns null, unlike the direct path.
-  r->raw[s] = raw_malloc(need);
-  r->capacity[s] = need;
+  void *raw = raw_malloc(need);
+  r->raw[s].store(raw);
+  r->capacity[s].store(need);
   void *p = place(r, s, size, pad);
-  return r->raw[s] ? p : nullptr;
+  return raw ? p : nullptr;
 }
 
 ZOR_API void zor_serv_deallocate(void *p) {
@@ -339,9 +360,10 @@ ZOR_API void zor_serv_deallocate(void *p) {
   decide_mm();
   if (MmDisabled.load(relaxed) != 1) {
     if (ThreadRecord *r = lookup_thread()) {
-      for (int s = 0; s < r->slot_count; ++s) {
-        if (r->aligned[s] == p) {
-          store_in_use(r, s, 0);
+      const int32_t slot_count = r->slot_count.load();
+      for (int s = 0; s < slot_count; ++s) {
+        if (r->aligned[s].load() == p) {
+          r->in_use[s].store(0, release);
           return;
         }
       }
@@ -350,9 +372,9 @@ ZOR_API void zor_serv_deallocate(void *p) {
     zor_serv_lock();
     for (int32_t i = 1; i <= ThreadCount.load(relaxed); ++i) {
       ThreadRecord *r = ThreadRecords[i].load(relaxed);
-      for (int s = 0; s < r->slot_count; ++s) {
-        if (r->raw[s] && r->aligned[s] == p) {
-          store_in_use(r, s, 0);
+      for (int s = 0; s < r->slot_count.load(); ++s) {
+        if (r->raw[s].load() && r->aligned[s].load() == p) {
+          r->in_use[s].store(0, release);
           zor_serv_unlock();
           return;
         }
@@ -398,9 +420,9 @@ ZOR_API int64_t zor_serv_zor_memstat(int32_t *count) {
   zor_serv_lock();
   for (int32_t i = 1; i <= ThreadCount.load(relaxed); ++i) {
     const ThreadRecord *r = ThreadRecords[i].load(relaxed);
-    slots += r->slot_count;
+    slots += r->slot_count.load();
     for (int s = 0; s < kSlots; ++s)
-      if (r->raw[s]) bytes += int64_t(r->capacity[s]);
+      if (r->raw[s].load()) bytes += int64_t(r->capacity[s].load());
   }
   zor_serv_unlock();
   *count = int32_t(slots + DirectCount.load(relaxed));

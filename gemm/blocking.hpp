@@ -16,12 +16,12 @@ namespace zor::gemm {
 // Depth block of the real rows: K below 256 rounded up to the unroll and at
 // least 128; 257..511 split in two halves; 256 itself and 512 or more: 256.
 inline int64_t real_block_k(int64_t k, int64_t unroll_k) {
-  if (k < kDepthFull) {
+  if (k < fixed::kDepthFull) {
     int64_t b = round_up(k, unroll_k);
-    return b < kDepthFloor ? kDepthFloor : b;
+    return b < fixed::kDepthFloor ? fixed::kDepthFloor : b;
   }
-  if (k > kDepthFull && k < 2 * kDepthFull) return round_up(k / 2, unroll_k);
-  return kDepthFull;
+  if (k > fixed::kDepthFull && k < 2 * fixed::kDepthFull) return round_up(k / 2, unroll_k);
+  return fixed::kDepthFull;
 }
 
 // Row 0. Real: block_k as above, block_m fixed, block_n = max(N, unroll_n)
@@ -29,7 +29,7 @@ inline int64_t real_block_k(int64_t k, int64_t unroll_k) {
 // block, else 128), block_m follows from a fixed product block_m x K'.
 template <class T>
 void get_blks_size(const int64_t *m, const int64_t *n, const int64_t *k, GemmDesc *d) {
-  using R = BlockRule<T>;
+  using R = fixed::BlockRule<T>;
   const int64_t M = *m, N = *n, K = *k;
   if constexpr (!T::complex) {
     if (d->block_k == 0) d->block_k = real_block_k(K, d->unroll_k);
@@ -40,7 +40,7 @@ void get_blks_size(const int64_t *m, const int64_t *n, const int64_t *k, GemmDes
       const int64_t full = R::k_complex;
       int64_t bk;
       if (K % full == 0) bk = full;
-      else if (K % kDepthFloor == 0) bk = kDepthFloor;
+      else if (K % fixed::kDepthFloor == 0) bk = fixed::kDepthFloor;
       else if (K > full && K < 2 * full) bk = round_up(K / 2, d->unroll_k);
       else bk = full;
       d->block_k = bk;
@@ -61,27 +61,27 @@ void get_blks_size(const int64_t *m, const int64_t *n, const int64_t *k, GemmDes
 }
 
 // The second-level cache counts as small when a level is known and its size,
-// compared as a signed 32-bit value, is at most kSmallSecondLevelBytes.
+// compared as a signed 32-bit value, is at most fixed::kSmallSecondLevelBytes.
 inline bool small_second_level_cache() {
   int32_t info[8] = {};
   zor_serv_cache_info(info);
-  return info[0] != 0 && info[2] <= kSmallSecondLevelBytes;
+  return info[0] != 0 && info[2] <= fixed::kSmallSecondLevelBytes;
 }
 
 // Row 1: the row block follows the second-level cache size.
 template <class T>
 void get_blks_size_bvr(const int64_t *m, const int64_t *n, const int64_t *k, GemmDesc *d) {
-  using R = BlockRule<T>;
+  using R = fixed::BlockRule<T>;
   (void)m;
   const int64_t N = *n, K = *k;
   if (d->block_k == 0) {
     if constexpr (!T::complex) {
       d->block_k = real_block_k(K, d->unroll_k);
-    } else if (K < kDepthFull) {
+    } else if (K < fixed::kDepthFull) {
       int64_t b = round_up(K, d->unroll_k);
-      d->block_k = b < kDepthFloor ? kDepthFloor : b;
+      d->block_k = b < fixed::kDepthFloor ? fixed::kDepthFloor : b;
     } else {
-      d->block_k = K <= kComplexRow1DepthSplit ? kDepthFloor : kDepthFull;
+      d->block_k = K <= fixed::kComplexRow1DepthSplit ? fixed::kDepthFloor : fixed::kDepthFull;
     }
   }
   if (d->block_m == 0) d->block_m = small_second_level_cache() ? R::m1_small : R::m1;
@@ -131,18 +131,18 @@ int32_t get_bufs_size(int32_t request, int32_t mode, const int64_t *m, const int
   if (!wanted_by(request, &w)) return 1;
   constexpr int64_t e = T::elem_bytes;
   if (w.a) {
-    d->a_bytes = mw * kw * e + kBufferSlack;
+    d->a_bytes = mw * kw * e + fixed::kBufferSlack;
     d->a_panel_stride = d->unroll_m * kw;
-    d->a_align_log2 = kPanelAlignLog2;
+    d->a_align_log2 = fixed::kPanelAlignLog2;
   }
   if (w.b) {
-    d->b_bytes = nw * kw * e + kBufferSlack;
+    d->b_bytes = nw * kw * e + fixed::kBufferSlack;
     d->b_panel_stride = kw * d->unroll_n;
-    d->b_align_log2 = kPanelAlignLog2;
+    d->b_align_log2 = fixed::kPanelAlignLog2;
   }
   if (w.dup) {
-    d->dup_bytes = kw * e * d->unroll_n * d->b_dup + kBufferSlack;
-    d->dup_align_log2 = kDupAlignLog2;
+    d->dup_bytes = kw * e * d->unroll_n * d->b_dup + fixed::kBufferSlack;
+    d->dup_align_log2 = fixed::kDupAlignLog2;
   }
   return 0;
 }
@@ -164,7 +164,7 @@ int32_t get_bufs(int32_t request, void **base, GemmDesc *d) {
   if (w.a) total += uint64_t(d->a_bytes) + (uint64_t(2) << d->a_align_log2);
   if (w.dup) total += uint64_t(d->dup_bytes) + (uint64_t(2) << d->dup_align_log2);
   if (w.b) total += uint64_t(d->b_bytes) + (uint64_t(2) << d->b_align_log2);
-  void *p = zor_serv_allocate(total, kBufsAlignment);
+  void *p = zor_serv_allocate(total, fixed::kBufsAlignment);
   *base = p;
   if (!p) return 0;
   char *at = static_cast<char *>(p);

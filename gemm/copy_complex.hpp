@@ -14,18 +14,18 @@
 #pragma once
 #include <cstdint>
 
+#include "frame/letters.hpp"
 #include "frame/traits.hpp"
 #include "gemm/panels.hpp"
 
 namespace zor::gemm {
 
-enum class Form { N, T, C };  // source form: as is, transposed, conjugate-transposed
 
-template <class T, int Row, Form F>
+template <class T, int Row, Trans F>
 void complex_copy_a(const int64_t *m, const int64_t *k, const void *src, const int64_t *lda, void *buffer,
                     const int64_t *panel_stride, const void *alpha);
 
-template <class T, int Row, Form F>
+template <class T, int Row, Trans F>
 void complex_copy_b(const int64_t *k, const int64_t *n, const void *src, const int64_t *ldb, void *buffer,
                     const int64_t *panel_stride, const void *unused);
 

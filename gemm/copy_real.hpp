@@ -5,6 +5,7 @@
 #pragma once
 #include <cstdint>
 
+#include "frame/letters.hpp"
 #include "frame/simd.hpp"
 #include "frame/traits.hpp"
 #include "gemm/panels.hpp"
@@ -153,11 +154,11 @@ template <class T, int Row, bool IsA>
 int32_t copy_ext(int32_t request, const char *trans, const int64_t *rows_, const int64_t *cols_,
                  const void *src_, const int64_t *ld_, void *re_, void *im_, void *sum_, const int64_t *stride_) {
   using R = typename T::real;
-  if (request != kExtSplit) return 1;
+  if (request != fixed::kExtSplit) return 1;
   const int64_t rows = *rows_, cols = *cols_, ld = *ld_, stride = *stride_;
   if (rows < 1 || cols < 1) return 0;
   const R *src = static_cast<const R *>(src_);
-  const bool plain = (*trans & ~0x20) == 'N', conj = (*trans & ~0x20) == 'C';
+  const bool plain = is_letter(trans, 'N'), conj = is_letter(trans, 'C');
   // Interleaved element (r, c) of op(X): real part at [0], imaginary at [1].
   const auto at = [&](int64_t r, int64_t c) { return src + 2 * (plain ? r + c * ld : c + r * ld); };
   const auto re = [&](int64_t r, int64_t c) { return at(r, c)[0]; };

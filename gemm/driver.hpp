@@ -15,33 +15,12 @@
 #include <zor/core.h>
 #include <zor/gemm.h>
 
+#include "frame/element.hpp"
+#include "frame/letters.hpp"
 #include "frame/memory.hpp"
 #include "gemm/blocking.hpp"
 
 namespace zor::gemm {
-
-template <class E> inline bool is_zero(const E &x) { return x == E(0); }
-template <class R> inline bool is_zero(const cplx<R> &x) { return x.re == R(0) && x.im == R(0); }
-template <class E> inline bool is_one(const E &x) { return x == E(1); }
-template <class R> inline bool is_one(const cplx<R> &x) { return x.re == R(1) && x.im == R(0); }
-template <class E> inline E conj_if(const E &x, bool) { return x; }
-template <class R> inline cplx<R> conj_if(const cplx<R> &x, bool c) { return c ? conj(x) : x; }
-
-inline bool flag_is(const char *flag, char upper) { return (*flag & ~0x20) == upper; }
-
-template <class T>
-const typename T::elem *one_ptr() {
-  static const typename T::elem one = 1;
-  return &one;
-}
-template <> inline const cplx<float> *one_ptr<C>() {
-  static const cplx<float> one{1.0f, 0.0f};
-  return &one;
-}
-template <> inline const cplx<double> *one_ptr<Z>() {
-  static const cplx<double> one{1.0, 0.0};
-  return &one;
-}
 
 // C := beta C over an M x N matrix; beta zero stores zeros and reads nothing,
 // so NaN in C does not survive.
@@ -73,8 +52,8 @@ void small_path(const char *transa, const char *transb, int64_t m, int64_t n, in
                 const typename T::elem *a, int64_t lda, const typename T::elem *b, int64_t ldb,
                 typename T::elem beta, typename T::elem *c, int64_t ldc) {
   using E = typename T::elem;
-  const bool an = flag_is(transa, 'N'), bn = flag_is(transb, 'N');
-  const bool ca = T::complex && flag_is(transa, 'C'), cb = T::complex && flag_is(transb, 'C');
+  const bool an = is_letter(transa, 'N'), bn = is_letter(transb, 'N');
+  const bool ca = T::complex && is_letter(transa, 'C'), cb = T::complex && is_letter(transb, 'C');
   const auto B = [&](int64_t l, int64_t j) { return bn ? b[l + j * ldb] : conj_if(b[j + l * ldb], cb); };
   const bool beta_zero = is_zero(beta), beta_one = is_one(beta);
   if (an) {
@@ -128,18 +107,23 @@ void small_path(const char *transa, const char *transb, int64_t m, int64_t n, in
   }
 }
 
-// The copy of A or B that a transposition flag asks for.
+// The copy of A or B that a transposition flag asks for: 'N', 'T', and any
+// other byte the conjugate copy (the transposed one in the real rows).
 template <class T>
 CopyAFn copy_a_for(const char *trans, const GemmDesc *d) {
-  if (flag_is(trans, 'N')) return d->copy_an;
-  if (!T::complex || flag_is(trans, 'T')) return d->copy_at;
-  return d->copy_ac;
+  switch (product_trans<T::complex>(trans)) {
+    case Trans::N: return d->copy_an;
+    case Trans::T: return d->copy_at;
+    default: return d->copy_ac;
+  }
 }
 template <class T>
 CopyBFn copy_b_for(const char *trans, const GemmDesc *d) {
-  if (flag_is(trans, 'N')) return d->copy_bn;
-  if (!T::complex || flag_is(trans, 'T')) return d->copy_bt;
-  return d->copy_bc;
+  switch (product_trans<T::complex>(trans)) {
+    case Trans::N: return d->copy_bn;
+    case Trans::T: return d->copy_bt;
+    default: return d->copy_bc;
+  }
 }
 
 // B block of a B operand at depth l, column j.
@@ -161,7 +145,7 @@ int32_t choose_plan(int64_t n, int64_t k, const GemmDesc *d) {
     return kPlanPackAB;
   } else {
     const int64_t kb = d->block_k < k ? d->block_k : k, nb = d->block_n < n ? d->block_n : n;
-    return kb * T::elem_bytes * nb <= kInPlaceBBytesLimit ? kPlanPackA : kPlanPackAB;
+    return kb * T::elem_bytes * nb <= fixed::kInPlaceBBytesLimit ? kPlanPackA : kPlanPackAB;
   }
 }
 
@@ -173,7 +157,7 @@ int32_t xgemm_par(const char *transa, const char *transb, const int64_t *m_, con
   using E = typename T::elem;
   const int64_t M = *m_, N = *n_, K = *k_;
   if (M < 1 || N < 1) return 0;
-  const bool an = flag_is(transa, 'N'), bn = flag_is(transb, 'N');
+  const bool an = is_letter(transa, 'N'), bn = is_letter(transb, 'N');
   if (d->block_m == 0 || d->block_n == 0 || d->block_k == 0) d->get_blks_size(m_, n_, k_, d);
   if (plan == kPlanChoose) plan = choose_plan<T>(N, K, d);
   switch (plan) {
@@ -190,7 +174,8 @@ int32_t xgemm_par(const char *transa, const char *transb, const int64_t *m_, con
   if (is_zero(*alpha)) return 0;
 
   const int64_t lda = *lda_, ldb = *ldb_, ldc = *ldc_;
-  const E *one = one_ptr<T>();
+  static constexpr E kOne = one_of<E>();
+  const E *one = &kOne;
   const int64_t bm = d->block_m, bnk = d->block_n, bk = d->block_k, uk = d->unroll_k;
   void *base = nullptr;
 
@@ -282,7 +267,8 @@ void xgemm(const char *transa, const char *transb, const int64_t *m, const int64
   get_optimal_kernel<T>(&d);
   if (!is_one(*beta)) mscale<T>(m, n, beta, c, ldc);
   if (is_zero(*alpha)) return;
-  const typename T::elem *one = one_ptr<T>();
+  static constexpr typename T::elem kOne = one_of<typename T::elem>();
+  const typename T::elem *one = &kOne;
   if (*m >= d.unroll_m && *n >= d.unroll_n && *k >= d.unroll_k) {
     d.get_blks_size(m, n, k, &d);
     xgemm_par<T>(transa, transb, m, n, k, alpha, a, lda, b, ldb, one, c, ldc, kPlanChoose, &d);

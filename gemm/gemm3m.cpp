@@ -16,6 +16,7 @@
 #include <zor/core.h>
 #include <zor/gemm_complex.h>
 
+#include "frame/letters.hpp"
 #include "frame/memory.hpp"
 #include "frame/simd.hpp"
 #include "gemm/blocking.hpp"
@@ -43,22 +44,19 @@ template <> struct RealEngine<Z> {
   static constexpr auto complex_mscale = zor_blas_zgemm_mscale;
 };
 
-constexpr int64_t kBlockM = kGemm3mBlockM, kBlockN = kGemm3mBlockN, kBlockK = kGemm3mBlockK;
+constexpr int64_t kBlockM = fixed::kGemm3mBlockM, kBlockN = fixed::kGemm3mBlockN, kBlockK = fixed::kGemm3mBlockK;
 
-bool form_of(const char *flag, Form *f) {
-  switch (*flag) {
-    case 'N': case 'n': *f = Form::N; return true;
-    case 'T': case 't': *f = Form::T; return true;
-    case 'C': case 'c': *f = Form::C; return true;
-    default: return false;
-  }
+// 'N', 'T' or 'C' in either case; false for any other byte.
+bool form_of(const char *flag, Trans *f) {
+  *f = read_trans(flag);
+  return *f == Trans::N || *f == Trans::T || *f == Trans::C;
 }
 
 }  // namespace
 
 // Splits a rows x cols block of op(X) into its real parts, imaginary parts
 // and their sums, column-major with leading dimension rows.
-template <class T, Form F>
+template <class T, Trans F>
 void split3(int64_t rows, int64_t cols, const void *src_, int64_t ld, typename T::real *re, typename T::real *im,
             typename T::real *sum) {
   using R = typename T::real;
@@ -66,8 +64,8 @@ void split3(int64_t rows, int64_t cols, const void *src_, int64_t ld, typename T
   for (int64_t j = 0; j < cols; ++j) {
     R *r = re + j * rows, *i = im + j * rows, *s = sum + j * rows;
     for (int64_t k = 0; k < rows; ++k) {
-      const R *x = F == Form::N ? src + 2 * (k + j * ld) : src + 2 * (j + k * ld);
-      const R xr = x[0], xi = F == Form::C ? -x[1] : x[1];
+      const R *x = F == Trans::N ? src + 2 * (k + j * ld) : src + 2 * (j + k * ld);
+      const R xr = x[0], xi = F == Trans::C ? -x[1] : x[1];
       r[k] = xr;
       i[k] = xi;
       s[k] = xr + xi;
@@ -76,11 +74,11 @@ void split3(int64_t rows, int64_t cols, const void *src_, int64_t ld, typename T
 }
 
 template <class T>
-void split3_by_form(Form f, int64_t rows, int64_t cols, const void *src, int64_t ld, typename T::real *re,
+void split3_by_form(Trans f, int64_t rows, int64_t cols, const void *src, int64_t ld, typename T::real *re,
                     typename T::real *im, typename T::real *sum) {
-  if (f == Form::N) split3<T, Form::N>(rows, cols, src, ld, re, im, sum);
-  else if (f == Form::T) split3<T, Form::T>(rows, cols, src, ld, re, im, sum);
-  else split3<T, Form::C>(rows, cols, src, ld, re, im, sum);
+  if (f == Trans::N) split3<T, Trans::N>(rows, cols, src, ld, re, im, sum);
+  else if (f == Trans::T) split3<T, Trans::T>(rows, cols, src, ld, re, im, sum);
+  else split3<T, Trans::C>(rows, cols, src, ld, re, im, sum);
 }
 
 namespace {
@@ -109,10 +107,10 @@ void combine(int64_t m, int64_t n, const typename T::real *t1, const typename T:
       for (int h = 0; h < 2; ++h) {
         R *at = cj + 2 * i + h * L;
         V v = x[h];
-        if constexpr (K != Combine::add_only) v = addsub(mul(v, ar), mul(swap_re_im(v), ai));
+        if constexpr (K != Combine::add_only) v = addsub(mul(v, ar), mul(flip(v), ai));
         if constexpr (K == Combine::general) {
           const V old = load_u(at);
-          v = add(addsub(mul(old, br), mul(swap_re_im(old), bi)), v);
+          v = add(addsub(mul(old, br), mul(flip(old), bi)), v);
         } else if constexpr (K != Combine::beta_zero) {
           v = add(load_u(at), v);
         }
@@ -157,15 +155,15 @@ void combine_any(int64_t m, int64_t n, const typename T::real *t1, const typenam
 
 // Address of element (i, l) of op(X), complex elements of R.
 template <class R>
-inline const R *at_op(const R *x, int64_t ld, Form f, int64_t i, int64_t l) {
-  return f == Form::N ? x + 2 * (i + l * ld) : x + 2 * (l + i * ld);
+inline const R *at_op(const R *x, int64_t ld, Trans f, int64_t i, int64_t l) {
+  return f == Trans::N ? x + 2 * (i + l * ld) : x + 2 * (l + i * ld);
 }
 
 // The packed route: three panel blocks of A and of B per block, pre-packed
 // products. Returns false, with C untouched from row `*done` on, when an
 // allocation failed.
 template <class T>
-bool packed_route(Form fa, Form fb, const char *transa, const char *transb, int64_t M, int64_t N, int64_t K,
+bool packed_route(Trans fa, Trans fb, const char *transa, const char *transb, int64_t M, int64_t N, int64_t K,
                   const typename T::real *alpha, const typename T::real *a, int64_t lda, const typename T::real *b,
                   int64_t ldb, const typename T::real *beta, typename T::real *c, int64_t ldc, GemmDesc *d,
                   int64_t *done) {
@@ -175,20 +173,20 @@ bool packed_route(Form fa, Form fb, const char *transa, const char *transb, int6
   zor_blas_cgemm_set_blks_size(kBlockM, kBlockN, kBlockK, d);
   const int64_t m = M, n = N, k = K;
   d->get_bufs_size(kReqAB, kModeWorking, &m, &n, &k, d);
-  const int64_t ldt = M < kBlockM ? M : kBlockM, tcols = N + kGemm3mTColumnsSlack;
-  const frame::PooledBuffer a_area(3 * uint64_t(d->a_bytes) + kGemm3mAreaSlack, kAreaAlignment);
-  const frame::PooledBuffer b_area(3 * uint64_t(d->b_bytes) + kGemm3mAreaSlack, kAreaAlignment);
-  const frame::PooledBuffer t_area(3 * uint64_t(ldt) * uint64_t(tcols) * sizeof(R) + kAreaAlignment,
-                                   kAreaAlignment);
+  const int64_t ldt = M < kBlockM ? M : kBlockM, tcols = N + fixed::kGemm3mTColumnsSlack;
+  const frame::PooledBuffer a_area(3 * uint64_t(d->a_bytes) + fixed::kGemm3mAreaSlack, fixed::kAreaAlignment);
+  const frame::PooledBuffer b_area(3 * uint64_t(d->b_bytes) + fixed::kGemm3mAreaSlack, fixed::kAreaAlignment);
+  const frame::PooledBuffer t_area(3 * uint64_t(ldt) * uint64_t(tcols) * sizeof(R) + fixed::kAreaAlignment,
+                                   fixed::kAreaAlignment);
   if (zor_serv_check_ptr(a_area.get(), "xgemm3m") != 0 || zor_serv_check_ptr(b_area.get(), "xgemm3m") != 0 ||
       zor_serv_check_ptr(t_area.get(), "xgemm3m") != 0)
     return false;
   R *ap[3], *bp[3], *tp[3];
   char *at = static_cast<char *>(a_area.get());
-  for (int t = 0; t < 3; ++t, at += d->a_bytes) ap[t] = reinterpret_cast<R *>(at = align_up(at, kAreaAlignLog2));
+  for (int t = 0; t < 3; ++t, at += d->a_bytes) ap[t] = reinterpret_cast<R *>(at = align_up(at, fixed::kAreaAlignLog2));
   at = static_cast<char *>(b_area.get());
-  for (int t = 0; t < 3; ++t, at += d->b_bytes) bp[t] = reinterpret_cast<R *>(at = align_up(at, kAreaAlignLog2));
-  R *tbase = reinterpret_cast<R *>(align_up(static_cast<char *>(t_area.get()), kAreaAlignLog2));
+  for (int t = 0; t < 3; ++t, at += d->b_bytes) bp[t] = reinterpret_cast<R *>(at = align_up(at, fixed::kAreaAlignLog2));
+  R *tbase = reinterpret_cast<R *>(align_up(static_cast<char *>(t_area.get()), fixed::kAreaAlignLog2));
   for (int t = 0; t < 3; ++t) tp[t] = tbase + t * ldt * tcols;
 
   const R one = 1, zero = 0;
@@ -198,11 +196,11 @@ bool packed_route(Form fa, Form fb, const char *transa, const char *transb, int6
     for (int64_t l = 0; l < K; l += kBlockK) {
       int64_t kb = K - l < kBlockK ? K - l : kBlockK;
       const R *asrc = at_op(a, lda, fa, i, l);
-      d->copy_a_ext(kExtSplit, transa, &mb, &kb, asrc, &lda, ap[0], ap[1], ap[2], &a_stride);
+      d->copy_a_ext(fixed::kExtSplit, transa, &mb, &kb, asrc, &lda, ap[0], ap[1], ap[2], &a_stride);
       for (int64_t j = 0; j < N; j += kBlockN) {
         int64_t nb = N - j < kBlockN ? N - j : kBlockN;
         const R *bsrc = at_op(b, ldb, fb, l, j);
-        d->copy_b_ext(kExtSplit, transb, &kb, &nb, bsrc, &ldb, bp[0], bp[1], bp[2], &b_stride);
+        d->copy_b_ext(fixed::kExtSplit, transb, &kb, &nb, bsrc, &ldb, bp[0], bp[1], bp[2], &b_stride);
         for (int t = 0; t < 3; ++t) {
           if (E::xgemm_par("N", "N", &mb, &nb, &kb, &one, ap[t], &a_stride, bp[t], &b_stride, l == 0 ? &zero : &one,
                            tp[t] + j * ldt, &ldt, kPlanPrepackedAB, d) != 0) {
@@ -220,15 +218,15 @@ bool packed_route(Form fa, Form fb, const char *transa, const char *transb, int6
 
 // The plain route: split into column-major arrays, real xgemm 'N', 'N'.
 template <class T>
-bool plain_route(Form fa, Form fb, int64_t M, int64_t N, int64_t K, const typename T::real *alpha,
+bool plain_route(Trans fa, Trans fb, int64_t M, int64_t N, int64_t K, const typename T::real *alpha,
                  const typename T::real *a, int64_t lda, const typename T::real *b, int64_t ldb,
                  const typename T::real *beta, typename T::real *c, int64_t ldc) {
   using R = typename T::real;
   using E = RealEngine<T>;
   const int64_t ldt = M < kBlockM ? M : kBlockM;
-  const frame::PooledBuffer a_area(3 * uint64_t(kBlockM) * kBlockK * sizeof(R), kAreaAlignment);
-  const frame::PooledBuffer b_area(3 * uint64_t(kBlockK) * kBlockN * sizeof(R), kAreaAlignment);
-  const frame::PooledBuffer t_area(3 * uint64_t(ldt) * uint64_t(N) * sizeof(R), kAreaAlignment);
+  const frame::PooledBuffer a_area(3 * uint64_t(kBlockM) * kBlockK * sizeof(R), fixed::kAreaAlignment);
+  const frame::PooledBuffer b_area(3 * uint64_t(kBlockK) * kBlockN * sizeof(R), fixed::kAreaAlignment);
+  const frame::PooledBuffer t_area(3 * uint64_t(ldt) * uint64_t(N) * sizeof(R), fixed::kAreaAlignment);
   if (zor_serv_check_ptr(a_area.get(), "xgemm3m") != 0 || zor_serv_check_ptr(b_area.get(), "xgemm3m") != 0 ||
       zor_serv_check_ptr(t_area.get(), "xgemm3m") != 0)
     return false;
@@ -272,11 +270,11 @@ void xgemm3m(const char *transa, const char *transb, const int64_t *m_, const in
     if (!(beta[0] == R(1) && beta[1] == R(0))) E::complex_mscale(m_, n_, beta_, c_, ldc_);
     return;
   }
-  if (M < kGemm3mMin || N < kGemm3mMin || K < kGemm3mMin) {
+  if (M < fixed::kGemm3mMin || N < fixed::kGemm3mMin || K < fixed::kGemm3mMin) {
     E::complex_xgemm(transa, transb, m_, n_, k_, alpha_, a_, lda_, b_, ldb_, beta_, c_, ldc_);
     return;
   }
-  Form fa, fb;
+  Trans fa, fb;
   const bool flags_known = form_of(transa, &fa) && form_of(transb, &fb);
   const R *a = static_cast<const R *>(a_), *b = static_cast<const R *>(b_);
   R *c = static_cast<R *>(c_);
@@ -308,7 +306,7 @@ void xgemm3m(const char *transa, const char *transb, const int64_t *m_, const in
 // ---- exports
 using zor::C;
 using zor::Z;
-using zor::gemm::Form;
+using zor::Trans;
 using zor::gemm::split3;
 using I = const int64_t *;
 using P = const void *;
@@ -317,16 +315,16 @@ using P = const void *;
 ZOR_API void zor_blas_xcgemm3m(const char *ta, const char *tb, I m, I n, I k, P alpha, P a, I lda, P b, I ldb, P beta, void *c, I ldc) { zor::gemm::xgemm3m<C>(ta, tb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc); }
 ZOR_API void zor_blas_xzgemm3m(const char *ta, const char *tb, I m, I n, I k, P alpha, P a, I lda, P b, I ldb, P beta, void *c, I ldc) { zor::gemm::xgemm3m<Z>(ta, tb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc); }
 
-ZOR_API void zor_blas_cgemm3m_copyan(int64_t m, int64_t k, P a, int64_t lda, float *re, float *im, float *sum) { split3<C, Form::N>(m, k, a, lda, re, im, sum); }
-ZOR_API void zor_blas_cgemm3m_copyat(int64_t m, int64_t k, P a, int64_t lda, float *re, float *im, float *sum) { split3<C, Form::T>(m, k, a, lda, re, im, sum); }
-ZOR_API void zor_blas_cgemm3m_copyac(int64_t m, int64_t k, P a, int64_t lda, float *re, float *im, float *sum) { split3<C, Form::C>(m, k, a, lda, re, im, sum); }
-ZOR_API void zor_blas_cgemm3m_copybn(int64_t k, int64_t n, P b, int64_t ldb, float *re, float *im, float *sum) { split3<C, Form::N>(k, n, b, ldb, re, im, sum); }
-ZOR_API void zor_blas_cgemm3m_copybt(int64_t k, int64_t n, P b, int64_t ldb, float *re, float *im, float *sum) { split3<C, Form::T>(k, n, b, ldb, re, im, sum); }
-ZOR_API void zor_blas_cgemm3m_copybc(int64_t k, int64_t n, P b, int64_t ldb, float *re, float *im, float *sum) { split3<C, Form::C>(k, n, b, ldb, re, im, sum); }
-ZOR_API void zor_blas_zgemm3m_copyan(int64_t m, int64_t k, P a, int64_t lda, double *re, double *im, double *sum) { split3<Z, Form::N>(m, k, a, lda, re, im, sum); }
-ZOR_API void zor_blas_zgemm3m_copyat(int64_t m, int64_t k, P a, int64_t lda, double *re, double *im, double *sum) { split3<Z, Form::T>(m, k, a, lda, re, im, sum); }
-ZOR_API void zor_blas_zgemm3m_copyac(int64_t m, int64_t k, P a, int64_t lda, double *re, double *im, double *sum) { split3<Z, Form::C>(m, k, a, lda, re, im, sum); }
-ZOR_API void zor_blas_zgemm3m_copybn(int64_t k, int64_t n, P b, int64_t ldb, double *re, double *im, double *sum) { split3<Z, Form::N>(k, n, b, ldb, re, im, sum); }
-ZOR_API void zor_blas_zgemm3m_copybt(int64_t k, int64_t n, P b, int64_t ldb, double *re, double *im, double *sum) { split3<Z, Form::T>(k, n, b, ldb, re, im, sum); }
-ZOR_API void zor_blas_zgemm3m_copybc(int64_t k, int64_t n, P b, int64_t ldb, double *re, double *im, double *sum) { split3<Z, Form::C>(k, n, b, ldb, re, im, sum); }
+ZOR_API void zor_blas_cgemm3m_copyan(int64_t m, int64_t k, P a, int64_t lda, float *re, float *im, float *sum) { split3<C, Trans::N>(m, k, a, lda, re, im, sum); }
+ZOR_API void zor_blas_cgemm3m_copyat(int64_t m, int64_t k, P a, int64_t lda, float *re, float *im, float *sum) { split3<C, Trans::T>(m, k, a, lda, re, im, sum); }
+ZOR_API void zor_blas_cgemm3m_copyac(int64_t m, int64_t k, P a, int64_t lda, float *re, float *im, float *sum) { split3<C, Trans::C>(m, k, a, lda, re, im, sum); }
+ZOR_API void zor_blas_cgemm3m_copybn(int64_t k, int64_t n, P b, int64_t ldb, float *re, float *im, float *sum) { split3<C, Trans::N>(k, n, b, ldb, re, im, sum); }
+ZOR_API void zor_blas_cgemm3m_copybt(int64_t k, int64_t n, P b, int64_t ldb, float *re, float *im, float *sum) { split3<C, Trans::T>(k, n, b, ldb, re, im, sum); }
+ZOR_API void zor_blas_cgemm3m_copybc(int64_t k, int64_t n, P b, int64_t ldb, float *re, float *im, float *sum) { split3<C, Trans::C>(k, n, b, ldb, re, im, sum); }
+ZOR_API void zor_blas_zgemm3m_copyan(int64_t m, int64_t k, P a, int64_t lda, double *re, double *im, double *sum) { split3<Z, Trans::N>(m, k, a, lda, re, im, sum); }
+ZOR_API void zor_blas_zgemm3m_copyat(int64_t m, int64_t k, P a, int64_t lda, double *re, double *im, double *sum) { split3<Z, Trans::T>(m, k, a, lda, re, im, sum); }
+ZOR_API void zor_blas_zgemm3m_copyac(int64_t m, int64_t k, P a, int64_t lda, double *re, double *im, double *sum) { split3<Z, Trans::C>(m, k, a, lda, re, im, sum); }
+ZOR_API void zor_blas_zgemm3m_copybn(int64_t k, int64_t n, P b, int64_t ldb, double *re, double *im, double *sum) { split3<Z, Trans::N>(k, n, b, ldb, re, im, sum); }
+ZOR_API void zor_blas_zgemm3m_copybt(int64_t k, int64_t n, P b, int64_t ldb, double *re, double *im, double *sum) { split3<Z, Trans::T>(k, n, b, ldb, re, im, sum); }
+ZOR_API void zor_blas_zgemm3m_copybc(int64_t k, int64_t n, P b, int64_t ldb, double *re, double *im, double *sum) { split3<Z, Trans::C>(k, n, b, ldb, re, im, sum); }
 // clang-format on

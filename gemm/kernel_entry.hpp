@@ -14,6 +14,7 @@
 #include <array>
 #include <cstdint>
 
+#include "frame/element.hpp"
 #include "frame/simd.hpp"
 #include "gemm/desc.hpp"
 #include "gemm/panels.hpp"
@@ -35,7 +36,7 @@ inline R in_place_b(const R *b, int64_t ldb, bool trans, int64_t k, int64_t l, i
 // both multiples of 16.
 template <class T>
 inline bool c_aligned(const void *c, int64_t ldc) {
-  return ((reinterpret_cast<uintptr_t>(c) & 15) | ((uint64_t(ldc) * T::elem_bytes) & 15)) == 0;
+  return aligned_to(c, 16) && (uint64_t(ldc) * T::elem_bytes) % 16 == 0;
 }
 
 // One vector of C updated with an accumulator: C + acc, or acc alone when
@@ -67,34 +68,84 @@ template <class T, int W, bool InPlace>
 void widen_splat(int64_t k, int64_t kp, const typename T::real *b, int64_t ldb, bool transb,
                  typename T::real *dup) {
   using namespace zor::simd;
+  using V = typename T::vec;
   constexpr int L = T::real_lanes;
+  int64_t done = 0;  // reals written
   if constexpr (!InPlace) {
-    for (int64_t i = 0; i < kp * W; ++i) store_a(dup + i * L, splat(b[i]));
+    for (; done < kp * W; ++done) store_a(dup + done * L, splat(b[done]));
+    return;
+  } else if (transb) {
+    for (int64_t l = 0; l < k; ++l, done += W)
+      for (int j = 0; j < W; ++j) store_a(dup + (done + j) * L, splat(b[j + l * ldb]));
   } else {
-    for (int j = 0; j < W; ++j) {
-      typename T::real *out = dup + j * L;
-      for (int64_t l = 0; l < kp; ++l, out += W * L) store_a(out, splat(in_place_b(b, ldb, transb, k, l, j)));
-    }
+    for (int64_t l = 0; l < k; ++l, done += W)
+      for (int j = 0; j < W; ++j) store_a(dup + (done + j) * L, splat(b[l + j * ldb]));
   }
+  for (; done < kp * W; ++done) store_a(dup + done * L, zero<V>());
 }
+
+// A vector of a pair of reals, repeated across it; from two values, or from
+// two adjacent ones in memory.
+inline simd::f64x2 pair_vector(double x0, double x1) { return simd::make(x0, x1); }
+inline simd::f32x4 pair_vector(float x0, float x1) { return simd::make(x0, x1, x0, x1); }
+inline simd::f64x2 pair_at(const double *p) { return simd::load_u(p); }
+inline simd::f32x4 pair_at(const float *p) { return simd::low_pair(simd::load_pair(p)); }
 
 // Row 1's widening of one column group of B into dup: NV vectors per depth
 // step, vector v holding the pair of reals 2v, 2v + 1 of the step (zero past
 // the first cw reals) repeated across the vector: s [b0 b1 b0 b1], c one
 // complex element twice, d (in place) [b0 b1]. The source is a packed group
-// of pw reals per step, or (real rows, flag 3) cw columns of B in place.
+// of four floats per step (s and c, whose tail panels are a whole vector), or
+// (real rows, flag 3) cw columns of B in place. With swaps not null, the same
+// sweep writes there the lane swap of every vector it writes to dup.
 template <class T, int NV, bool InPlace>
 void widen_pairs(int64_t cw, int64_t k, int64_t kp, const typename T::real *b, int64_t ldb, bool transb,
-                 int64_t pw, typename T::real *dup) {
+                 typename T::real *dup, typename T::real *swaps) {
+  using namespace zor::simd;
   using R = typename T::real;
+  using V = typename T::vec;
   constexpr int L = T::real_lanes;
-  for (int64_t l = 0; l < kp; ++l) {
-    R col[4];
-    for (int j = 0; j < 4; ++j)
-      col[j] = j >= cw ? R(0) : InPlace ? in_place_b(b, ldb, transb, k, l, j) : b[l * pw + j];
-    for (int v = 0; v < NV; ++v)
-      for (int q = 0; q < L; ++q) dup[(l * NV + v) * L + q] = col[2 * v + q % 2];
+  auto put = [&](int64_t i, V v) {
+    store_a(dup + i * L, v);
+    if (swaps) store_a(swaps + i * L, flip(v));
+  };
+  int64_t l = 0;
+  if constexpr (!InPlace) {
+    static_assert(L == 4, "packed pairs are widened in single precision only");
+    for (; l < kp; ++l) {
+      const V v = load_a(b + 4 * l);
+      put(NV * l, low_pair(v));
+      if constexpr (NV == 2) put(NV * l + 1, high_pair(v));
+    }
+  } else if (NV == 2 && cw == 4 && transb) {  // a full group, each step's four reals side by side
+    for (const R *row = b; l < k; ++l, row += ldb) {
+      put(2 * l, pair_at(row));
+      put(2 * l + 1, pair_at(row + 2));
+    }
+  } else if (NV == 2 && cw == 4) {  // a full group, one column after another
+    const R *c0 = b, *c1 = b + ldb, *c2 = b + 2 * ldb, *c3 = b + 3 * ldb;
+    for (; l < k; ++l) {
+      put(2 * l, pair_vector(c0[l], c1[l]));
+      put(2 * l + 1, pair_vector(c2[l], c3[l]));
+    }
+  } else {
+    for (; l < k; ++l) {
+      R col[4] = {};
+      for (int64_t j = 0; j < cw; ++j) col[j] = transb ? b[j + l * ldb] : b[l + j * ldb];
+      for (int v = 0; v < NV; ++v) put(NV * l + v, pair_vector(col[2 * v], col[2 * v + 1]));
+    }
   }
+  for (; l < kp; ++l)
+    for (int v = 0; v < NV; ++v) put(NV * l + v, zero<V>());
+}
+
+// Row 1's lane swaps of a packed group read in place (d and z): `vectors`
+// vectors of p, swapped into q.
+template <class T>
+void lane_swaps(int64_t vectors, const typename T::real *p, typename T::real *q) {
+  using namespace zor::simd;
+  constexpr int L = T::real_lanes;
+  for (int64_t i = 0; i < vectors; ++i) store_a(q + i * L, flip(load_a(p + i * L)));
 }
 
 // The sum over depth of one element of a row tail, in the order a lane of

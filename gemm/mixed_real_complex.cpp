@@ -19,6 +19,7 @@
 #include <zor/gemm_complex.h>
 #include <zor/serv.h>
 
+#include "frame/letters.hpp"
 #include "frame/memory.hpp"
 #include "gemm/blocking.hpp"
 #include "gemm/driver.hpp"
@@ -42,7 +43,7 @@ template <> struct MixedEngine<S> {
   static constexpr auto optimal_kernel = zor_blas_sgemm_get_optimal_kernel;
 };
 
-constexpr int64_t kBlockM = kMixedBlockM, kBlockN = kMixedBlockN, kBlockK = kMixedBlockK;
+constexpr int64_t kBlockM = fixed::kMixedBlockM, kBlockN = fixed::kMixedBlockN, kBlockK = fixed::kMixedBlockK;
 
 }  // namespace
 
@@ -52,7 +53,6 @@ inline cplx<R> op_b(const R *b, int64_t ldb, char tb, int64_t l, int64_t j) {
   const R *x = tb == 'N' ? b + 2 * (l + j * ldb) : b + 2 * (j + l * ldb);
   return {x[0], tb == 'C' ? -x[1] : x[1]};
 }
-inline char upper(const char *flag) { return char(*flag & ~0x20); }
 
 // alpha x op(B) of a k x n block, split into plain arrays re and im (ld).
 template <class RT>
@@ -61,7 +61,7 @@ void mixed_copyb(const char *transb, int64_t k, int64_t n, const void *b_, int64
   using R = typename RT::real;
   const R *b = static_cast<const R *>(b_);
   const cplx<R> alpha = *static_cast<const cplx<R> *>(alpha_);
-  const char tb = upper(transb);
+  const char tb = letter_of(transb);
   for (int64_t j = 0; j < n; ++j)
     for (int64_t l = 0; l < k; ++l) {
       const cplx<R> x = alpha * op_b(b, ldb, tb, l, j);
@@ -80,7 +80,7 @@ void mixed_copyb_packed(const char *transb, int64_t k, int64_t n, const void *b_
   using R = typename RT::real;
   const R *b = static_cast<const R *>(b_);
   const cplx<R> alpha = *static_cast<const cplx<R> *>(alpha_);
-  const char tb = upper(transb);
+  const char tb = letter_of(transb);
   const int64_t un = d->unroll_n, kp = round_up(k, d->unroll_k), stride = d->b_panel_stride;
   for (int64_t q = 0; q * un < n; ++q) {
     const int64_t cols = n - q * un < un ? n - q * un : un;
@@ -147,8 +147,8 @@ void mixed_pst(const char *transa, const char *transb, int64_t m, int64_t n, int
   const R *b = static_cast<const R *>(b_);
   const cplx<R> alpha = *static_cast<const cplx<R> *>(alpha_), beta = *static_cast<const cplx<R> *>(beta_);
   cplx<R> *c = static_cast<cplx<R> *>(c_);
-  const bool an = upper(transa) == 'N';
-  const char tb = upper(transb);
+  const bool an = letter_of(transa) == 'N';
+  const char tb = letter_of(transb);
   const bool real_alpha = alpha.im == R(0), beta_zero = is_zero(beta), beta_one = is_one(beta);
   for (int64_t j = 0; j < n; ++j)
     for (int64_t i = 0; i < m; ++i) {
@@ -171,12 +171,12 @@ template <class RT>
 void *mixed_getbufs(int64_t rows, int64_t cols, typename RT::real **re, typename RT::real **im) {
   using R = typename RT::real;
   const uint64_t part = uint64_t(rows) * uint64_t(cols) * sizeof(R);
-  void *base = zor_serv_allocate(2 * part + kMixedSplitSlack, kAreaAlignment);
+  void *base = zor_serv_allocate(2 * part + fixed::kMixedSplitSlack, fixed::kAreaAlignment);
   *re = *im = nullptr;
   if (!base) return nullptr;
-  char *p = align_up(static_cast<char *>(base), kPanelAlignLog2);
+  char *p = align_up(static_cast<char *>(base), fixed::kPanelAlignLog2);
   *re = reinterpret_cast<R *>(p);
-  *im = reinterpret_cast<R *>(align_up(p + part, kPanelAlignLog2));
+  *im = reinterpret_cast<R *>(align_up(p + part, fixed::kPanelAlignLog2));
   return base;
 }
 
@@ -190,16 +190,16 @@ bool mixed_blocked(bool packed, const char *transa, const char *transb, int64_t 
                    const void *beta, void *c_, int64_t ldc, GemmDesc *d) {
   using R = typename RT::real;
   using E = MixedEngine<RT>;
-  const bool an = upper(transa) == 'N', bn = upper(transb) == 'N';
+  const bool an = letter_of(transa) == 'N', bn = letter_of(transb) == 'N';
   const int64_t mt = M < kBlockM ? M : kBlockM, nt = N < kBlockN ? N : kBlockN;
   const int64_t m = M, n = N, k = K;
   // Two parts of B: packed panels of the real row at 4096 bytes, or plain
   // arrays of kBlockK rows.
   if (packed) d->get_bufs_size(kReqAB, kModeWorking, &m, &n, &k, d);
   const uint64_t b_part = packed ? uint64_t(d->b_bytes) : uint64_t(kBlockK) * uint64_t(nt) * sizeof(R);
-  const frame::PooledBuffer b_area(2 * b_part + (packed ? kMixedSplitSlack : 2 * kAreaAlignment), kAreaAlignment);
+  const frame::PooledBuffer b_area(2 * b_part + (packed ? fixed::kMixedSplitSlack : 2 * fixed::kAreaAlignment), fixed::kAreaAlignment);
   if (zor_serv_check_ptr(b_area.get(), E::name) != 0) return false;
-  const int32_t b_align = packed ? kPanelAlignLog2 : kAreaAlignLog2;
+  const int32_t b_align = packed ? fixed::kPanelAlignLog2 : fixed::kAreaAlignLog2;
   R *const bre = reinterpret_cast<R *>(align_up(static_cast<char *>(b_area.get()), b_align));
   R *const bim = packed ? reinterpret_cast<R *>(align_up(reinterpret_cast<char *>(bre) + b_part, b_align))
                         : bre + kBlockK * nt;
@@ -266,7 +266,7 @@ void xmixed_gemm(const char *transa, const char *transb, const int64_t *m_, cons
     if (!is_one(be)) mscale<CT>(m_, n_, static_cast<const cplx<R> *>(beta), static_cast<cplx<R> *>(c), ldc);
     return;
   }
-  if (M < kMixedMin || N < kMixedMin || K < kMixedMin) {
+  if (M < fixed::kMixedMin || N < fixed::kMixedMin || K < fixed::kMixedMin) {
     mixed_pst<RT>(transa, transb, M, N, K, alpha, a, *lda, b, *ldb, beta, c, *ldc);
     return;
   }
@@ -274,7 +274,7 @@ void xmixed_gemm(const char *transa, const char *transb, const int64_t *m_, cons
   zor_blas_cgemm_zero_desc(&d);
   E::optimal_kernel(&d);
   zor_blas_cgemm_set_blks_size(kBlockM, kBlockN, kBlockK, &d);
-  const bool plain = (d.plan_mask & kPlanPackA) != 0 && M > kMixedPlainRows && K * N < kMixedPlainDepthCols;
+  const bool plain = (d.plan_mask & kPlanPackA) != 0 && M > fixed::kMixedPlainRows && K * N < fixed::kMixedPlainDepthCols;
   // Every real row packs B for plan 64; one without it would take the plain
   // route as well.
   const bool packed = !plain && (d.plan_mask & kPlanPrepackedAB) != 0;

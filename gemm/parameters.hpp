@@ -1,12 +1,11 @@
-// The GEMM engine's constants, in two groups.
+// Constants of the GEMM engine, in two groups.
 //
-// Fixed: sizes, thresholds and block rules that are part of the engine's
-// behaviour (buffer layouts callers size against, the points where a path
-// changes, the block rules). Changing one changes what the exports do.
+// fixed: what the system prescribes: buffer sizes and alignments callers size
+// against, the points where a path changes, the block rules. Changing one
+// changes results or a documented contract.
 //
-// Tuned: choices of this implementation that only move speed (prefetch
-// distances, unrolling). Each names the benchmark run that chose it; re-run
-// that benchmark before changing one.
+// tuned: choices made here for speed alone, each with the benchmark that
+// chose it (bench/gemm/gemm_bench.cpp); changing one changes no result.
 #pragma once
 #include <cstdint>
 
@@ -14,7 +13,7 @@
 
 namespace zor::gemm {
 
-// ---------------------------------------------------------------- fixed
+namespace fixed {
 
 // Buffers of a descriptor: bytes added to each buffer, and the alignments
 // (log2) of the panel buffers and of the duplication buffer. One pooled
@@ -81,7 +80,22 @@ inline constexpr int64_t kMixedBlockM = 500, kMixedBlockN = 5000, kMixedBlockK =
 inline constexpr int64_t kMixedPlainRows = 1000000, kMixedPlainDepthCols = 16384;
 inline constexpr int64_t kMixedSplitSlack = 8192;
 
-// ---------------------------------------------------------------- tuned
-// (none yet beyond the unrolling written at each depth loop)
+}  // namespace fixed
+
+namespace tuned {
+
+// Row 1 forms the lane swaps of a column group's B once, into a stack buffer
+// of this many depth steps (two vectors each: 16 KiB); deeper groups swap at
+// every step, with the same results. A stack budget rather than a measured
+// optimum: it covers twice the deepest block the block rules give (256).
+inline constexpr int64_t kMaxSwapDepth = 512;
+
+// The next column group's B is brought in during this many last tiles of the
+// current group. Set, not yet tuned: on the loaded development machine the
+// spread of bench/gemm/gemm_bench.cpp (dgemm and sgemm, n = 1000 and 2000,
+// both rows) was wider than any difference this could make; tune it there.
+inline constexpr int64_t kNextGroupTiles = 8;
+
+}  // namespace tuned
 
 }  // namespace zor::gemm

@@ -1,14 +1,20 @@
 #!/usr/bin/env python3
-"""Holds the built tier's dynamic symbol table against the export list.
+"""Holds the built tier's dynamic symbol table against the export list
+(tools/exports.tsv: name, family, kind).
 
-Fails when the library exports a name that is not in the list; prints how
-much of the list exists, in all and per family."""
+Fails when the library exports a name that is not in the list, or when the
+pass-through names of frame/passthrough_names.inc are not the list's rows of
+kind "passthrough"; prints how much of the list exists, in all and per
+family.
+
+usage: check_exports.py <libzor_tier2.so> <exports.tsv> [<passthrough_names.inc>]"""
 import collections
+import re
 import subprocess
 import sys
 
 lib, tsv = sys.argv[1], sys.argv[2]
-listed = {}
+listed, kinds = {}, {}
 try:
     with open(tsv) as f:
         next(f)
@@ -16,8 +22,19 @@ try:
             cols = line.rstrip("\n").split("\t")
             if cols and cols[0]:
                 listed[cols[0]] = cols[1]
+                kinds[cols[0]] = cols[2] if len(cols) > 2 else ""
 except OSError as e:
     sys.exit(f"cannot read the export list {tsv}: {e}")
+
+failed = False
+if len(sys.argv) > 3:
+    with open(sys.argv[3]) as f:
+        jumps = set(re.findall(r"^ZOR_PASSTHROUGH\((\w+)\)", f.read(), re.M))
+    passthrough = {n for n, k in kinds.items() if k == "passthrough"}
+    if jumps != passthrough:
+        print(f"pass-through names differ from the list: only in the list {sorted(passthrough - jumps)}, "
+              f"only in {sys.argv[3]} {sorted(jumps - passthrough)}")
+        failed = True
 
 out = subprocess.run(["nm", "-D", "--defined-only", lib], capture_output=True, text=True, check=True).stdout
 exported = set()
@@ -36,4 +53,5 @@ if extra:
     print(f"{len(extra)} exported names are not in the list:")
     for name in extra[:50]:
         print("  " + name)
-    sys.exit(1)
+    failed = True
+sys.exit(1 if failed else 0)

@@ -1,278 +1,284 @@
-// DGEMM and SGEMM, single thread: ours in both kernel rows against OpenBLAS
-// (serial build) forced to each of its SSE-era kernels and natively, and
-// against the measured SSE peak, all in the same run.
+// The GEMM engine against OpenBLAS, single thread: ?gemm in d, s, c, z for
+// NN, NT, TN, TT at n = 64, 256, 1000, 2000, ours in both kernel rows; and
+// the three-multiplication zgemm3m against our zgemm and the peer's zgemm3m.
 //
-// Each OpenBLAS variant runs in a forked child that sets OPENBLAS_CORETYPE
-// (and OPENBLAS_L2_SIZE for the SSE-era ones) before loading the library and
-// then times the cases it is sent, so one run compares every peer, case by
-// case, interleaved with ours.
-// Usage: bench_gemm [max_n [rounds]]   (defaults 2000, 2)
-#include <dlfcn.h>
-#include <signal.h>
-#include <sys/wait.h>
-#include <unistd.h>
+// Two peer columns, each a forked child with the kernel set this program
+// chose (bench/openblas_peer.hpp): the best SSE-era set for the precision
+// (the four are timed on the n = 256 NN case first and the fastest kept) and
+// the native one. Each round times ours row 0, the SSE-era peer, ours row 1
+// and the native peer one after the other; a ratio is taken within a round
+// and the table gives the median of the rounds' ratios with their range.
+// Figures are GFLOP/s of thread processor time (2 n^3 real, 8 n^3 complex,
+// 8 n^3 for 3m too, so that its ratios are ratios of time).
+//
+// Usage: bench_gemm [precisions [sizes [rounds [transpositions]]]]
+//   defaults: dszc 64,256,1000,2000 3 NN,NT,TN,TT
+// With ZOR_BENCH_TSV set, the figures are also appended there for the report
+// of bench/run.sh.
+#include <time.h>
 
+#include <algorithm>
+#include <complex>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <ctime>
-#include <algorithm>
-#include <type_traits>
 #include <string>
 #include <vector>
 
-#include <emmintrin.h>
-
 #include <zor/core.h>
 #include <zor/gemm.h>
+#include <zor/gemm_complex.h>
 
 #include "common.hpp"
+#include "openblas_peer.hpp"
 
 namespace {
 
 using zor::bench::keep;
+using zor::bench::median;
+using zor::bench::OpenBlasPeer;
 
-// Processor time of this thread: the machine is shared, and wall time would
-// charge other processes' work to whichever side happened to run beside it.
 double thread_seconds() {
   timespec t;
   clock_gettime(CLOCK_THREAD_CPUTIME_ID, &t);
   return double(t.tv_sec) + 1e-9 * double(t.tv_nsec);
 }
+
+// Seconds of one call: one call for n of 1000 and above, else the best of
+// two runs of repeated calls of at least 50 ms.
 template <class F>
-double best_cpu_seconds(F &&body, int repeats, double min_seconds) {
+double seconds_of(int n, F &&body) {
+  if (n >= 1000) {
+    const double t0 = thread_seconds();
+    body();
+    return thread_seconds() - t0;
+  }
   double best = 1e30;
-  for (int r = 0; r < repeats; ++r) {
-    long iterations = 0;
-    const double start = thread_seconds();
-    double elapsed = 0;
+  for (int r = 0; r < 2; ++r) {
+    long calls = 0;
+    const double t0 = thread_seconds();
+    double t;
     do {
       body();
-      ++iterations;
-      elapsed = thread_seconds() - start;
-    } while (elapsed < min_seconds);
-    best = std::min(best, elapsed / double(iterations));
+      ++calls;
+      t = thread_seconds() - t0;
+    } while (t < 0.05);
+    best = std::min(best, t / double(calls));
   }
   return best;
 }
 
 struct Case {
-  char prec;          // 'd' or 's'
-  const char *trans;  // "NN" or "TN"
+  char prec;     // d s c z
+  char ta, tb;   // 'N' or 'T'
   int n;
+  bool three_m;  // zgemm3m
+  std::string name() const {
+    return std::string(1, prec) + (three_m ? "gemm3m " : "gemm ") + ta + tb;
+  }
 };
 
-template <class R>
+bool is_double(char p) { return p == 'd' || p == 'z'; }
+bool is_complex(char p) { return p == 'c' || p == 'z'; }
+double flops(const Case &cs) { return (is_complex(cs.prec) ? 8.0 : 2.0) * cs.n * double(cs.n) * cs.n; }
+
+// Operands of a case: n x n matrices of the precision's reals (twice as
+// many for complex), alpha (1, 0.5) and beta (0.5, 0).
 struct Operands {
-  int n;
-  R *a, *b, *c;
-  explicit Operands(int n) : n(n) {
-    size_t bytes = (size_t(n) * n * sizeof(R) + 63) / 64 * 64;
-    a = static_cast<R *>(std::aligned_alloc(64, bytes));
-    b = static_cast<R *>(std::aligned_alloc(64, bytes));
-    c = static_cast<R *>(std::aligned_alloc(64, bytes));
-    for (size_t i = 0; i < size_t(n) * n; ++i) {
-      a[i] = R(int(i * 7 % 13) - 6) / R(8);
-      b[i] = R(int(i * 5 % 11) - 5) / R(8);
-      c[i] = R(0);
-    }
+  std::vector<double> a, b, c;
+  std::vector<float> af, bf, cf;
+  double alpha[2] = {1, 0.5}, beta[2] = {0.5, 0};
+  float alphaf[2] = {1, 0.5f}, betaf[2] = {0.5f, 0};
+  explicit Operands(const Case &cs) {
+    const size_t count = size_t(cs.n) * cs.n * (is_complex(cs.prec) ? 2 : 1);
+    auto fill = [&](auto &a_, auto &b_, auto &c_) {
+      a_.resize(count);
+      b_.resize(count);
+      c_.assign(count, 0);
+      for (size_t i = 0; i < count; ++i) {
+        a_[i] = decltype(a_[0] + 0)(int(i * 7 % 13) - 6) / 8;
+        b_[i] = decltype(b_[0] + 0)(int(i * 5 % 11) - 5) / 8;
+      }
+    };
+    if (is_double(cs.prec)) fill(a, b, c);
+    else fill(af, bf, cf);
   }
-  ~Operands() {
-    std::free(a);
-    std::free(b);
-    std::free(c);
-  }
+  const void *pa() const { return a.empty() ? static_cast<const void *>(af.data()) : a.data(); }
+  const void *pb() const { return b.empty() ? static_cast<const void *>(bf.data()) : b.data(); }
+  void *pc() { return c.empty() ? static_cast<void *>(cf.data()) : c.data(); }
+  const void *palpha() const { return a.empty() ? static_cast<const void *>(alphaf) : alpha; }
+  const void *pbeta() const { return a.empty() ? static_cast<const void *>(betaf) : beta; }
 };
 
-double gflops(int n, double s) { return 2.0 * n * n * double(n) / s * 1e-9; }
-double min_seconds_for(int n) { return n >= 1000 ? 0.2 : 0.05; }
-
-// One timing (best of two) of a gemm of the case's shape; `call` receives
-// (transa, transb, n, a, b, c) and runs the product with alpha 1, beta 0.5.
-template <class R, class Call>
-double time_case(const Case &cs, Call &&call) {
-  Operands<R> op(cs.n);
-  return gflops(cs.n, best_cpu_seconds([&] { call(cs.trans[0], cs.trans[1], cs.n, op.a, op.b, op.c); keep(op.c[0]); },
-                                       2, min_seconds_for(cs.n)));
+using Ours = void (*)(const char *, const char *, const int64_t *, const int64_t *, const int64_t *, const void *,
+                      const void *, const int64_t *, const void *, const int64_t *, const void *, void *,
+                      const int64_t *);
+Ours ours_of(char prec, bool three_m) {
+  switch (prec) {
+    case 'd': return reinterpret_cast<Ours>(zor_blas_xdgemm);
+    case 's': return reinterpret_cast<Ours>(zor_blas_xsgemm);
+    case 'c': return three_m ? zor_blas_xcgemm3m : zor_blas_xcgemm;
+    default: return three_m ? zor_blas_xzgemm3m : zor_blas_xzgemm;
+  }
 }
 
-double ours(const Case &cs) {
-  auto run = [](char ta, char tb, int n_, auto *a, auto *b, auto *c) {
-    using R = std::remove_pointer_t<decltype(a)>;
-    const char sa[2] = {ta, 0}, sb[2] = {tb, 0};
-    int64_t n = n_;
-    R alpha = 1, beta = R(0.5);
-    if constexpr (sizeof(R) == 8) zor_blas_xdgemm(sa, sb, &n, &n, &n, &alpha, a, &n, b, &n, &beta, c, &n);
-    else zor_blas_xsgemm(sa, sb, &n, &n, &n, &alpha, a, &n, b, &n, &beta, c, &n);
+// Ours in the given kernel row (a three-multiplication case with
+// four_m: our zgemm instead).
+double ours(const Case &cs, int row, bool four_m = false) {
+  Operands op(cs);
+  const Ours fn = ours_of(cs.prec, cs.three_m && !four_m);
+  const char ta[2] = {cs.ta, 0}, tb[2] = {cs.tb, 0};
+  const int64_t n = cs.n;
+  zor_core_force(ZOR_CORE_CPUHASQLX, row);
+  const double s = seconds_of(cs.n, [&] {
+    fn(ta, tb, &n, &n, &n, op.palpha(), op.pa(), &n, op.pb(), &n, op.pbeta(), op.pc(), &n);
+    keep(op.c);
+    keep(op.cf);
+  });
+  zor_core_unforce(ZOR_CORE_CPUHASQLX);
+  return flops(cs) / s * 1e-9;
+}
+
+// The peer's routine of a case, timed in the child.
+using Peer = void (*)(const char *, const char *, const int *, const int *, const int *, const void *, const void *,
+                      const int *, const void *, const int *, const void *, void *, const int *, size_t, size_t);
+double peer(const Case &cs, void *lib) {
+  const std::string sym = std::string(1, cs.prec) + (cs.three_m ? "gemm3m_" : "gemm_");
+  const auto fn = reinterpret_cast<Peer>(dlsym(lib, sym.c_str()));
+  if (!fn) return 0;
+  Operands op(cs);
+  const int n = cs.n;
+  const double s = seconds_of(cs.n, [&] {
+    fn(&cs.ta, &cs.tb, &n, &n, &n, op.palpha(), op.pa(), &n, op.pb(), &n, op.pbeta(), op.pc(), &n, 1, 1);
+    keep(op.c);
+    keep(op.cf);
+  });
+  return flops(cs) / s * 1e-9;
+}
+
+std::vector<std::string> split(const std::string &s) {
+  std::vector<std::string> out;
+  size_t at = 0;
+  while (at <= s.size()) {
+    size_t end = s.find(',', at);
+    if (end == std::string::npos) end = s.size();
+    if (end > at) out.push_back(s.substr(at, end - at));
+    at = end + 1;
+  }
+  return out;
+}
+
+struct Figures {
+  std::vector<double> row0, row1, sse, native, four_m0, four_m1;
+};
+
+void record_case(const Case &cs, const Figures &f, const std::string &sse_core, const std::string &native_core) {
+  using zor::bench::record;
+  const std::string g = cs.name() + " (SSE-era set " + sse_core + ")";
+  auto ratios = [](const std::vector<double> &x, const std::vector<double> &y) {
+    std::vector<double> r;
+    for (size_t i = 0; i < x.size(); ++i) r.push_back(y[i] > 0 ? x[i] / y[i] : 0);
+    return r;
   };
-  return cs.prec == 'd' ? time_case<double>(cs, run) : time_case<float>(cs, run);
-}
-
-using DgemmFn = void (*)(const char *, const char *, const int *, const int *, const int *, const double *,
-                         const double *, const int *, const double *, const int *, const double *, double *,
-                         const int *, size_t, size_t);
-using SgemmFn = void (*)(const char *, const char *, const int *, const int *, const int *, const float *,
-                         const float *, const int *, const float *, const int *, const float *, float *,
-                         const int *, size_t, size_t);
-
-// OpenBLAS with a core type (null: native) in a child process that sets the
-// environment before loading the library and then times the case it is sent.
-struct Peer {
-  std::string asked, core;
-  int to = -1, from = -1;
-  pid_t pid = -1;
-  std::vector<double> best;
-
-  Peer(const char *coretype, const std::vector<Case> &cases) : asked(coretype ? coretype : "native") {
-    int down[2], up[2];
-    if (pipe(down) != 0 || pipe(up) != 0) return;
-    pid = fork();
-    if (pid == 0) {
-      close(down[1]);
-      close(up[0]);
-      if (coretype) {
-        setenv("OPENBLAS_CORETYPE", coretype, 1);
-        setenv("OPENBLAS_L2_SIZE", "262144", 1);
-      }
-      setenv("OPENBLAS_NUM_THREADS", "1", 1);
-      void *lib = dlopen(ZOR_OPENBLAS_SERIAL, RTLD_NOW | RTLD_LOCAL);
-      if (!lib) _exit(2);
-      auto dg = reinterpret_cast<DgemmFn>(dlsym(lib, "dgemm_"));
-      auto sg = reinterpret_cast<SgemmFn>(dlsym(lib, "sgemm_"));
-      auto corename = reinterpret_cast<char *(*)()>(dlsym(lib, "openblas_get_corename"));
-      char name[64] = {};
-      std::snprintf(name, sizeof name, "%s", corename ? corename() : "?");
-      if (write(up[1], name, sizeof name) != sizeof name) _exit(3);
-      int index;
-      while (read(down[0], &index, sizeof index) == sizeof index) {
-        const Case &cs = cases[size_t(index)];
-        auto run = [&](char ta, char tb, int n, auto *a, auto *b, auto *c) {
-          using R = std::remove_pointer_t<decltype(a)>;
-          R alpha = 1, beta = R(0.5);
-          if constexpr (sizeof(R) == 8) dg(&ta, &tb, &n, &n, &n, &alpha, a, &n, b, &n, &beta, c, &n, 1, 1);
-          else sg(&ta, &tb, &n, &n, &n, &alpha, a, &n, b, &n, &beta, c, &n, 1, 1);
-        };
-        double g = cs.prec == 'd' ? time_case<double>(cs, run) : time_case<float>(cs, run);
-        if (write(up[1], &g, sizeof g) != sizeof g) _exit(3);
-      }
-      _exit(0);
-    }
-    close(down[0]);
-    close(up[1]);
-    to = down[1];
-    from = up[0];
-    char name[64] = {};
-    if (read(from, name, sizeof name) == sizeof name) core = name;
-    best.assign(cases.size(), 0.0);
+  record("gemm", g, cs.n, "ours row 0", median(f.row0), "GFLOP/s");
+  record("gemm", g, cs.n, "ours row 1", median(f.row1), "GFLOP/s");
+  record("gemm", g, cs.n, "OpenBLAS SSE-era", median(f.sse), "GFLOP/s");
+  record("gemm", g, cs.n, "OpenBLAS native (" + native_core + ")", median(f.native), "GFLOP/s");
+  record("gemm", g, cs.n, "row 0 / SSE-era", median(ratios(f.row0, f.sse)), "x");
+  record("gemm", g, cs.n, "row 1 / SSE-era", median(ratios(f.row1, f.sse)), "x");
+  record("gemm", g, cs.n, "row 1 / native", median(ratios(f.row1, f.native)), "x");
+  if (cs.three_m) {
+    record("gemm", g, cs.n, "row 0 / our zgemm", median(ratios(f.row0, f.four_m0)), "x");
+    record("gemm", g, cs.n, "row 1 / our zgemm", median(ratios(f.row1, f.four_m1)), "x");
   }
-  void measure(int index) {
-    double g = 0;
-    if (write(to, &index, sizeof index) != sizeof index || read(from, &g, sizeof g) != sizeof g) g = 0;
-    best[size_t(index)] = std::max(best[size_t(index)], g);
-  }
-  ~Peer() {
-    if (to >= 0) close(to);
-    if (from >= 0) close(from);
-    if (pid > 0) {
-      kill(pid, SIGTERM);  // later children hold copies of this pipe's ends
-      waitpid(pid, nullptr, 0);
-    }
-  }
-};
-
-// The SSE peak: fourteen independent streams, seven of mulpd and seven of
-// addpd (or their single-precision forms).
-template <class V>
-double sse_peak() {
-  constexpr long kIters = 20000000;
-  constexpr bool dbl = std::is_same_v<V, __m128d>;
-  constexpr int lanes = dbl ? 2 : 4;
-  double s = best_cpu_seconds([] {
-    V m0, m1, m2, m3, m4, m5, m6, a0, a1, a2, a3, a4, a5, a6, k, z;
-    if constexpr (dbl) {
-      m0 = m1 = m2 = m3 = m4 = m5 = m6 = a0 = a1 = a2 = a3 = a4 = a5 = a6 = k = _mm_set1_pd(1.0);
-      z = _mm_set1_pd(1e-300);
-    } else {
-      m0 = m1 = m2 = m3 = m4 = m5 = m6 = a0 = a1 = a2 = a3 = a4 = a5 = a6 = k = _mm_set1_ps(1.0f);
-      z = _mm_set1_ps(1e-30f);
-    }
-    asm volatile("" : "+x"(k), "+x"(z));  // opaque: x * 1.0 must not fold away
-    for (long i = 0; i < kIters; ++i) {
-      if constexpr (dbl) {
-        m0 = _mm_mul_pd(m0, k); a0 = _mm_add_pd(a0, z); m1 = _mm_mul_pd(m1, k); a1 = _mm_add_pd(a1, z);
-        m2 = _mm_mul_pd(m2, k); a2 = _mm_add_pd(a2, z); m3 = _mm_mul_pd(m3, k); a3 = _mm_add_pd(a3, z);
-        m4 = _mm_mul_pd(m4, k); a4 = _mm_add_pd(a4, z); m5 = _mm_mul_pd(m5, k); a5 = _mm_add_pd(a5, z);
-        m6 = _mm_mul_pd(m6, k); a6 = _mm_add_pd(a6, z);
-      } else {
-        m0 = _mm_mul_ps(m0, k); a0 = _mm_add_ps(a0, z); m1 = _mm_mul_ps(m1, k); a1 = _mm_add_ps(a1, z);
-        m2 = _mm_mul_ps(m2, k); a2 = _mm_add_ps(a2, z); m3 = _mm_mul_ps(m3, k); a3 = _mm_add_ps(a3, z);
-        m4 = _mm_mul_ps(m4, k); a4 = _mm_add_ps(a4, z); m5 = _mm_mul_ps(m5, k); a5 = _mm_add_ps(a5, z);
-        m6 = _mm_mul_ps(m6, k); a6 = _mm_add_ps(a6, z);
-      }
-      asm volatile("" : "+x"(m0), "+x"(m1), "+x"(m2), "+x"(m3), "+x"(m4), "+x"(m5), "+x"(m6));
-      asm volatile("" : "+x"(a0), "+x"(a1), "+x"(a2), "+x"(a3), "+x"(a4), "+x"(a5), "+x"(a6));
-    }
-    asm volatile("" : : "x"(m0), "x"(m1), "x"(m2), "x"(m3), "x"(m4), "x"(m5), "x"(m6));
-    asm volatile("" : : "x"(a0), "x"(a1), "x"(a2), "x"(a3), "x"(a4), "x"(a5), "x"(a6));
-  }, 3, 0.05);
-  return 14.0 * lanes * kIters / s * 1e-9;
 }
 
 }  // namespace
 
 int main(int argc, char **argv) {
-  const int max_n = argc > 1 ? std::atoi(argv[1]) : 2000;
-  const int rounds = argc > 2 ? std::atoi(argv[2]) : 2;
+  const std::string precs = argc > 1 ? argv[1] : "dszc";
+  std::vector<int> sizes;
+  for (const auto &s : split(argc > 2 ? argv[2] : "64,256,1000,2000")) sizes.push_back(std::atoi(s.c_str()));
+  const int rounds = argc > 3 ? std::max(1, std::atoi(argv[3])) : 3;
+  const auto transpositions = split(argc > 4 ? argv[4] : "NN,NT,TN,TT");
   std::setvbuf(stdout, nullptr, _IOLBF, 0);
+
   std::vector<Case> cases;
-  for (char prec : {'d', 's'})
-    for (const char *trans : {"NN", "TN"})
-      for (int n : {64, 256, 1000, 2000})
-        if (n <= max_n) cases.push_back({prec, trans, n});
+  for (char p : precs)
+    for (const auto &t : transpositions)
+      for (int n : sizes) cases.push_back({p, t[0], t[1], n, false});
+  if (precs.find('z') != std::string::npos)
+    for (int n : sizes)
+      if (n >= 1000) cases.push_back({'z', 'N', 'N', n, true});
+  // The calibration cases: n = 256, NN, one per precision.
+  std::vector<Case> calibration;
+  for (char p : precs) calibration.push_back({p, 'N', 'N', 256, false});
+  std::vector<Case> all = cases;
+  all.insert(all.end(), calibration.begin(), calibration.end());
 
-  const char *sse_cores[] = {"Nehalem", "Penryn", "Core2", "Barcelona"};
-  std::vector<Peer *> peers;
-  for (const char *core : sse_cores) peers.push_back(new Peer(core, cases));
-  Peer *native = new Peer(nullptr, cases);
-  peers.push_back(native);
-  std::printf("OpenBLAS cores loaded:");
-  for (Peer *p : peers) std::printf(" %s->%s", p->asked.c_str(), p->core.c_str());
-  std::printf(" (OPENBLAS_L2_SIZE=262144 for the forced ones)\n");
+  auto measure = [&all](int index, void *lib) { return peer(all[size_t(index)], lib); };
+  std::vector<OpenBlasPeer *> sse;
+  for (const char *core : zor::bench::kSseEraCores)
+    sse.push_back(new OpenBlasPeer(core, ZOR_OPENBLAS_SERIAL, measure));
+  OpenBlasPeer native(nullptr, ZOR_OPENBLAS_SERIAL, measure);
 
-  // Rounds interleave ours and every peer case by case; each keeps its best.
-  double peak_d = 0, peak_s = 0;
-  std::vector<double> row0(cases.size(), 0.0), row1(cases.size(), 0.0);
-  for (int r = 0; r < rounds; ++r) {
-    peak_d = std::max(peak_d, sse_peak<__m128d>());
-    peak_s = std::max(peak_s, sse_peak<__m128>());
-    for (size_t i = 0; i < cases.size(); ++i) {
-      zor_core_force(ZOR_CORE_CPUHASQLX, 0);
-      row0[i] = std::max(row0[i], ours(cases[i]));
-      zor_core_force(ZOR_CORE_CPUHASQLX, 1);
-      row1[i] = std::max(row1[i], ours(cases[i]));
-      for (Peer *p : peers) p->measure(int(i));
+  std::printf("processor: %s; OpenBLAS sets asked -> reported:", zor::bench::processor_name().c_str());
+  for (auto *p : sse) std::printf(" %s -> %s,", p->asked().c_str(), p->core().c_str());
+  std::printf(" native -> %s; OPENBLAS_L2_SIZE=%ld for the SSE-era sets, inherited OPENBLAS_* unset\n",
+              native.core().c_str(), zor::bench::second_level_cache_bytes());
+
+  // The best SSE-era set of each precision, from its n = 256 NN case.
+  std::string best_core[128];
+  size_t best_peer[128] = {};
+  for (size_t c = 0; c < calibration.size(); ++c) {
+    const int index = int(cases.size() + c);
+    double best = -1;
+    std::printf("%c, n = 256 NN:", calibration[c].prec);
+    for (size_t j = 0; j < sse.size(); ++j) {
+      const double g = sse[j]->measure(index);
+      std::printf(" %s %.2f", sse[j]->core().c_str(), g);
+      if (g > best) best = g, best_peer[size_t(calibration[c].prec)] = j;
     }
+    best_core[size_t(calibration[c].prec)] = sse[best_peer[size_t(calibration[c].prec)]]->core();
+    std::printf(" GFLOP/s -> %s\n", best_core[size_t(calibration[c].prec)].c_str());
   }
-  zor_core_unforce(ZOR_CORE_CPUHASQLX);
-  std::printf("measured SSE peak: double %.2f GFLOP/s, single %.2f GFLOP/s (independent mul/add streams)\n\n",
-              peak_d, peak_s);
 
-  std::printf("%-15s %7s %7s %7s %-10s %7s %7s %7s %7s %6s %6s\n", "case", "row0", "row1", "bestSSE", "(core)",
-              "native", "r0/SSE", "r1/SSE", "r1/nat", "r0/pk", "r1/pk");
+  std::printf("\n%-15s %5s %7s %7s %7s %7s  %-17s %-17s %-17s\n", "case", "n", "row0", "row1", "SSE-era", "native",
+              "r0/SSE [range]", "r1/SSE [range]", "r1/native");
   for (size_t i = 0; i < cases.size(); ++i) {
     const Case &cs = cases[i];
-    size_t best = 0;
-    for (size_t j = 1; j < 4; ++j)
-      if (peers[j]->best[i] > peers[best]->best[i]) best = j;
-    const double b = peers[best]->best[i], nat = native->best[i], peak = cs.prec == 'd' ? peak_d : peak_s;
-    char label[32];
-    std::snprintf(label, sizeof label, "%cgemm %s %d", cs.prec, cs.trans, cs.n);
-    std::printf("%-15s %7.2f %7.2f %7.2f %-10s %7.2f %6.2fx %6.2fx %6.2fx %5.0f%% %5.0f%%\n", label, row0[i], row1[i],
-                b, sse_cores[best], nat, row0[i] / b, row1[i] / b, row1[i] / nat, 100 * row0[i] / peak,
-                100 * row1[i] / peak);
+    OpenBlasPeer *p = sse[best_peer[size_t(cs.prec)]];
+    Figures f;
+    for (int r = 0; r < rounds; ++r) {
+      f.row0.push_back(ours(cs, 0));
+      f.sse.push_back(p->measure(int(i)));
+      f.row1.push_back(ours(cs, 1));
+      f.native.push_back(native.measure(int(i)));
+      if (cs.three_m) {
+        f.four_m0.push_back(ours(cs, 0, true));
+        f.four_m1.push_back(ours(cs, 1, true));
+      }
+    }
+    auto ratio_text = [&](const std::vector<double> &x, const std::vector<double> &y) {
+      std::vector<double> r;
+      for (size_t k = 0; k < x.size(); ++k) r.push_back(y[k] > 0 ? x[k] / y[k] : 0);
+      char s[64];
+      std::snprintf(s, sizeof s, "%.2fx [%.2f-%.2f]", median(r), *std::min_element(r.begin(), r.end()),
+                    *std::max_element(r.begin(), r.end()));
+      return std::string(s);
+    };
+    std::printf("%-15s %5d %7.2f %7.2f %7.2f %7.2f  %-17s %-17s %-17s", cs.name().c_str(), cs.n, median(f.row0),
+                median(f.row1), median(f.sse), median(f.native), ratio_text(f.row0, f.sse).c_str(),
+                ratio_text(f.row1, f.sse).c_str(), ratio_text(f.row1, f.native).c_str());
+    if (cs.three_m)
+      std::printf("  3m/our zgemm: row0 %s row1 %s", ratio_text(f.row0, f.four_m0).c_str(),
+                  ratio_text(f.row1, f.four_m1).c_str());
+    std::printf("\n");
+    record_case(cs, f, best_core[size_t(cs.prec)], native.core());
   }
-  std::printf("\nGFLOP/s from thread processor time, best of %d interleaved rounds; ratios above 1.00x: ours faster\n",
+  std::printf("\nGFLOP/s: medians of %d interleaved rounds (thread processor time); ratios: median of the rounds'\n"
+              "ratios [range]; above 1.00x ours is faster. SSE-era column: the set fastest at n = 256 NN.\n",
               rounds);
-  for (Peer *p : peers) delete p;
+  for (auto *p : sse) delete p;
   return 0;
 }

@@ -1,7 +1,12 @@
 // Reductions and set-ups against the reference BLAS: dot products, norms,
 // sums, positions of extremes, rotation set-ups, within tolerances that grow
 // with n; the order of summation is held exactly in level1_order_test.cpp.
-#include "level1_testing.hpp"
+#include <zor/blas.h>
+
+#include <algorithm>
+
+#include "common/reference_blas.h"
+#include "common/testing.hpp"
 
 namespace zor::test {
 namespace {
@@ -14,9 +19,9 @@ using cdouble = std::complex<double>;
 template <class E, class Ours, class Ref>
 void dot_against_reference(uint64_t seed, double ulps, Ours ours, Ref ref) {
   using R = real_of<E>;
-  auto cases = level1_cases(seed);
+  auto cases = vector_cases(seed);
   for (size_t k = 0; k < cases.size(); ++k) {
-    const Case &c = cases[k];
+    const VectorCase &c = cases[k];
     SCOPED_TRACE(testing::Message() << "seed " << seed << " case " << k << ": " << c);
     Rng rng(seed * 1000 + k);
     Strided<E> x(c.n, c.incx, c.offx, rng), y(c.n, c.incy, c.offy, rng);
@@ -24,7 +29,7 @@ void dot_against_reference(uint64_t seed, double ulps, Ours ours, Ref ref) {
     auto expect = ref(&n32, x.data(), &ix, y.data(), &iy);
     auto got = ours(c.n, x.data(), c.incx, y.data(), c.incy);
     double mass = 0;
-    for (int64_t i = 0; i < c.n; ++i) mass += std::abs(x.at(c.n, i)) * std::abs(y.at(c.n, i));
+    for (int64_t i = 0; i < c.n; ++i) mass += std::abs(x.at(i)) * std::abs(y.at(i));
     ASSERT_TRUE(close(got, decltype(got)(expect), R(mass * double(std::max<int64_t>(c.n, 1))), ulps))
         << got << " vs " << expect;
   }
@@ -63,9 +68,9 @@ TEST(Dot, WideningAgainstReference) {
 template <class E, class Ours, class Ref, class Model>
 void one_vector(uint64_t seed, double ulps, Ours ours, Ref ref, Model model) {
   using R = real_of<E>;
-  auto cases = level1_cases(seed);
+  auto cases = vector_cases(seed);
   for (size_t k = 0; k < cases.size(); ++k) {
-    const Case &c = cases[k];
+    const VectorCase &c = cases[k];
     SCOPED_TRACE(testing::Message() << "seed " << seed << " case " << k << ": " << c);
     Rng rng(seed * 1000 + k);
     Strided<E> x(c.n, c.incx, c.offx, rng);
@@ -85,7 +90,7 @@ template <class E>
 real_of<E> magnitude_sum(int64_t n, Strided<E> &x, int64_t, bool squares) {
   double s = 0;
   for (int64_t i = 0; i < n; ++i) {
-    E v = x.at(n, i);
+    E v = x.at(i);
     if constexpr (std::is_floating_point_v<E>) s += squares ? double(v) * v : std::fabs(v);
     else s += squares ? double(v.real()) * v.real() + double(v.imag()) * v.imag() : std::fabs(v.real()) + std::fabs(v.imag());
   }
@@ -134,9 +139,9 @@ TEST(Extreme, AmaxAgainstReferenceAndTies) {
   auto pos = [](auto fn) { return [fn](int64_t n, auto *x, int64_t inc) { return double(fn(&n, x, &inc)); }; };
   auto check = [&](auto tag, auto ours, auto ref) {
     using E = decltype(tag);
-    auto cases = level1_cases(41);
+    auto cases = vector_cases(41);
     for (size_t k = 0; k < cases.size(); ++k) {
-      const Case &c = cases[k];
+      const VectorCase &c = cases[k];
       if (c.incx < 1) continue;
       SCOPED_TRACE(testing::Message() << "case " << k << ": " << c);
       Rng rng(41000 + k);
@@ -144,7 +149,7 @@ TEST(Extreme, AmaxAgainstReferenceAndTies) {
       // plant ties of the maximum at random places
       if (c.n > 3) {
         E top = E(real_of<E>(2.5));
-        for (int t = 0; t < 3; ++t) x.at(c.n, rng.integer(0, c.n - 1)) = (t & 1) ? top : -top;
+        for (int t = 0; t < 3; ++t) x.set(rng.integer(0, c.n - 1), (t & 1) ? top : -top);
       }
       f_int n32 = f_int(c.n), ix = f_int(c.incx);
       ASSERT_EQ(pos(ours)(c.n, x.data(), c.incx), double(ref(&n32, x.data(), &ix)));
@@ -162,12 +167,12 @@ TEST(Extreme, AmaxAgainstReferenceAndTies) {
     Strided<double> x(n, inc, size_t(rng.integer(0, 3) * 4), rng);
     Strided<float> f(n, inc, size_t(rng.integer(0, 3) * 4), rng);
     for (int64_t i = 0; i < n; ++i) {
-      x.at(n, i) = double(rng.integer(-9, 9)), f.at(n, i) = float(rng.integer(-9, 9));
+      x.set(i, double(rng.integer(-9, 9))), f.set(i, float(rng.integer(-9, 9)));
     }
     int64_t ed = 1, ef = 1;
     for (int64_t i = 1; i < n; ++i) {
-      if (std::fabs(x.at(n, i)) < std::fabs(x.at(n, ed - 1))) ed = i + 1;
-      if (std::fabs(f.at(n, i)) < std::fabs(f.at(n, ef - 1))) ef = i + 1;
+      if (std::fabs(x.at(i)) < std::fabs(x.at(ed - 1))) ed = i + 1;
+      if (std::fabs(f.at(i)) < std::fabs(f.at(ef - 1))) ef = i + 1;
     }
     ASSERT_EQ(zor_blas_idamin(&n, x.data(), &inc), ed);
     ASSERT_EQ(zor_blas_isamin(&n, f.data(), &inc), ef);

@@ -2,7 +2,12 @@
 // for axpby, against the formula), over sizes around the unroll widths,
 // every offset pair, zero and negative increments; guards checked after
 // every call.
-#include "level1_testing.hpp"
+#include <zor/blas.h>
+
+#include <algorithm>
+
+#include "common/reference_blas.h"
+#include "common/testing.hpp"
 
 namespace zor::test {
 namespace {
@@ -15,9 +20,9 @@ using cdouble = std::complex<double>;
 template <class E, class Ours, class Ref>
 void against_reference(uint64_t seed, double ulps, Ours ours, Ref ref) {
   using R = real_of<E>;
-  auto cases = level1_cases(seed);
+  auto cases = vector_cases(seed);
   for (size_t k = 0; k < cases.size(); ++k) {
-    const Case &c = cases[k];
+    const VectorCase &c = cases[k];
     SCOPED_TRACE(testing::Message() << "seed " << seed << " case " << k << ": " << c);
     Rng rng(seed * 1000 + k);
     Strided<E> x(c.n, c.incx, c.offx, rng), y(c.n, c.incy, c.offy, rng);
@@ -28,10 +33,10 @@ void against_reference(uint64_t seed, double ulps, Ours ours, Ref ref) {
     ASSERT_TRUE(x.buf.guards_intact());
     ASSERT_TRUE(y.buf.guards_intact());
     for (size_t i = 0; i < x.len; ++i)
-      ASSERT_TRUE(ulps == 0 ? same_bits(x.data()[i], xr[i]) : close(x.data()[i], xr[i], R(4), ulps)) << "x[" << i << "]";
+      ASSERT_TRUE(ulps == 0 ? same_bits(x.buf.get(i), xr[i]) : close(x.buf.get(i), xr[i], R(4), ulps)) << "x[" << i << "]";
     for (size_t i = 0; i < y.len; ++i)
-      ASSERT_TRUE(ulps == 0 ? same_bits(y.data()[i], yr[i]) : close(y.data()[i], yr[i], R(4), ulps))
-          << "y[" << i << "] " << y.data()[i] << " vs " << yr[i];
+      ASSERT_TRUE(ulps == 0 ? same_bits(y.buf.get(i), yr[i]) : close(y.buf.get(i), yr[i], R(4), ulps))
+          << "y[" << i << "] " << y.buf.get(i) << " vs " << yr[i];
   }
 }
 

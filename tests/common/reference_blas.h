@@ -28,7 +28,71 @@ void cgemm_(const char *ta, const char *tb, const f_int *m, const f_int *n, cons
             const void *a, const f_int *lda, const void *b, const f_int *ldb, const void *beta, void *c,
             const f_int *ldc, f_len, f_len);
 
+void dgemv_(const char *, const f_int *, const f_int *, const double *, const double *, const f_int *,
+            const double *, const f_int *, const double *, double *, const f_int *, f_len);
+void sgemv_(const char *, const f_int *, const f_int *, const float *, const float *, const f_int *,
+            const float *, const f_int *, const float *, float *, const f_int *, f_len);
+void zgemv_(const char *, const f_int *, const f_int *, const void *, const void *, const f_int *, const void *,
+            const f_int *, const void *, void *, const f_int *, f_len);
+void cgemv_(const char *, const f_int *, const f_int *, const void *, const void *, const f_int *, const void *,
+            const f_int *, const void *, void *, const f_int *, f_len);
+
 #ifdef __cplusplus
+}
+#endif
+
+/* The level-1 routines. Complex dots return a complex value. */
+#ifdef __cplusplus
+#include <complex>
+extern "C" {
+void caxpy_(const f_int *, const void *, const void *, const f_int *, void *, const f_int *);
+void zaxpy_(const f_int *, const void *, const void *, const f_int *, void *, const f_int *);
+void scopy_(const f_int *, const float *, const f_int *, float *, const f_int *);
+void dcopy_(const f_int *, const double *, const f_int *, double *, const f_int *);
+void ccopy_(const f_int *, const void *, const f_int *, void *, const f_int *);
+void zcopy_(const f_int *, const void *, const f_int *, void *, const f_int *);
+void sswap_(const f_int *, float *, const f_int *, float *, const f_int *);
+void dswap_(const f_int *, double *, const f_int *, double *, const f_int *);
+void cswap_(const f_int *, void *, const f_int *, void *, const f_int *);
+void zswap_(const f_int *, void *, const f_int *, void *, const f_int *);
+std::complex<float> cdotc_(const f_int *, const void *, const f_int *, const void *, const f_int *);
+std::complex<float> cdotu_(const f_int *, const void *, const f_int *, const void *, const f_int *);
+std::complex<double> zdotc_(const f_int *, const void *, const f_int *, const void *, const f_int *);
+std::complex<double> zdotu_(const f_int *, const void *, const f_int *, const void *, const f_int *);
+double dsdot_(const f_int *, const float *, const f_int *, const float *, const f_int *);
+float sdsdot_(const f_int *, const float *, const float *, const f_int *, const float *, const f_int *);
+void sscal_(const f_int *, const float *, float *, const f_int *);
+void dscal_(const f_int *, const double *, double *, const f_int *);
+void cscal_(const f_int *, const void *, void *, const f_int *);
+void zscal_(const f_int *, const void *, void *, const f_int *);
+void csscal_(const f_int *, const float *, void *, const f_int *);
+void zdscal_(const f_int *, const double *, void *, const f_int *);
+float snrm2_(const f_int *, const float *, const f_int *);
+double dnrm2_(const f_int *, const double *, const f_int *);
+float scnrm2_(const f_int *, const void *, const f_int *);
+double dznrm2_(const f_int *, const void *, const f_int *);
+float sasum_(const f_int *, const float *, const f_int *);
+double dasum_(const f_int *, const double *, const f_int *);
+float scasum_(const f_int *, const void *, const f_int *);
+double dzasum_(const f_int *, const void *, const f_int *);
+f_int isamax_(const f_int *, const float *, const f_int *);
+f_int idamax_(const f_int *, const double *, const f_int *);
+f_int icamax_(const f_int *, const void *, const f_int *);
+f_int izamax_(const f_int *, const void *, const f_int *);
+void srot_(const f_int *, float *, const f_int *, float *, const f_int *, const float *, const float *);
+void drot_(const f_int *, double *, const f_int *, double *, const f_int *, const double *, const double *);
+void csrot_(const f_int *, void *, const f_int *, void *, const f_int *, const float *, const float *);
+void zdrot_(const f_int *, void *, const f_int *, void *, const f_int *, const double *, const double *);
+void crot_(const f_int *, void *, const f_int *, void *, const f_int *, const float *, const void *);
+void zrot_(const f_int *, void *, const f_int *, void *, const f_int *, const double *, const void *);
+void srotg_(float *, float *, float *, float *);
+void drotg_(double *, double *, double *, double *);
+void crotg_(void *, const void *, float *, void *);
+void zrotg_(void *, const void *, double *, void *);
+void srotm_(const f_int *, float *, const f_int *, float *, const f_int *, const float *);
+void drotm_(const f_int *, double *, const f_int *, double *, const f_int *, const double *);
+void srotmg_(float *, float *, float *, const float *, float *);
+void drotmg_(double *, double *, double *, const double *, double *);
 }
 #endif
 #endif

@@ -2,7 +2,10 @@
 // every allocation failure of the manager is provoked through it.
 #include <gtest/gtest.h>
 
+#include <condition_variable>
 #include <cstring>
+#include <functional>
+#include <mutex>
 #include <thread>
 
 #include <zor/serv.h>
@@ -25,6 +28,41 @@ template <class F>
 void on_new_thread(F &&f) {
   std::thread(std::forward<F>(f)).join();
 }
+
+// A thread that stays alive between the steps it is given; run() returns when
+// the step is done.
+class Thread {
+ public:
+  Thread() : thread_([this] { loop(); }) {}
+  ~Thread() {
+    run(nullptr);
+    thread_.join();
+  }
+  void run(std::function<void()> step) {
+    std::unique_lock<std::mutex> lock(mutex_);
+    step_ = std::move(step);
+    pending_ = true;
+    changed_.notify_all();
+    changed_.wait(lock, [this] { return !pending_; });
+  }
+
+ private:
+  void loop() {
+    for (bool more = true; more;) {
+      std::unique_lock<std::mutex> lock(mutex_);
+      changed_.wait(lock, [this] { return pending_; });
+      more = bool(step_);
+      if (step_) step_();
+      pending_ = false;
+      changed_.notify_all();
+    }
+  }
+  std::mutex mutex_;
+  std::condition_variable changed_;
+  std::function<void()> step_;
+  bool pending_ = false;
+  std::thread thread_;
+};
 
 TEST(AllocatorModule, HooksAreTakenAndCallocIsNeverCalled) {
   long mallocs = qalloc_count(QALLOC_MALLOC), frees = qalloc_count(QALLOC_FREE);
@@ -65,6 +103,40 @@ TEST(AllocatorModule, FailedSlotAllocationReturnsNullAndKeepsTheSlot) {
     Stat s1 = stat();
     EXPECT_EQ(s1.count - s0.count, 1);
     zor_serv_deallocate(again);
+    zor_serv_zor_thread_free_buffers();
+  });
+}
+
+// A slot emptied by thread_free_buffers must not claim the address its old
+// block had: when the allocator hands that address to another thread's slot
+// and this thread frees it, the owner's slot is the one released.
+TEST(AllocatorModule, FreeOfAReusedAddressReachesItsOwner) {
+  Thread a, b;
+  void *held = nullptr, *gone = nullptr, *reused = nullptr, *again = nullptr;
+  b.run([] {  // b's record exists, empty
+    zor_serv_zor_thread_free_buffers();
+    zor_serv_deallocate(zor_serv_allocate(64, 0));
+  });
+  a.run([&] {
+    zor_serv_zor_thread_free_buffers();
+    held = zor_serv_allocate(1000, 0);  // keeps a's slots registered
+    gone = zor_serv_allocate(3000, 0);
+    zor_serv_deallocate(gone);
+    qalloc_reuse_last_freed(1);
+    zor_serv_zor_thread_free_buffers();
+  });
+  b.run([&] { reused = zor_serv_allocate(3000, 0); });
+  qalloc_reuse_last_freed(0);
+  ASSERT_EQ(reused, gone);  // the allocator gave the same block to b
+  a.run([&] { zor_serv_deallocate(reused); });
+  b.run([&] {
+    again = zor_serv_allocate(3000, 0);
+    zor_serv_deallocate(again);
+    zor_serv_zor_thread_free_buffers();
+  });
+  EXPECT_EQ(again, reused);  // b's slot was released and is reused
+  a.run([&] {
+    zor_serv_deallocate(held);
     zor_serv_zor_thread_free_buffers();
   });
 }

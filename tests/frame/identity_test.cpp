@@ -3,6 +3,7 @@
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <string>
 
 #include <zor/core.h>
@@ -64,12 +65,28 @@ TEST(Identity, PassThroughsArriveInTheProvider) {
                         const int64_t *, const void *, const void *, const int64_t *, void *, const int64_t *);
     reinterpret_cast<Fn>(f)("L", "U", "N", "N", zero, zero, alpha, a, one, b, one);
   };
+  // The integer family's stream routines, each with a stream that takes
+  // nothing or gives nothing and the integer 0.
+  auto gmp_stream = [](void *f, int64_t *, int64_t *, double *, double *, double *) {
+    static uint64_t limb = 0;
+    static struct { int32_t alloc, size; uint64_t *limbs; } zero = {1, 0, &limb};
+    FILE *sink = std::fopen("/dev/null", "r+");
+    Dl_info info;
+    dladdr(f, &info);
+    std::string name = info.dli_sname ? info.dli_sname : "";
+    if (name == "zor_gmp___gmp_fprintf") reinterpret_cast<int (*)(FILE *, const char *, ...)>(f)(sink, "");
+    if (name == "zor_gmp___gmpz_inp_raw") reinterpret_cast<size_t (*)(void *, FILE *)>(f)(&zero, sink);
+    if (name == "zor_gmp___gmpz_inp_str") reinterpret_cast<size_t (*)(void *, FILE *, int)>(f)(&zero, sink, 10);
+    if (name == "zor_gmp___gmpz_out_raw") reinterpret_cast<size_t (*)(FILE *, void *)>(f)(sink, &zero);
+    if (name == "zor_gmp___gmpz_out_str") reinterpret_cast<size_t (*)(FILE *, int, void *)>(f)(sink, 10, &zero);
+    std::fclose(sink);
+  };
   const Call calls[] = {
       {"zor_blas_sgemm_getbufs", no_args}, {"zor_blas_sgemm_freebufs", no_args},
       {"zor_blas_xdtrmm_4yfw", trmm},      {"zor_blas_xstrmm_4yfw", trmm},
-      {"zor_gmp___gmp_fprintf", no_args},  {"zor_gmp___gmpz_inp_raw", no_args},
-      {"zor_gmp___gmpz_inp_str", no_args}, {"zor_gmp___gmpz_out_raw", no_args},
-      {"zor_gmp___gmpz_out_str", no_args},
+      {"zor_gmp___gmp_fprintf", gmp_stream},  {"zor_gmp___gmpz_inp_raw", gmp_stream},
+      {"zor_gmp___gmpz_inp_str", gmp_stream}, {"zor_gmp___gmpz_out_raw", gmp_stream},
+      {"zor_gmp___gmpz_out_str", gmp_stream},
   };
   for (const Call &c : calls) {
     void *in_tier = dlsym(tier_handle(), c.name);

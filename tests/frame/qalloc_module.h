@@ -12,6 +12,10 @@ void qalloc_fail_next(long n);
 void qalloc_fail_nth(long k);
 /* Every raw allocation of exactly n bytes fails (0: none). */
 void qalloc_fail_size(size_t n);
+/* While on, a freed block is held back and handed to the next allocation it
+   can serve, as allocators that reuse the last freed block do; turning it off
+   frees the block held. */
+void qalloc_reuse_last_freed(int on);
 /* Calls made through each hook so far. */
 long qalloc_count(int which);
 #ifdef __cplusplus

@@ -10,7 +10,7 @@
 namespace {
 
 using zor::test::Desc;
-using zor::test::ForceRow;
+using zor::test::ForcedAnswer;
 using zor::test::Gemm;
 
 struct RowValues {
@@ -65,7 +65,7 @@ TEST(GemmDescriptor, ZeroDescKeepsMinimaAndDupOptimalFollowsProcessor) {
   EXPECT_EQ(d->min_m, 4);  // not cleared
   EXPECT_EQ(d->b_dup, 1);
   for (int row : {0, 1}) {
-    ForceRow force(row);
+    ForcedAnswer force(ZOR_CORE_CPUHASQLX, row);
     Desc o;
     zor_blas_dgemm_zero_desc(o.get());
     zor_blas_dgemm_get_optimal_kernel(o.get());

@@ -12,7 +12,7 @@
 #include <thread>
 #include <vector>
 
-#include "complex_testing.hpp"
+#include "gemm_testing.hpp"
 #include "qalloc_module.h"
 
 namespace {
@@ -20,7 +20,7 @@ namespace {
 using zor::test::Rng;
 
 using zor::test::Cx;
-using zor::test::ForceRow;
+using zor::test::ForcedAnswer;
 
 template <class R>
 struct Fns;
@@ -78,7 +78,7 @@ TYPED_TEST(Gemm3m, BothRoutesAllFlagsAgainstFourMultiplications) {
   using R = TypeParam;
   const char *flags[] = {"N", "T", "C"};
   for (int row = 0; row < 2; ++row) {
-    ForceRow force(row);
+    ForcedAnswer force(ZOR_CORE_CPUHASQLX, row);
     Rng rng(700 + row);
     SCOPED_TRACE(::testing::Message() << "seed " << rng.seed << " row " << row);
     for (int t = 0; t < 9; ++t) {
@@ -126,7 +126,7 @@ TYPED_TEST(Gemm3m, FailedAllocationGivesTheFourMultiplicationResult) {
   using R = TypeParam;
   for (int row = 0; row < 2; ++row) {
     std::thread([row] {
-      ForceRow force(row);
+      ForcedAnswer force(ZOR_CORE_CPUHASQLX, row);
       Rng rng(900 + row);
       Problem<R> p("T", "N", 40, 30, 50, rng, {R(0.5), 1}, {0, R(0.5)});
       const auto four = p.run(false);

@@ -13,7 +13,7 @@
 #include <vector>
 
 #include "common/reference_blas.h"
-#include "complex_testing.hpp"
+#include "gemm_testing.hpp"
 #include "qalloc_module.h"
 
 namespace {
@@ -22,7 +22,7 @@ using zor::test::Rng;
 using R2 = double;
 
 using zor::test::Cx;
-using zor::test::ForceRow;
+using zor::test::ForcedAnswer;
 
 template <class R>
 struct Fns;
@@ -73,7 +73,7 @@ TYPED_TEST(MixedGemm, AllFlagsBothRowsAgainstWidenedProduct) {
   using R = TypeParam;
   const char *flags[] = {"N", "T", "C"};
   for (int row = 0; row < 2; ++row) {
-    ForceRow force(row);
+    ForcedAnswer force(ZOR_CORE_CPUHASQLX, row);
     Rng rng(600 + row);
     SCOPED_TRACE(::testing::Message() << "seed " << rng.seed << " row " << row);
     for (int t = 0; t < 9; ++t) {

@@ -27,7 +27,7 @@ std::vector<R> expected_a(int64_t m, int64_t k, const R *a, int64_t lda, bool tr
   const int64_t kp = up(k, 4), stride = um * kp;
   std::vector<R> out(size_t(up(m, um) / um * stride), R(0));
   for (int64_t i = 0; i < m; ++i)
-    for (int64_t l = 0; l < k; ++l) out[size_t(i / um * stride + l * um + i % um)] = alpha * op_at(a, lda, trans, i, l);
+    for (int64_t l = 0; l < k; ++l) out[size_t(i / um * stride + l * um + i % um)] = alpha * op_at(a, lda, trans ? 'T' : 'N', i, l);
   return out;
 }
 
@@ -41,7 +41,7 @@ std::vector<R> expected_b(int64_t k, int64_t n, const R *b, int64_t ldb, bool tr
     const int64_t w = c == 4 ? 4 : (row == 0 ? c : up(c, lanes));
     for (int64_t l = 0; l < kp; ++l)
       for (int64_t j = 0; j < w; ++j)
-        out[size_t(q * stride + l * w + j)] = (j < c && l < k) ? op_at(b, ldb, trans, l, 4 * q + j) : R(0);
+        out[size_t(q * stride + l * w + j)] = (j < c && l < k) ? op_at(b, ldb, trans ? 'T' : 'N', l, 4 * q + j) : R(0);
   }
   return out;
 }
@@ -117,7 +117,9 @@ TEST(GemmPanels, WorkedExamples) {
 // The kernel entry on packed A (and packed or in-place B) through plans 64
 // and 16: every combination of row, B form, C alignment and remaining rows
 // gives the same bits as the full-panel run, since each element is one sum
-// in depth order from zero.
+// in depth order from zero. Depths 512 and 513 put row 1 on both sides of
+// its stack buffer of lane swaps (formed once per column group, or at every
+// depth step past 512).
 template <class R>
 void check_kernels_agree() {
   using G = Gemm<R>;
@@ -125,7 +127,7 @@ void check_kernels_agree() {
   Rng rng(23);
   for (int64_t m : {um - 1, um, 2 * um + 3})
     for (int64_t n : {1, 2, 3, 4, 6, 11})
-      for (int64_t k : {1, 4, 7, 64}) {
+      for (int64_t k : {1, 4, 7, 64, 512, 513}) {
         const int64_t kp = up(k, 4), astride = um * kp, bstride = 4 * kp, mp = up(m, um);
         Matrix<R> a(m, k, m), b(k, n, k);
         a.fill(rng);

@@ -63,9 +63,7 @@ void cspr_(const char *, const f_int *, const c8 *, const c8 *, const f_int *, c
 
 namespace zor::test {
 
-template <class E> struct RealOf { using type = E; };
-template <class R> struct RealOf<std::complex<R>> { using type = R; };
-template <class E> using real_of = typename RealOf<E>::type;
+// real_of: the kit's (common/testing.hpp).
 template <class E> inline constexpr bool is_cplx = !std::is_same_v<E, real_of<E>>;
 
 // The letter of a precision, for messages and dispatch.

@@ -1,0 +1,90 @@
+// Constants of the vector and matrix-vector kernels, in two groups.
+//
+// fixed: what the system prescribes. Main steps and ladders, fill
+// thresholds and buffer sizes decide orders of summation and rounding, so
+// they are behaviour: changing one changes results or a documented contract.
+//
+// tuned: choices made here for speed alone, each with the benchmark that
+// chose it (bench/blas/...); changing one changes no result.
+//
+// Every family keeps one such header (its name: <family>/parameters.hpp).
+#pragma once
+#include <cstdint>
+
+namespace zor::blas {
+
+namespace fixed {
+
+// Main steps of the unit-stride skeleton, in 16-byte vectors; the ladder
+// below each runs halves of it down to one vector. The double-complex
+// entries with two kernels name the second kernel's step apart.
+struct Steps {
+  int s, d, c, z;
+};
+//                          s   d   c   z
+inline constexpr Steps kAxpy{16, 32, 16, 8};
+inline constexpr Steps kAxpby{16, 8, 8, 8};
+inline constexpr Steps kScal{8, 16, 16, 16};
+inline constexpr Steps kCopySwap{8, 16, 8, 16};  // c, z: the real kernels on 2n reals
+inline constexpr Steps kRot{8, 4, 8, 4};         // c, z with real c and s
+inline constexpr int kRotComplexS = 4;           // c, z with complex s
+inline constexpr int kRotm[2] = {8, 4};          // s, d
+inline constexpr int kAxpyZSecond = 16, kAxpbyZSecond = 16, kScalZSecond = 16;
+// The modified rotation takes its vector path from this many elements on:
+// a positive flag, another flag.
+inline constexpr int64_t kRotmVectorFromPositive = 8, kRotmVectorFromOther = 2;
+
+// Dot products: main step in vectors, same phase / shift-merged phase.
+inline constexpr int kDdotMain = 16, kSdotMain = 8;
+inline constexpr int kCdotMainSamePhase = 16, kCdotMainOtherPhase = 8;
+inline constexpr int kZdotMainSamePhase = 16, kZdotMainOtherPhase = 8, kZdotSecondStep = 8;
+// Widening dots: elements a pass of the paired path.
+inline constexpr int kWideningPass = 8;
+
+// The micro-architecture answer that selects the second double-complex kernels.
+inline constexpr int32_t kSecondKernelAnswer = 33;
+
+// Float vectors of i?amax and i?amin carry positions as 32-bit integers:
+// longer vectors run one by one.
+inline constexpr int64_t kFloatLanesBelow = (int64_t(1) << 31) - 64;
+
+// gemv: the byte fill of a zero beta with unit stride from this many
+// elements on (double 13, single 25); below, and for other betas, vectors
+// from 8 elements on.
+inline constexpr int kFillFromDouble = 13, kFillFromSingle = 25;
+inline constexpr int kScaleVectorFrom = 8;
+// gemv: the packing buffers of the strided path, in elements: column block
+// and row chunk (the transposed sums are added to y one chunk at a time).
+inline constexpr int64_t kColumnBlock = 128, kRowChunk = 1000;
+// gemv: strided gathers and scatters, elements a pass.
+inline constexpr int kGatherPass = 8;
+// dzgemv, scgemv: below this many rows or columns the direct pass; the
+// scratch vectors' alignment.
+inline constexpr int64_t kMixedDirectBelow = 4;
+inline constexpr int32_t kMixedScratchAlignment = 128;
+
+// Modified-Givens set-up: gam and gamsq, and their reciprocals as the
+// decimal constants they are (not exact powers of two).
+template <class R> struct Rotmg;
+template <> struct Rotmg<double> {
+  static constexpr double gam = 4096.0, gamsq = 16777216.0, rgamsq = 5.960464477539e-08, rgam = 0.000244140625;
+};
+template <> struct Rotmg<float> {
+  static constexpr float gam = 4096.0f, gamsq = 16777216.0f, rgamsq = 5.960464477539063e-08f, rgam = 2.44141e-04f;
+};
+
+}  // namespace fixed
+
+namespace tuned {
+
+// Unit-stride skeleton: vectors loaded before any is stored, per group
+// (bench/blas/level1_bench.cpp, daxpy and dcopy rows at n = 1e3).
+inline constexpr int kLoadGroup = 4;
+// i?amax, i?amin: independent sets of lanes taking successive vectors in
+// turn, so that the running extremes are not one chain of compares
+// (bench/blas/level1_bench.cpp, idamax row at n = 1e3).
+inline constexpr int kExtremeSets = 4;
+
+}  // namespace tuned
+
+}  // namespace zor::blas

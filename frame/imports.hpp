@@ -1,0 +1,96 @@
+// The routines a kernel calls, by precision: imports<T>::name is the routine
+// for the element traits T (S, D, C, Z), so that one kernel body calls
+//   imports<T>::xaxpy(&n, &alpha, x, &one, y, &one);
+// in every precision. Each row below binds one operation, in the columns
+// s, d, c, z; `none` marks a precision that has no such routine (using it
+// does not compile). Families add the rows they need.
+//
+// Two kinds of routine appear, as the system names them:
+//   x-prefixed rows are the tier's own kernels (zor_blas_x?axpy ...), which
+//     validate nothing; level 2 and up call these.
+//   the unprefixed axpy, swap, dot, gemv are the provider's checked entries
+//     of the published names (zor_blas_?axpy ...), which the sparse and
+//     LAPACK kernels call; they check their arguments and then run the
+//     tier's kernel.
+//   scal, rscal, nrm2, asum, iamax are tier exports without the x prefix.
+// Arguments are by reference, as the exports take them; complex elements
+// are passed as their cplx<R> pointers.
+#pragma once
+#include <cstddef>
+#include <type_traits>
+
+#include <zor/blas.h>
+#include <zor/gemm.h>
+#include <zor/gemm_complex.h>
+
+#include "frame/traits.hpp"
+
+namespace zor {
+
+// The entry of the column of T's letter.
+template <class T, class Fs, class Fd, class Fc, class Fz>
+constexpr auto per_precision(Fs s, Fd d, Fc c, Fz z) {
+  if constexpr (T::letter == 's') return s;
+  else if constexpr (T::letter == 'd') return d;
+  else if constexpr (T::letter == 'c') return c;
+  else return z;
+}
+struct NoRoutine {};
+
+template <class T>
+struct imports {
+  using E = typename T::elem;
+  using R = typename T::real;
+  static constexpr NoRoutine none{};
+
+  // clang-format off
+  //                                     s                 d                 c                 z
+  // ---- the tier's kernels
+  static constexpr auto xaxpy = per_precision<T>(zor_blas_xsaxpy,  zor_blas_xdaxpy,  zor_blas_xcaxpy,  zor_blas_xzaxpy);
+  static constexpr auto axpby = per_precision<T>(zor_blas_saxpby,  zor_blas_daxpby,  zor_blas_caxpby,  zor_blas_zaxpby);
+  static constexpr auto xcopy = per_precision<T>(zor_blas_xscopy,  zor_blas_xdcopy,  zor_blas_xccopy,  zor_blas_xzcopy);
+  static constexpr auto xswap = per_precision<T>(zor_blas_xsswap,  zor_blas_xdswap,  zor_blas_xcswap,  zor_blas_xzswap);
+  static constexpr auto scal  = per_precision<T>(zor_blas_sscal,   zor_blas_dscal,   zor_blas_cscal,   zor_blas_zscal);
+  static constexpr auto rscal = per_precision<T>(zor_blas_sscal,   zor_blas_dscal,   zor_blas_csscal,  zor_blas_zdscal);  // real factor
+  static constexpr auto nrm2  = per_precision<T>(zor_blas_snrm2,   zor_blas_dnrm2,   zor_blas_scnrm2,  zor_blas_dznrm2);
+  static constexpr auto asum  = per_precision<T>(zor_blas_sasum,   zor_blas_dasum,   zor_blas_scasum,  zor_blas_dzasum);
+  static constexpr auto iamax = per_precision<T>(zor_blas_isamax,  zor_blas_idamax,  zor_blas_icamax,  zor_blas_izamax);
+  static constexpr auto iamin = per_precision<T>(zor_blas_isamin,  zor_blas_idamin,  zor_blas_icamin,  zor_blas_izamin);
+  static constexpr auto xrot  = per_precision<T>(zor_blas_xsrot,   zor_blas_xdrot,   zor_blas_xcsrot,  zor_blas_xzdrot);  // real c, s
+  static constexpr auto xcrot = per_precision<T>(none,             none,             zor_blas_xcrot,   zor_blas_xzrot);   // complex s
+  static constexpr auto xdot  = per_precision<T>(zor_blas_xsdot,   zor_blas_xddot,   none,             none);
+  static constexpr auto xdotc = per_precision<T>(none,             none,             zor_blas_xcdotc,  zor_blas_zdotc);   // result first
+  static constexpr auto xdotu = per_precision<T>(none,             none,             zor_blas_cdotu,   zor_blas_zdotu);   // result first
+  static constexpr auto xgemv = per_precision<T>(zor_blas_xsgemv,  zor_blas_xdgemv,  zor_blas_xcgemv,  zor_blas_xzgemv);
+  static constexpr auto xgemm = per_precision<T>(zor_blas_xsgemm,  zor_blas_xdgemm,  zor_blas_xcgemm,  zor_blas_xzgemm);
+  // ---- the provider's checked entries
+  static constexpr auto axpy  = per_precision<T>(zor_blas_saxpy,   zor_blas_daxpy,   zor_blas_caxpy,   zor_blas_zaxpy);
+  static constexpr auto swap  = per_precision<T>(zor_blas_sswap,   zor_blas_dswap,   zor_blas_cswap,   zor_blas_zswap);
+  static constexpr auto dot   = per_precision<T>(zor_blas_sdot,    zor_blas_ddot,    none,             none);
+  static constexpr auto dotc  = per_precision<T>(none,             none,             zor_blas_cdotc,   none);             // result first
+  static constexpr auto gemv  = per_precision<T>(zor_blas_sgemv,   zor_blas_dgemv,   none,             none);             // trans length last
+  // clang-format on
+
+  // sum x_i y_i and sum conj(x_i) y_i through the tier's kernels, returned
+  // by value in every precision (the real forms are the one real dot).
+  static E dotu_of(const zor_int *n, const E *x, const zor_int *incx, const E *y, const zor_int *incy) {
+    if constexpr (T::complex) {
+      E r;
+      xdotu(&r, n, x, incx, y, incy);
+      return r;
+    } else {
+      return xdot(n, x, incx, y, incy);
+    }
+  }
+  static E dotc_of(const zor_int *n, const E *x, const zor_int *incx, const E *y, const zor_int *incy) {
+    if constexpr (T::complex) {
+      E r;
+      xdotc(&r, n, x, incx, y, incy);
+      return r;
+    } else {
+      return xdot(n, x, incx, y, incy);
+    }
+  }
+};
+
+}  // namespace zor
