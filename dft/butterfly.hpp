@@ -111,7 +111,7 @@ ZOR_DFT_INLINE typename CV::V turn(typename CV::V x) {
   } else if constexpr (4 * m == N) {
     return rot<CV, Fwd>(x);
   } else if constexpr (2 * m == N) {
-    return simd::xor_(x, simd::or_(CV::mask_re(), CV::mask_im()));
+    return simd::conj(simd::xor_(x, CV::mask_re()));  // both signs flipped
   } else if constexpr (4 * m == 3 * N) {
     return rot<CV, !Fwd>(x);
   } else if constexpr (8 * m == N) {

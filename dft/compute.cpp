@@ -30,13 +30,13 @@ template <class R>
 void scale_complex(cplx<R> *x, int64_t n, R scale) {
   if (scale == R(1)) return;
   zor_int len = n, one = 1;
-  Level1<R>::scal_complex(&len, &scale, x, &one);
+  imports<ComplexOf<R>>::rscal(&len, &scale, x, &one);
 }
 template <class R>
 void scale_real(R *x, int64_t n, R scale) {
   if (scale == R(1)) return;
   zor_int len = n, one = 1;
-  Level1<R>::scal_real(&len, &scale, x, &one);
+  imports<RealOf<R>>::scal(&len, &scale, x, &one);
 }
 
 // Copies of n elements between a line at stride s (element j at p + j s,
@@ -44,22 +44,22 @@ void scale_real(R *x, int64_t n, R scale) {
 template <class R>
 void gather_complex(int64_t n, const cplx<R> *p, int64_t s, cplx<R> *to) {
   zor_int len = n, inc = s, one = 1;
-  Level1<R>::copy_complex(&len, s < 0 ? p + (n - 1) * s : p, &inc, to, &one);
+  imports<ComplexOf<R>>::xcopy(&len, s < 0 ? p + (n - 1) * s : p, &inc, to, &one);
 }
 template <class R>
 void scatter_complex(int64_t n, const cplx<R> *from, cplx<R> *p, int64_t s) {
   zor_int len = n, inc = s, one = 1;
-  Level1<R>::copy_complex(&len, from, &one, s < 0 ? p + (n - 1) * s : p, &inc);
+  imports<ComplexOf<R>>::xcopy(&len, from, &one, s < 0 ? p + (n - 1) * s : p, &inc);
 }
 template <class R>
 void gather_real(int64_t n, const R *p, int64_t s, R *to) {
   zor_int len = n, inc = s, one = 1;
-  Level1<R>::copy_real(&len, s < 0 ? p + (n - 1) * s : p, &inc, to, &one);
+  imports<RealOf<R>>::xcopy(&len, s < 0 ? p + (n - 1) * s : p, &inc, to, &one);
 }
 template <class R>
 void scatter_real(int64_t n, const R *from, R *p, int64_t s) {
   zor_int len = n, inc = s, one = 1;
-  Level1<R>::copy_real(&len, from, &one, s < 0 ? p + (n - 1) * s : p, &inc);
+  imports<RealOf<R>>::xcopy(&len, from, &one, s < 0 ? p + (n - 1) * s : p, &inc);
 }
 
 template <class T>
@@ -329,7 +329,7 @@ int64_t driver_out(DftNode *node, void *in, void *out, int64_t transforms, void 
       if (n == 1) {
         // One point needs no kernel; the copy still takes the scale.
         zor_int len = 1, one = 1;
-        Level1<R>::copy_complex(&len, xi, &one, yo, &one);
+        imports<ComplexOf<R>>::xcopy(&len, xi, &one, yo, &one);
         scale_complex(yo, 1, kernel_scale<R>(node, Fwd));
       } else if (int64_t s = k(const_cast<E *>(xi), yo, node, ws)) {
         return s;
@@ -439,9 +439,9 @@ int64_t entry(DftNode *node, void *in, void *out) {
       if (!buffer.get()) return DFT_MEMORY_ERROR;
       R *t = static_cast<R *>(buffer.get());
       zor_int len = 2 * n, one = 1;
-      Level1<R>::copy_real(&len, reinterpret_cast<R *>(a), &one, t, &one);
+      imports<RealOf<R>>::xcopy(&len, reinterpret_cast<R *>(a), &one, t, &one);
       int64_t s = whole(t, t, node, node->kernel_tables);
-      if (!s) Level1<R>::copy_real(&len, t, &one, reinterpret_cast<R *>(b), &one);
+      if (!s) imports<RealOf<R>>::xcopy(&len, t, &one, reinterpret_cast<R *>(b), &one);
       return s;
     }
     return whole(a, b, node, node->workspace);

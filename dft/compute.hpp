@@ -4,28 +4,19 @@
 #pragma once
 #include <cstdint>
 
-#include <zor/blas.h>
+#include <type_traits>
+
 #include <zor/dft_records.h>
 
+#include "frame/imports.hpp"
 #include "frame/traits.hpp"
 
 namespace zor::dft {
 
-// The level-1 routines of a precision: scaling of complex and real lines,
-// and copies.
-template <class R> struct Level1;
-template <> struct Level1<double> {
-  static constexpr auto scal_complex = zor_blas_zdscal;
-  static constexpr auto scal_real = zor_blas_dscal;
-  static constexpr auto copy_complex = zor_blas_xzcopy;
-  static constexpr auto copy_real = zor_blas_xdcopy;
-};
-template <> struct Level1<float> {
-  static constexpr auto scal_complex = zor_blas_csscal;
-  static constexpr auto scal_real = zor_blas_sscal;
-  static constexpr auto copy_complex = zor_blas_xccopy;
-  static constexpr auto copy_real = zor_blas_xscopy;
-};
+// The traits of the complex and the real elements of a precision, for the
+// level-1 routines of frame/imports.hpp (scaling and copies).
+template <class R> using ComplexOf = std::conditional_t<sizeof(R) == 8, Z, C>;
+template <class R> using RealOf = std::conditional_t<sizeof(R) == 8, D, S>;
 
 // The kernel scale of a direction in the node's copies for the precision.
 template <class R> inline R kernel_scale(const DftNode *node, bool forward);

@@ -37,11 +37,7 @@ struct CVec<double, 1> {
   static V load2(const elem *p, const elem *) { return load(p); }
   static void store2(elem *p, elem *, V v) { store(p, v); }
   static V splat(double x) { return _mm_set1_pd(x); }
-  static V flip(V a) { return _mm_castsi128_pd(_mm_shuffle_epi32(_mm_castpd_si128(a), 0x4E)); }
-  static V mask_im() { return _mm_castsi128_pd(_mm_set_epi64x(INT64_MIN, 0)); }
   static V mask_re() { return _mm_castsi128_pd(_mm_set_epi64x(0, INT64_MIN)); }
-  static V dup_re(V a) { return _mm_movedup_pd(a); }
-  static V dup_im(V a) { return _mm_unpackhi_pd(a, a); }
   // A twiddle: the complex value, read as [re, re] and [im, im].
   using Tw = cplx<double>;
   static V tw_re(const Tw &w) { return _mm_loaddup_pd(&w.re); }
@@ -55,11 +51,7 @@ struct FloatRegister {
   using elem = cplx<float>;
   using V = __m128;
   static V splat(float x) { return _mm_set1_ps(x); }
-  static V flip(V a) { return _mm_castsi128_ps(_mm_shuffle_epi32(_mm_castps_si128(a), 0xB1)); }
-  static V mask_im() { return _mm_castsi128_ps(_mm_set_epi32(INT32_MIN, 0, INT32_MIN, 0)); }
   static V mask_re() { return _mm_castsi128_ps(_mm_set_epi32(0, INT32_MIN, 0, INT32_MIN)); }
-  static V dup_re(V a) { return _mm_moveldup_ps(a); }
-  static V dup_im(V a) { return _mm_movehdup_ps(a); }
   // A twiddle for each of the two complex values, spread.
   struct alignas(16) Tw {
     float re[4], im[4];
@@ -114,16 +106,17 @@ template <class CV> ZOR_DFT_INLINE typename CV::V sub(typename CV::V a, typename
 // a times -i (forward) or +i (backward).
 template <class CV, bool Fwd>
 ZOR_DFT_INLINE typename CV::V rot(typename CV::V a) {
-  return simd::xor_(CV::flip(a), Fwd ? CV::mask_im() : CV::mask_re());
+  if constexpr (Fwd) return simd::conj(simd::flip_copy(a));
+  else return simd::xor_(simd::flip_copy(a), CV::mask_re());
 }
 
 // a times the twiddle w (forward) or its conjugate (backward).
 template <class CV, bool Fwd>
 ZOR_DFT_INLINE typename CV::V twiddle(typename CV::V a, const typename CV::Tw &w) {
   auto t = simd::mul(a, CV::tw_re(w));
-  auto u = simd::mul(CV::flip(a), CV::tw_im(w));
+  auto u = simd::mul(simd::flip_copy(a), CV::tw_im(w));
   if constexpr (Fwd) return simd::addsub(t, u);
-  else return simd::add(t, simd::xor_(u, CV::mask_im()));
+  else return simd::add(t, simd::conj(u));
 }
 
 // a times the constant c + i s in the direction of the transform: c - i s
@@ -131,16 +124,10 @@ ZOR_DFT_INLINE typename CV::V twiddle(typename CV::V a, const typename CV::Tw &w
 template <class CV, bool Fwd>
 ZOR_DFT_INLINE typename CV::V times_root(typename CV::V a, typename CV::real c, typename CV::real s) {
   auto t = simd::mul(a, CV::splat(c));
-  auto u = simd::mul(CV::flip(a), CV::splat(s));
+  auto u = simd::mul(simd::flip_copy(a), CV::splat(s));
   // forward: (ar c + ai s, ai c - ar s); backward: (ar c - ai s, ai c + ar s)
-  if constexpr (Fwd) return simd::add(t, simd::xor_(u, CV::mask_im()));
+  if constexpr (Fwd) return simd::add(t, simd::conj(u));
   else return simd::addsub(t, u);
-}
-
-// a b, element by element.
-template <class CV>
-ZOR_DFT_INLINE typename CV::V cmul(typename CV::V a, typename CV::V b) {
-  return simd::addsub(simd::mul(a, CV::dup_re(b)), simd::mul(CV::flip(a), CV::dup_im(b)));
 }
 
 template <class CV>
@@ -171,9 +158,9 @@ ZOR_DFT_INLINE typename CV::V twiddle(typename CV::V a, const DupRoot<typename C
     wi = _mm_castpd_ps(_mm_load_sd(reinterpret_cast<const double *>(w.im)));
   }
   auto t = simd::mul(a, wr);
-  auto u = simd::mul(CV::flip(a), wi);
+  auto u = simd::mul(simd::flip_copy(a), wi);
   if constexpr (Fwd) return simd::addsub(t, u);
-  else return simd::add(t, simd::xor_(u, CV::mask_im()));
+  else return simd::add(t, simd::conj(u));
 }
 
 }  // namespace zor::dft

@@ -421,8 +421,8 @@ void multiply_lines(const cplx<R> *a, const cplx<R> *b, cplx<R> *out, int64_t n)
   using W = Wide<R>;
   using N = Narrow<R>;
   int64_t k = 0;
-  for (; k + W::lanes <= n; k += W::lanes) W::store(out + k, cmul<W>(W::load(a + k), W::load(b + k)));
-  for (; k < n; ++k) N::store(out + k, cmul<N>(N::load(a + k), N::load(b + k)));
+  for (; k + W::lanes <= n; k += W::lanes) W::store(out + k, simd::cmul(W::load(a + k), W::load(b + k)));
+  for (; k < n; ++k) N::store(out + k, simd::cmul(N::load(a + k), N::load(b + k)));
 }
 
 template <class R, bool Fwd>

@@ -161,11 +161,15 @@ TEST(DftIdentity, BothProcessorClassAnswers) {
   Rng rng(5);
   for (int64_t n : {64, 1000, 4096}) {
     auto x = random_line<double>(n, rng);
-    zor_core_force(ZOR_CORE_CPU_DETECT, 4);
-    auto page = transform<double>(n, x, DFT_INPLACE, 8);
-    zor_core_force(ZOR_CORE_CPU_DETECT, 2);
-    auto small = transform<double>(n, x, DFT_INPLACE, 8);
-    zor_core_unforce(ZOR_CORE_CPU_DETECT);
+    std::vector<cd> page, small;
+    {
+      ForcedAnswer forced(ZOR_CORE_CPU_DETECT, 4);
+      page = transform<double>(n, x, DFT_INPLACE, 8);
+    }
+    {
+      ForcedAnswer forced(ZOR_CORE_CPU_DETECT, 2);
+      small = transform<double>(n, x, DFT_INPLACE, 8);
+    }
     EXPECT_TRUE(same(page.data(), small.data(), n)) << n;
   }
 }
