@@ -52,6 +52,10 @@ int32_t plan_backward_split(const R *in_re, const R *in_im, R *out_re, R *out_im
 // plans share it: 0 factors when the factorisation is abandoned.
 int32_t factorise(int64_t n, int32_t *factors);
 
+// exp(-2 pi i e / n) in double, from exact integer angles reduced to the
+// first octant.
+cplx<double> unit_root(int64_t e, int64_t n);
+
 // The length of the chirp convolution for n points.
 int64_t chirp_length(int64_t n);
 
