@@ -73,6 +73,18 @@ struct ChirpRecord {
   cplx<R> *big;  // the transform of the conjugate of w, divided by M
 };
 
+// Pieces every commit core shares. take: the node goes to this method, and
+// whatever another commit built goes. finish: compute pointers, nio_args,
+// committed. reserve_user_slots: the slot table of a node shared by several
+// user threads (which then runs one thread per call). allocate_workspace:
+// max_work_size rounded up to the alignment, one copy per thread; on failure
+// the node is uncommitted and 1 returned.
+void set_nio_args(DftNode *node);
+void take(DftMethod *method, DftNode *node);
+void finish(DftNode *node, dft_compute_fn forward, dft_compute_fn backward);
+int64_t reserve_user_slots(DftNode *root);
+int64_t allocate_workspace(DftNode *root);
+
 // A workspace slot of the calling thread for nodes with several user
 // threads: 0 and up, or negative when none can be had.
 int64_t claim_slot(DftNode *node);
