@@ -78,6 +78,14 @@ int64_t commit_node_c2c_1d(DftNode *root) {
   return core(root);
 }
 
+template <bool Double>
+int64_t commit_node_r2c_1d(DftNode *root) {
+  if (int64_t s = build_chain(root)) return s;
+  auto core = zor_core::tier_function<Core>(Double ? "zor_dft_commit_descriptor_core_d_r2c_1d"
+                                                   : "zor_dft_commit_descriptor_core_s_r2c_1d");
+  return core(root);
+}
+
 template <bool Double, bool Fwd>
 int64_t compute_par(DftNode **holder, void *in, void *, void *, void *) {
   DftNode *node = *holder;
@@ -126,6 +134,8 @@ const DftThreadFunction kDftThreadFunctions[] = {
     {"zor_dft_bless_node_omp", as_thread_fun(dft_bless_node)},
     {"zor_dft_commit_node_d_c2c_1d_omp", as_thread_fun(commit_node_c2c_1d<true>)},
     {"zor_dft_commit_node_s_c2c_1d_omp", as_thread_fun(commit_node_c2c_1d<false>)},
+    {"zor_dft_commit_node_d_r2c_1d_omp", as_thread_fun(commit_node_r2c_1d<true>)},
+    {"zor_dft_commit_node_s_r2c_1d_omp", as_thread_fun(commit_node_r2c_1d<false>)},
     {"zor_dft_compute_forward_z_par", as_thread_fun(compute_par<true, true>)},
     {"zor_dft_compute_backward_z_par", as_thread_fun(compute_par<true, false>)},
     {"zor_dft_compute_forward_c_par", as_thread_fun(compute_par<false, true>)},

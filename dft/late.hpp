@@ -10,6 +10,8 @@ namespace zor::dft {
 inline frame::LateCell bless_cell{"zor_dft_bless_node_omp"};
 inline frame::LateCell commit_node_d_c2c_1d_cell{"zor_dft_commit_node_d_c2c_1d_omp"};
 inline frame::LateCell commit_node_s_c2c_1d_cell{"zor_dft_commit_node_s_c2c_1d_omp"};
+inline frame::LateCell commit_node_d_r2c_1d_cell{"zor_dft_commit_node_d_r2c_1d_omp"};
+inline frame::LateCell commit_node_s_r2c_1d_cell{"zor_dft_commit_node_s_r2c_1d_omp"};
 
 inline int64_t bless(DftNode *node) { return frame::call_late<int64_t>(bless_cell, node); }
 
