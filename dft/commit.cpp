@@ -211,9 +211,7 @@ int64_t commit_small_plan(DftMethod *m, DftNode *n) {
 
 template <class R>
 int64_t commit_threaded(DftMethod *m, DftNode *n) {
-  take(m, n);
-  auto &cell = sizeof(R) == 8 ? commit_node_d_c2c_1d_cell : commit_node_s_c2c_1d_cell;
-  return frame::call_late<int64_t>(cell, n);
+  return commit_through(m, n, sizeof(R) == 8 ? commit_node_d_c2c_1d_cell : commit_node_s_c2c_1d_cell);
 }
 
 DftMethod split_per_axis = {commit_split_per_axis, split_release};

@@ -380,14 +380,10 @@ int64_t entry(DftNode *node, void *in, void *out) {
                : driver_in<R, Fwd>(node, in, node->transforms, ws);
   };
   if (node->flags & DFT_FLAG_CALL_KERNEL_DIRECTLY) return k(offset_in(), offset_out(), node, node->workspace);
-  if (node->user_threads > 1) {
-    int64_t slot = claim_slot(node);
-    if (slot < 0) return DFT_NUMBER_OF_THREADS_ERROR;
-    void *mine = node->workspace ? static_cast<char *>(node->workspace) + slot * node->max_work_size : nullptr;
-    int64_t s = (node->flags & DFT_FLAG_SINGLE_THREAD_DIRECT) ? k(offset_in(), offset_out(), node, mine) : driver(mine);
-    release_slot(node, slot);
-    return s;
-  }
+  if (node->user_threads > 1)
+    return in_user_slot(node, [&](void *mine) {
+      return (node->flags & DFT_FLAG_SINGLE_THREAD_DIRECT) ? k(offset_in(), offset_out(), node, mine) : driver(mine);
+    });
   if (node->threads == 1) return driver(node->workspace);
   dft_axis_kernel whole = node->kernels[kernel_slot<R>(Fwd, true)];
   if (node->transforms == 1 && whole) {
@@ -424,14 +420,10 @@ int64_t split_entry(DftNode *node, R *ire, R *iim, R *ore, R *oim) {
     return k(x, y, node, ws);
   };
   if (node->flags & DFT_FLAG_CALL_KERNEL_DIRECTLY) return direct(node->workspace);
-  if (node->user_threads > 1) {
-    int64_t slot = claim_slot(node);
-    if (slot < 0) return DFT_NUMBER_OF_THREADS_ERROR;
-    void *mine = node->workspace ? static_cast<char *>(node->workspace) + slot * node->max_work_size : nullptr;
-    int64_t s = (node->flags & DFT_FLAG_SINGLE_THREAD_DIRECT) ? direct(mine) : driver(mine);
-    release_slot(node, slot);
-    return s;
-  }
+  if (node->user_threads > 1)
+    return in_user_slot(node, [&](void *mine) {
+      return (node->flags & DFT_FLAG_SINGLE_THREAD_DIRECT) ? direct(mine) : driver(mine);
+    });
   return driver(node->workspace);
 }
 

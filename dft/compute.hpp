@@ -90,4 +90,16 @@ int64_t allocate_workspace(DftNode *root);
 int64_t claim_slot(DftNode *node);
 void release_slot(DftNode *node, int64_t slot);
 
+// run(workspace) with the calling thread's share of the workspace, between
+// claiming a slot and releasing it; 8 when no slot can be had.
+template <class Run>
+int64_t in_user_slot(DftNode *node, Run &&run) {
+  int64_t slot = claim_slot(node);
+  if (slot < 0) return DFT_NUMBER_OF_THREADS_ERROR;
+  void *mine = node->workspace ? static_cast<char *>(node->workspace) + slot * node->max_work_size : nullptr;
+  int64_t s = run(mine);
+  release_slot(node, slot);
+  return s;
+}
+
 }  // namespace zor::dft

@@ -122,15 +122,7 @@ int64_t real_entry(DftNode *node, void *a, void *b, void *, void *) {
     return cce ? real_driver<R, Fwd, true>(node, a, Out ? b : nullptr, node->transforms, ws)
                : real_driver<R, Fwd, false>(node, a, Out ? b : nullptr, node->transforms, ws);
   };
-  if (node->user_threads > 1) {
-    int64_t slot = claim_slot(node);
-    if (slot < 0) return DFT_NUMBER_OF_THREADS_ERROR;
-    void *mine = node->workspace ? static_cast<char *>(node->workspace) + slot * node->max_work_size : nullptr;
-    int64_t s = driver(mine);
-    release_slot(node, slot);
-    return s;
-  }
-  return driver(node->workspace);
+  return node->user_threads > 1 ? in_user_slot(node, driver) : driver(node->workspace);
 }
 
 bool twice_or_half(int64_t a, int64_t b) { return a == 2 * b || 2 * a == b; }
@@ -177,9 +169,7 @@ int64_t core_r2c_1d(DftNode *root) {
 
 template <class R>
 int64_t commit_threaded_real(DftMethod *m, DftNode *n) {
-  take(m, n);
-  auto &cell = sizeof(R) == 8 ? commit_node_d_r2c_1d_cell : commit_node_s_r2c_1d_cell;
-  return frame::call_late<int64_t>(cell, n);
+  return commit_through(m, n, sizeof(R) == 8 ? commit_node_d_r2c_1d_cell : commit_node_s_r2c_1d_cell);
 }
 template <class R> DftMethod threaded_real = {commit_threaded_real<R>, nullptr};
 

@@ -13,14 +13,9 @@ namespace {
 
 using namespace zor::test;
 
-// The four ways of storing the spectrum: three packed formats in a real
-// array, and complex values (storage 39).
-enum Layout { kCcs, kPack, kPerm, kCce };
-constexpr const char *kName[] = {"ccs", "pack", "perm", "cce"};
-
 struct RealDescriptor {
   DftNode *d = nullptr;
-  RealDescriptor(int32_t precision, int64_t n, Layout l) {
+  RealDescriptor(int32_t precision, int64_t n, RealLayout l) {
     EXPECT_EQ(zor_fft_create(&d, precision, DFT_REAL, 1, &n), 0);
     if (l == kCce) EXPECT_EQ(zor_fft_set_value(d, DFT_CONJUGATE_EVEN_STORAGE, DFT_COMPLEX_COMPLEX), 0);
     else EXPECT_EQ(zor_fft_set_value(d, DFT_PACKED_FORMAT, int64_t(DFT_CCS_FORMAT) + int64_t(l)), 0);
@@ -34,28 +29,6 @@ struct RealDescriptor {
   DftNode *operator->() const { return d; }
 };
 
-// The half spectrum as the layout stores it (cce as ccs).
-std::vector<long double> stored(const std::vector<cl> &X, int64_t n, Layout l) {
-  std::vector<long double> v{X[0].real()};
-  const bool even = n % 2 == 0;
-  if (l == kCcs || l == kCce) v.push_back(0);
-  if (l == kPerm && even) v.push_back(X[size_t(n / 2)].real());
-  for (int64_t k = 1; k <= (n - 1) / 2; ++k) v.push_back(X[size_t(k)].real()), v.push_back(X[size_t(k)].imag());
-  if (even && l != kPerm) v.push_back(X[size_t(n / 2)].real());
-  if (even && (l == kCcs || l == kCce)) v.push_back(0);
-  return v;
-}
-
-template <class T>
-double worst(const T *got, const std::vector<long double> &want, long double scale) {
-  long double e = 0, r = 0;
-  for (size_t k = 0; k < want.size(); ++k) {
-    e = std::max(e, std::fabs((long double)got[k] - scale * want[k]));
-    r = std::max(r, std::fabs(scale * want[k]));
-  }
-  return double(r > 0 ? e / r : e);
-}
-
 template <class T>
 void check_length(int64_t n) {
   Rng rng(static_cast<uint64_t>(n) + 99);
@@ -65,11 +38,11 @@ void check_length(int64_t n) {
   const std::vector<cl> X = naive_dft(x, true);
   const double bound = error_bound<T>(n, 8);
   const double scales[][2] = {{1, 1}, {1.0 / double(n), 1}, {0.5, 0.25}};
-  for (Layout l : {kCcs, kPack, kPerm, kCce}) {
-    const std::vector<long double> want = stored(X, n, l);
+  for (RealLayout l : {kCcs, kPack, kPerm, kCce}) {
+    const std::vector<long double> want = stored_spectrum(X, n, l);
     for (const auto &sc : scales)
       for (bool out : {false, true}) {
-        SCOPED_TRACE(testing::Message() << kName[l] << " scales " << sc[0] << " " << sc[1] << " out " << out);
+        SCOPED_TRACE(testing::Message() << kLayoutName[l] << " scales " << sc[0] << " " << sc[1] << " out " << out);
         RealDescriptor d(precision_of<T>, n, l);
         ASSERT_EQ(zor_fft_set_scale(d, DFT_FORWARD_SCALE, sc[0]), 0);
         ASSERT_EQ(zor_fft_set_scale(d, DFT_BACKWARD_SCALE, sc[1]), 0);
@@ -80,7 +53,7 @@ void check_length(int64_t n) {
         if (out) ASSERT_EQ(zor_fft_forward_out(d, a.data(), b.data()), 0);
         else ASSERT_EQ(zor_fft_forward(d, a.data()), 0);
         T *spectrum = out ? b.data() : a.data();
-        EXPECT_LE(worst(spectrum, want, (long double)T(sc[0])), bound);
+        EXPECT_LE(max_relative(spectrum, want, (long double)T(sc[0])), bound);
         if (out && want.size() < b.size()) EXPECT_EQ(b[want.size()], T(5));  // nothing past the layout
         std::vector<T> back(static_cast<size_t>(n) + 2, T(5));
         if (out) {
@@ -93,7 +66,7 @@ void check_length(int64_t n) {
         }
         std::vector<long double> orig(static_cast<size_t>(n));
         for (int64_t j = 0; j < n; ++j) orig[size_t(j)] = (long double)n * x[size_t(j)].real();
-        EXPECT_LE(worst(back.data(), orig, (long double)T(sc[0]) * T(sc[1])), 2 * bound);
+        EXPECT_LE(max_relative(back.data(), orig, (long double)T(sc[0]) * T(sc[1])), 2 * bound);
       }
   }
 }
@@ -142,10 +115,10 @@ TEST(DftReal, LayoutRules) {
 // Three lines with strides, offsets and distances, through the front and
 // through the tier's drivers, against each line alone at unit stride.
 template <class T>
-void strided_against_alone(Layout l, bool out) {
+void strided_against_alone(RealLayout l, bool out) {
   const int64_t n = 30, count = 3, is = 2, os = 3, idist = 70, odist = 100, ioff = 3, ooff = 5;
   Rng rng(static_cast<uint64_t>(l) * 2 + out);
-  SCOPED_TRACE(testing::Message() << kName[l] << " out " << out << " seed " << rng.seed << " " << sizeof(T));
+  SCOPED_TRACE(testing::Message() << kLayoutName[l] << " out " << out << " seed " << rng.seed << " " << sizeof(T));
   const bool cce = l == kCce;
   const int64_t unit = cce ? 2 : 1;  // reals per element on the spectrum side
   RealDescriptor alone(precision_of<T>, n, l), d(precision_of<T>, n, l);
@@ -215,7 +188,7 @@ void strided_against_alone(Layout l, bool out) {
 }
 
 TEST(DftReal, StridedAndBatchedAgainstLinesAlone) {
-  for (Layout l : {kCcs, kPack, kPerm, kCce})
+  for (RealLayout l : {kCcs, kPack, kPerm, kCce})
     for (bool out : {false, true}) {
       strided_against_alone<double>(l, out);
       strided_against_alone<float>(l, out);
