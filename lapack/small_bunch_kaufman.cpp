@@ -35,7 +35,8 @@
 // agree with it bit for bit on the same pivots.
 //
 // Paths, one table row per precision: the rank-one update by loops, or (s
-// lower) by the level-2 syr "Lower"; the scaling of x by a loop, or by the
+// lower) by the provider's syr "Lower" with alpha -d (which skips the same
+// columns and forms the same products); the scaling of x by a loop, or by the
 // level-1 scaling from the n in the table on (d lower from 45; s upper
 // always).
 #include <zor/lapack.h>
@@ -55,12 +56,13 @@ constexpr int64_t kNever = INT64_MAX;
 
 struct BunchKaufmanPlan {
   int64_t lower_scal, upper_scal;  // n from which x is scaled by the level-1 scaling
+  bool lower_syr;                  // the lower rank-one update by the provider's syr
 };
 template <class T> constexpr BunchKaufmanPlan kBunchKaufman{};
 // clang-format off
-//                                               lower_scal  upper_scal
-template <> constexpr BunchKaufmanPlan kBunchKaufman<S>{45,         0};
-template <> constexpr BunchKaufmanPlan kBunchKaufman<D>{45,         kNever};
+//                                               lower_scal  upper_scal  lower_syr
+template <> constexpr BunchKaufmanPlan kBunchKaufman<S>{45,         0,          true};
+template <> constexpr BunchKaufmanPlan kBunchKaufman<D>{45,         kNever,     false};
 // clang-format on
 
 template <class R> constexpr R kAlpha = R(0.6403882032022076);  // (1 + sqrt(17)) / 8
@@ -171,7 +173,13 @@ void lower(int64_t n, typename T::real *a, int64_t lda, int64_t *ipiv, int64_t *
       if (k + 1 < n) {
         const R d11 = R(1) / A(k, k);
         R *x = &A(k + 1, k);
-        rank_one<R, true>(n - k - 1, x, d11, &A(k + 1, k + 1), lda);
+        if constexpr (kBunchKaufman<T>.lower_syr) {
+          const zor_int m = n - k - 1, one = 1, ld = lda;
+          const R minus_d11 = -d11;
+          imports<T>::syr("Lower", &m, &minus_d11, x, &one, &A(k + 1, k + 1), &ld, 5);
+        } else {
+          rank_one<R, true>(n - k - 1, x, d11, &A(k + 1, k + 1), lda);
+        }
         scale<T>(n - k - 1, d11, x, by_blas);
       }
       ipiv[k] = kp + 1;
@@ -274,6 +282,7 @@ using namespace zor::lapack;
 using zor::S;
 using zor::D;
 // clang-format off
+ZOR_API void zor_lapack_ps_ssytrf_l_small(const char *, const zor_int *n, float *a, const zor_int *lda, zor_int *ipiv, zor_int *info) { sytrf<S, true>(*n, a, *lda, ipiv, info); }
 ZOR_API void zor_lapack_ps_dsytrf_l_small(const char *, const zor_int *n, double *a, const zor_int *lda, zor_int *ipiv, zor_int *info) { sytrf<D, true>(*n, a, *lda, ipiv, info); }
 ZOR_API void zor_lapack_ps_ssytrf_u_small(const char *, const zor_int *n, float *a, const zor_int *lda, zor_int *ipiv, zor_int *info) { sytrf<S, false>(*n, a, *lda, ipiv, info); }
 ZOR_API void zor_lapack_ps_dsytrf_u_small(const char *, const zor_int *n, double *a, const zor_int *lda, zor_int *ipiv, zor_int *info) { sytrf<D, false>(*n, a, *lda, ipiv, info); }
