@@ -9,7 +9,8 @@
 //   scanned column by column, each column from row i down, starting from
 //   (i, i) and moving only on a strictly greater value: so of equal values
 //   the first in column order wins (the diagonal before all others).
-//   Magnitudes are |x| for real elements and hypot(re, im) for complex.
+//   Magnitudes are |x| for real elements (each column's first maximum
+//   found two elements a pass) and hypot(re, im) for complex.
 //   At i = 1, smin := max(eps xmax, smlnum).
 //   Rows i and ipiv[i] change places over all n columns, then columns i and
 //   jpiv[i] over all n rows (the provider's ?swap, skipped when equal).
@@ -27,6 +28,7 @@
 
 #include "frame/element.hpp"
 #include "frame/imports.hpp"
+#include "lapack/column_updates.hpp"
 #include "lapack/elements.hpp"
 
 namespace zor::lapack {
@@ -70,9 +72,16 @@ void getc2(int64_t n, typename T::elem *a, int64_t lda, int64_t *ipiv, int64_t *
     R xmax = magnitude(A(i, i));
     for (int64_t jp = i; jp < n; ++jp) {
       const E *col = &A(0, jp);
-      for (int64_t ip = i; ip < n; ++ip) {
-        const R v = magnitude(col[ip]);
-        if (v > xmax) xmax = v, ipv = ip, jpv = jp;
+      if constexpr (T::complex) {
+        for (int64_t ip = i; ip < n; ++ip) {
+          const R v = magnitude(col[ip]);
+          if (v > xmax) xmax = v, ipv = ip, jpv = jp;
+        }
+      } else {
+        int64_t at;
+        R v;
+        first_max(n - i, col + i, 1, &at, &v);
+        if (v > xmax) xmax = v, ipv = i + at, jpv = jp;
       }
     }
     if (i == 0) smin = std::max(eps * xmax, smlnum);
