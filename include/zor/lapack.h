@@ -17,7 +17,9 @@
  * L L^H) or upper (A = U^H U) triangle; uplo is fixed by the name and not
  * read; info is written only on failure, with the 1-based column of the
  * first pivot not above 0 (NaN included): columns before it factorised,
- * a[j, j] the reduced value. */
+ * a[j, j] the reduced value (imaginary part 0), the rest of column j
+ * partly updated; zpotrf_l from n = 40 works right-looking, so there the
+ * trailing block holds the updates of the columns before j. */
 ZOR_API void zor_lapack_ps_spotrf_l_small(const char *uplo, const zor_int *n, float *a, const zor_int *lda, zor_int *info);
 ZOR_API void zor_lapack_ps_dpotrf_l_small(const char *uplo, const zor_int *n, double *a, const zor_int *lda, zor_int *info);
 ZOR_API void zor_lapack_ps_spotrf_u_small(const char *uplo, const zor_int *n, float *a, const zor_int *lda, zor_int *info);
