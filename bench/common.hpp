@@ -31,13 +31,14 @@ double best_seconds(F &&body, int repeats = 5, double min_seconds = 0.05) {
   return best;
 }
 
-// Processor time of the calling thread, in seconds: on a machine shared with
-// other work, time taken from this thread by the scheduler does not count.
+// Processor time of the calling thread: on a shared machine, other
+// processes' work is not charged to whichever side ran beside it.
 inline double thread_seconds() {
   timespec t;
   clock_gettime(CLOCK_THREAD_CPUTIME_ID, &t);
   return double(t.tv_sec) + 1e-9 * double(t.tv_nsec);
 }
+
 // best_seconds by thread processor time. Reading that clock is a system
 // call, so the body runs in batches, timed as a whole, of a size doubled
 // until a batch takes min_seconds.
@@ -59,6 +60,20 @@ double best_thread_seconds(F &&body, int repeats = 5, double min_seconds = 0.05)
     const double start = thread_seconds();
     for (long k = 0; k < batch; ++k) body();
     best = std::min(best, (thread_seconds() - start) / double(batch));
+  }
+  return best;
+}
+
+// Best thread time of `repeats` timed runs of `run`, each after an untimed
+// `prepare` (which restores inputs that the run destroys).
+template <class Prepare, class Run>
+double best_run_seconds(Prepare &&prepare, Run &&run, int repeats) {
+  double best = 1e30;
+  for (int r = 0; r < repeats; ++r) {
+    prepare();
+    const double start = thread_seconds();
+    run();
+    best = std::min(best, thread_seconds() - start);
   }
   return best;
 }
