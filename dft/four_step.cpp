@@ -79,6 +79,19 @@ int64_t split_factor(int64_t n, int64_t length_log2) {
   return a < b ? a : b;
 }
 
+// exp(-2 pi i k / n), 0 <= k < n, in double: the angle folded to at most
+// pi / 2 before cos and sin, then stored in the element type.
+template <class R>
+cplx<R> root_of(int64_t k, int64_t n) {
+  const double pi = 3.14159265358979323846;
+  const int64_t r = 2 * k > n ? k - n : k;  // angle 2 pi r / n, |r| <= n / 2
+  const int64_t a = r < 0 ? -r : r;
+  const bool past_right = 4 * a > n;       // cos(pi - x) = -cos x
+  const double x = past_right ? pi * double(n - 2 * a) / double(n) : 2 * pi * double(a) / double(n);
+  const double c = past_right ? -std::cos(x) : std::cos(x), s = std::sin(x);
+  return {R(c), R(r < 0 ? s : -s)};
+}
+
 template <class R>
 const DftFourStep *state_of(const DftNode *node) {
   return static_cast<const DftFourStep *>(node->four_step_state);
@@ -276,11 +289,9 @@ int64_t four_step_setup(DftNode *node, DftNode *root) {
   E *tw = static_cast<E *>(node_alloc(uint64_t(2 * T) * sizeof(E), kAlign));
   if (!tw) return fail(DFT_MEMORY_ERROR);
   st->twiddles = tw;
-  const double step = -2.0 * 3.14159265358979323846 / double(n);
   for (int64_t k = 0; k < T; ++k) {
-    const double a = step * double(k), b = step * double((k * T) % n);
-    tw[k] = {R(std::cos(a)), R(std::sin(a))};
-    tw[T + k] = {R(std::cos(b)), R(std::sin(b))};
+    tw[k] = root_of<R>(k % n, n);
+    tw[T + k] = root_of<R>(k * T % n, n);
   }
 
   if (int64_t s = make_child<R>(st->rows, &st->row_node)) return fail(s);
