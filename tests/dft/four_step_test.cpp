@@ -284,3 +284,55 @@ TEST(DftFourStep, SplitsAndOtherPaths) {
 }
 
 }  // namespace
+
+namespace {
+
+// Above the length limits (several GiB: long label). The input is a few
+// hundred random points, so that sampled bins of the naive transform cost
+// little; forward then backward with 1/n gives the input back.
+template <class T>
+void check_beyond_limit(int64_t n, int64_t m1, int64_t m2) {
+  SCOPED_TRACE(testing::Message() << "n " << n << " precision " << precision_of<T>);
+  Descriptor d(precision_of<T>, n);
+  ASSERT_EQ(zor_fft_set_scale(d, DFT_BACKWARD_SCALE, 1.0 / double(n)), 0);
+  ASSERT_EQ(zor_fft_commit(d), 0);
+  const DftFourStep *st = state(d);
+  ASSERT_NE(st, nullptr);
+  EXPECT_EQ(st->rows, m1);
+  EXPECT_EQ(st->cols, m2);
+  EXPECT_EQ(st->transpose_mode, 0);
+  Rng rng(21);
+  std::vector<std::pair<int64_t, cl>> points;
+  std::vector<std::complex<T>> y(static_cast<size_t>(n));
+  for (int i = 0; i < 300; ++i) {
+    const int64_t j = rng.integer(0, n - 1);
+    y[size_t(j)] = {T(rng.uniform()), T(rng.uniform())};
+  }
+  for (int64_t j = 0; j < n; ++j)
+    if (y[size_t(j)] != std::complex<T>()) points.push_back({j, cl(y[size_t(j)])});
+  ASSERT_EQ(zor_fft_forward(d, y.data()), 0);
+  const long double pi = 3.14159265358979323846264338327950288L;
+  long double e = 0, r = 0;
+  for (int b = 0; b < 64; ++b) {
+    const int64_t k = b == 0 ? 0 : rng.integer(1, n - 1);
+    cl s = 0;
+    for (auto &[j, v] : points) s += v * std::polar(1.0L, -2 * pi * (long double)((__int128)j * k % n) / n);
+    e += std::norm(cl(y[size_t(k)]) - s);
+    r += std::norm(s);
+  }
+  EXPECT_LE(double(std::sqrt(e / r)), error_bound<T>(n));
+  ASSERT_EQ(zor_fft_backward(d, y.data()), 0);
+  long double back = 0, size = 0;
+  size_t p = 0;
+  for (int64_t j = 0; j < n; ++j) {
+    cl want = p < points.size() && points[p].first == j ? points[p++].second : cl(0);
+    back += std::norm(cl(y[size_t(j)]) - want);
+    size += std::norm(want);
+  }
+  EXPECT_LE(double(std::sqrt(back / size)), error_bound<T>(n, 10));
+}
+
+TEST(DftFourStepLong, DoubleTwoToThe27) { check_beyond_limit<double>(int64_t(1) << 27, 8192, 16384); }
+TEST(DftFourStepLong, SingleTwoToThe28) { check_beyond_limit<float>(int64_t(1) << 28, 16384, 16384); }
+
+}  // namespace
