@@ -92,7 +92,6 @@ cplx<R> root_of(int64_t k, int64_t n) {
   return {R(c), R(r < 0 ? s : -s)};
 }
 
-template <class R>
 const DftFourStep *state_of(const DftNode *node) {
   return static_cast<const DftFourStep *>(node->four_step_state);
 }
@@ -131,14 +130,14 @@ int64_t make_child(int64_t m, DftNode **child) {
   return DFT_NO_ERROR;
 }
 
-// The workspace share of a call: the caller's, or one taken for the call.
-struct Share {
-  frame::PooledBuffer own;
-  char *ws;
-  Share(void *given, const DftFourStep *st)
-      : own(given ? nullptr : zor_serv_allocate(uint64_t(st->work_size), kAlign)),
-        ws(static_cast<char *>(given ? given : own.get())) {}
-};
+// body(share) with the caller's workspace share, or one taken for the call.
+template <class Body>
+int64_t with_share(const DftNode *node, void *workspace, Body &&body) {
+  const auto *st = static_cast<const DftFourStep *>(node->four_step_state);
+  frame::PooledBuffer own(workspace ? nullptr : zor_serv_allocate(uint64_t(st->work_size), kAlign));
+  char *ws = static_cast<char *>(workspace ? workspace : own.get());
+  return ws ? body(ws) : int64_t(DFT_MEMORY_ERROR);
+}
 
 // ---------------------------------------------------------------- pieces
 
@@ -161,7 +160,7 @@ template <class R, bool Fwd>
 int64_t step_1_2(DftNode *node, int64_t first, int64_t count, const cplx<R> *in, int64_t line_step,
                  int64_t point_step, cplx<R> *out, int64_t pitch, char *ws) {
   using E = cplx<R>;
-  const DftFourStep *st = state_of<R>(node);
+  const DftFourStep *st = state_of(node);
   const int64_t m1 = st->rows, rp = st->row_pitch, mask = st->twiddle_count - 1;
   const int shift = st->twiddle_log2;
   const E *lo = static_cast<const E *>(st->twiddles), *hi = lo + st->twiddle_count;
@@ -240,7 +239,7 @@ template <class R, bool Fwd>
 int64_t step_3(DftNode *node, int64_t first, int64_t count, const cplx<R> *in, int64_t in_pitch, cplx<R> *out,
                char *ws) {
   using E = cplx<R>;
-  const DftFourStep *st = state_of<R>(node);
+  const DftFourStep *st = state_of(node);
   const int64_t m1 = st->rows, m2 = st->cols, cp = st->col_pitch;
   DftNode *child = st->col_node;
   const dft_axis_kernel k = child_kernel<R>(child, Fwd);
@@ -312,31 +311,30 @@ int64_t four_step_setup(DftNode *node, DftNode *root) {
 template <class R, bool Fwd>
 int64_t four_step_kernel(void *in, void *out, DftNode *node, void *workspace) {
   using E = cplx<R>;
-  const DftFourStep *st = state_of<R>(node);
+  const DftFourStep *st = state_of(node);
   const int64_t m1 = st->rows, m2 = st->cols;
-  Share share(workspace, st);
-  char *ws = share.ws;
-  if (!ws) return DFT_MEMORY_ERROR;
   E *x = static_cast<E *>(in), *y = static_cast<E *>(out);
-  const bool in_place = x == y;
   const int32_t mode = st->transpose_mode;
-  // Where the lines of step 2 go, and where step 1 reads.
-  const E *src = x;
-  int64_t line_step = 1, point_step = m2;
-  E *lines = y;
-  int64_t pitch = m1;
-  frame::PooledBuffer scratch(mode == 0 ? zor_serv_allocate(uint64_t(m2 * st->row_pitch) * sizeof(E), kAlign) : nullptr);
-  if (mode == 0) {
-    if (!scratch.get()) return DFT_MEMORY_ERROR;
-    lines = static_cast<E *>(scratch.get());
-    pitch = st->row_pitch;
-  } else if (in_place || mode == -1) {
-    if (in_place) transpose_in_place<R>(m2, m1, y);
-    else transposing_copy<R>(m2, m1, x, m2, y, m1);
-    src = y, line_step = m1, point_step = 1;
-  }
-  if (int64_t s = step_1_2<R, Fwd>(node, 0, m2, src, line_step, point_step, lines, pitch, ws)) return s;
-  return step_3<R, Fwd>(node, 0, m1, lines, pitch, y, ws);
+  return with_share(node, workspace, [&](char *ws) {
+    // Where step 1 reads, and where the lines of step 2 go.
+    const E *src = x;
+    int64_t line_step = 1, point_step = m2;
+    E *lines = y;
+    int64_t pitch = m1;
+    frame::PooledBuffer scratch(mode == 0 ? zor_serv_allocate(uint64_t(m2 * st->row_pitch) * sizeof(E), kAlign)
+                                          : nullptr);
+    if (mode == 0) {
+      if (!scratch.get()) return int64_t(DFT_MEMORY_ERROR);
+      lines = static_cast<E *>(scratch.get());
+      pitch = st->row_pitch;
+    } else if (x == y || mode == -1) {
+      if (x == y) transpose_in_place<R>(m2, m1, y);
+      else transposing_copy<R>(m2, m1, x, m2, y, m1);
+      src = y, line_step = m1, point_step = 1;
+    }
+    if (int64_t s = step_1_2<R, Fwd>(node, 0, m2, src, line_step, point_step, lines, pitch, ws)) return s;
+    return step_3<R, Fwd>(node, 0, m1, lines, pitch, y, ws);
+  });
 }
 
 #define ZOR_FOUR_STEP_INSTANCES(R)                                                    \
@@ -354,27 +352,23 @@ namespace {
 template <class R>
 int64_t export_1_2(DftNode *node, int64_t first, int64_t count, const void *in, int64_t line_step, int64_t point_step,
                    void *out, int64_t pitch, void *workspace, int32_t forward) {
-  const DftFourStep *st = state_of<R>(node);
-  Share share(workspace, st);
-  char *ws = share.ws;
-  if (!ws) return DFT_MEMORY_ERROR;
   auto *i = static_cast<const cplx<R> *>(in);
   auto *o = static_cast<cplx<R> *>(out);
-  return forward ? step_1_2<R, true>(node, first, count, i, line_step, point_step, o, pitch, ws)
-                 : step_1_2<R, false>(node, first, count, i, line_step, point_step, o, pitch, ws);
+  return with_share(node, workspace, [&](char *ws) {
+    return forward ? step_1_2<R, true>(node, first, count, i, line_step, point_step, o, pitch, ws)
+                   : step_1_2<R, false>(node, first, count, i, line_step, point_step, o, pitch, ws);
+  });
 }
 
 template <class R>
 int64_t export_3(DftNode *node, int64_t first, int64_t count, const void *in, int64_t in_pitch, void *out,
                  void *workspace, int32_t forward) {
-  const DftFourStep *st = state_of<R>(node);
-  Share share(workspace, st);
-  char *ws = share.ws;
-  if (!ws) return DFT_MEMORY_ERROR;
   auto *i = static_cast<const cplx<R> *>(in);
   auto *o = static_cast<cplx<R> *>(out);
-  return forward ? step_3<R, true>(node, first, count, i, in_pitch, o, ws)
-                 : step_3<R, false>(node, first, count, i, in_pitch, o, ws);
+  return with_share(node, workspace, [&](char *ws) {
+    return forward ? step_3<R, true>(node, first, count, i, in_pitch, o, ws)
+                   : step_3<R, false>(node, first, count, i, in_pitch, o, ws);
+  });
 }
 
 }  // namespace
