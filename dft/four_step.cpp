@@ -141,19 +141,23 @@ int64_t with_share(const DftNode *node, void *workspace, Body &&body) {
 
 // ---------------------------------------------------------------- pieces
 
-// x times w (forward) or conj(w) (backward).
-template <bool Fwd>
-inline cplx<double> turn(cplx<double> x, cplx<double> w) {
-  using namespace simd;
-  f64x2 v = _mm_loadu_pd(&x.re), t = _mm_loadu_pd(&w.re);
-  f64x2 r = Fwd ? cmul(t, v) : cmulc(t, v);
+// The twiddle first * second, and x times it (forward) or its conjugate
+// (backward).
+inline cplx<double> product(const cplx<double> &a, const cplx<double> &b) {
   cplx<double> out;
-  _mm_storeu_pd(&out.re, r);
+  _mm_storeu_pd(&out.re, simd::cmul(_mm_loadu_pd(&a.re), _mm_loadu_pd(&b.re)));
   return out;
 }
+inline cplx<float> product(const cplx<float> &a, const cplx<float> &b) { return a * b; }
+
 template <bool Fwd>
-inline cplx<float> turn(cplx<float> x, cplx<float> w) {
-  return Fwd ? w * x : conj(w) * x;
+inline void turn(const cplx<double> &x, const cplx<double> &w, cplx<double> *out) {
+  const simd::f64x2 v = _mm_loadu_pd(&x.re), t = _mm_load_pd(&w.re);
+  _mm_storeu_pd(&out->re, Fwd ? simd::cmul(t, v) : simd::cmulc(t, v));
+}
+template <bool Fwd>
+inline void turn(const cplx<float> &x, const cplx<float> &w, cplx<float> *out) {
+  *out = Fwd ? w * x : conj(w) * x;
 }
 
 template <class R, bool Fwd>
@@ -183,8 +187,8 @@ int64_t step_1_2(DftNode *node, int64_t first, int64_t count, const cplx<R> *in,
     // one k1 is formed on the stack, then applied.
     alignas(kAlign) E run[kGroup];
     for (int64_t k1 = 0; k1 < m1; ++k1) {
-      for (int64_t l = 0, j = g * k1; l < lines; ++l, j += k1) run[l] = lo[j & mask] * hi[j >> shift];
-      for (int64_t l = 0; l < lines; ++l) out[(g + l) * pitch + k1] = turn<Fwd>(buf[l * rp + k1], run[l]);
+      for (int64_t l = 0, j = g * k1; l < lines; ++l, j += k1) run[l] = product(lo[j & mask], hi[j >> shift]);
+      for (int64_t l = 0; l < lines; ++l) turn<Fwd>(buf[l * rp + k1], run[l], out + (g + l) * pitch + k1);
     }
   }
   return DFT_NO_ERROR;
