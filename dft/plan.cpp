@@ -19,8 +19,8 @@ void plan_free(void *p) {
 }
 
 namespace {
-
 constexpr long double kHalfPi = 1.57079632679489661923132169163975144L;
+}  // namespace
 
 // exp(-2 pi i e / n): the angle split into quarter turns and a rest of at
 // most an eighth of a turn, so that cos and sin see arguments up to pi / 4.
@@ -45,6 +45,8 @@ cplx<double> unit_root(int64_t e, int64_t n) {
   }
   return {C, -S};
 }
+
+namespace {
 
 bool is_pow2_len(int64_t n) { return n > 0 && (n & (n - 1)) == 0; }
 int32_t log2_of(int64_t n) {
@@ -122,6 +124,9 @@ void free_tables(DftPlan *p) {
   plan_free(p->direct_table);
   plan_free(p->chirp);
   plan_free(p->chirp_spectrum);
+  plan_free(p->half_cos);
+  plan_free(p->half_sin);
+  p->half_cos = p->half_sin = nullptr;
   p->order = nullptr;
   p->direct_table = p->chirp = p->chirp_spectrum = nullptr;
   if (p->fft) plan_destroy(p->fft);

@@ -7,7 +7,8 @@
 // upper-case digits, bases -1 to 1 are 10, others give null.
 //
 // set_str: the first and last characters that are not blanks mark the
-// number; blanks between digits are passed over. An optional '-', then with
+// number; blanks between digits are passed over. An optional '-' (right
+// before the first digit or prefix), then with
 // base 0 a prefix "0x"/"0X" (16; alone it reads as 0) or "0" (8), else base
 // 10. Digits in either case. The digits are read from the last one with a running power of the
 // base, r += digit * power by addmul_ui: quadratic, by design. Bad input
@@ -102,6 +103,7 @@ ZOR_API int zor_gmp___gmpz_set_str(mpz *z, const char *s, int base) {
   if (begin < end && *begin == '-') {
     negative = true;
     ++begin;
+    if (begin < end && blank(*begin)) return -1;  // the sign is followed by a digit
   }
   bool prefix = false;  // "0x": its 0 is the value when no digit follows
   if (base == 0) {

@@ -13,27 +13,11 @@
 // to 9 by 9; the others take a first row of 128-bit products and then one
 // addmul row per limb of b.
 #include "gmp/limbs.hpp"
+#include "gmp/mul_fixed.hpp"
 #include "gmp/parameters.hpp"
 
 namespace zor::gmp {
 namespace {
-
-// A written-out product of AN by BN limbs: a first row, then addmul rows,
-// every loop with constant bounds.
-template <int AN, int BN>
-void mul_fixed(limb *r, const limb *a, const limb *b) {
-  limb c = 0;
-#pragma GCC unroll 16
-  for (int i = 0; i < AN; ++i) mul_step(r + i, a + i, b[0], c);
-  r[AN] = c;
-#pragma GCC unroll 16
-  for (int j = 1; j < BN; ++j) {
-    c = 0;
-#pragma GCC unroll 16
-    for (int i = 0; i < AN; ++i) addmul_step(r + i + j, a + i, b[j], c);
-    r[AN + j] = c;
-  }
-}
 
 using FixedProduct = void (*)(limb *, const limb *, const limb *);
 // By (an - 1) * 4 + (bn - 1), bn <= an <= 4.

@@ -15,6 +15,7 @@
 // come from the allocate hook above; a null from the hook returns with r
 // unwritten.
 #include "gmp/limbs.hpp"
+#include "gmp/mul_fixed.hpp"
 #include "gmp/parameters.hpp"
 
 namespace zor::gmp {
@@ -68,9 +69,104 @@ void karatsuba(limb *r, const limb *a, const limb *b, len n, limb *ws) {
     sub_1(H1, H1, h1, limb(-at3h));
 }
 
+// The smallest Karatsuba products, n = 10 to 18, whose three products are
+// written-out squares: the steps of karatsuba() with every length known
+// when compiled, so that each addition runs as straight code.
+template <int N>
+inline limb add_fixed(limb *r, const limb *a, const limb *b, limb c = 0) {
+  using u = unsigned long long;
+  unsigned char k = static_cast<unsigned char>(c);
+#pragma GCC unroll 32
+  for (int i = 0; i < N; ++i) k = _addcarry_u64(k, a[i], b[i], reinterpret_cast<u *>(r + i));
+  return k;
+}
+template <int N>
+inline limb sub_fixed(limb *r, const limb *a, const limb *b) {
+  using u = unsigned long long;
+  unsigned char k = 0;
+#pragma GCC unroll 32
+  for (int i = 0; i < N; ++i) k = _subborrow_u64(k, a[i], b[i], reinterpret_cast<u *>(r + i));
+  return k;
+}
+// Adds the carry c at p over N limbs (bounded).
+template <int N>
+inline void carry_fixed(limb *p, limb c) {
+#pragma GCC unroll 32
+  for (int i = 0; i < N && c; ++i) {
+    limb x = p[i] + c;
+    c = x < c;
+    p[i] = x;
+  }
+}
+template <int N>
+inline void borrow_fixed(limb *p, limb c) {
+#pragma GCC unroll 32
+  for (int i = 0; i < N && c; ++i) {
+    limb x = p[i];
+    p[i] = x - c;
+    c = x < c;
+  }
+}
+
+template <int H, int M>
+inline bool abs_difference_fixed(limb *d, const limb *x, const limb *y) {
+  if constexpr (H > M) {
+    if (x[M] != 0) {
+      d[M] = x[M] - sub_fixed<M>(d, x, y);
+      return false;
+    }
+    d[M] = 0;
+  }
+  if (cmp(x, y, M) < 0) {
+    sub_fixed<M>(d, y, x);
+    return true;
+  }
+  sub_fixed<M>(d, x, y);
+  return false;
+}
+
+template <int N>
+void karatsuba_fixed(limb *r, const limb *a, const limb *b) {
+  constexpr int H = N - N / 2, M = N / 2, H1 = 2 * M - H;
+  limb ws[4 * H];
+  limb *da = ws, *db = ws + H, *w = ws + 2 * H;
+  const bool negative = abs_difference_fixed<H, M>(da, a, a + H) != abs_difference_fixed<H, M>(db, b, b + H);
+  mul_fixed<H, H>(w, da, db);
+  mul_fixed<H, H>(r, a, b);
+  mul_fixed<M, M>(r + 2 * H, a + H, b + H);
+  limb *L0 = r, *L1 = r + H, *H0 = r + 2 * H, *Hi = r + 3 * H;
+  limb cT = add_fixed<H>(H0, L1, H0);
+  limb cL = add_fixed<H>(L1, H0, L0);
+  limb cH = add_fixed<H1>(H0, H0, Hi);
+  if constexpr (H > H1) {
+    limb *p = H0 + H1;
+    for (int i = 0; i < H - H1 && cH; ++i) {
+      limb x = p[i] + cH;
+      cH = x < cH;
+      p[i] = x;
+    }
+  }
+  int64_t at3h = int64_t(cT + cH);
+  if (negative)
+    at3h += int64_t(add_fixed<2 * H>(L1, L1, w));
+  else
+    at3h -= int64_t(sub_fixed<2 * H>(L1, L1, w));
+  carry_fixed<2 * N - 2 * H>(r + 2 * H, cT + cL);
+  if (at3h > 0)
+    carry_fixed<H1>(Hi, limb(at3h));
+  else if (at3h < 0)
+    borrow_fixed<H1>(Hi, limb(-at3h));
+}
+
+using FixedKaratsuba = void (*)(limb *, const limb *, const limb *);
+constexpr FixedKaratsuba kFixedKaratsuba[9] = {karatsuba_fixed<10>, karatsuba_fixed<11>, karatsuba_fixed<12>,
+                                               karatsuba_fixed<13>, karatsuba_fixed<14>, karatsuba_fixed<15>,
+                                               karatsuba_fixed<16>, karatsuba_fixed<17>, karatsuba_fixed<18>};
+
 }  // namespace
 
 void mul_karatsuba(limb *r, const limb *a, const limb *b, len n) {
+  if (n <= 18) return kFixedKaratsuba[n - 10](r, a, b);
   const len h = n - n / 2;
   if (4 * h <= fixed::kKaratsubaFrameLimbs) {
     limb frame[fixed::kKaratsubaFrameLimbs];

@@ -99,25 +99,47 @@ TEST(DftPlanChoice, FixedLimits) {
 // With the commit hooks on and two threads, a batch keeps two threads and
 // its compute is handed to the threading layer (whose lines take the plan,
 // not the fixed kernel of one thread).
-TEST(DftPlanChoice, ThreadingLayerHandOver) {
+// Both precisions, both directions, in place and out of place: the threading
+// layer's drivers against the same transforms on one thread.
+template <class T>
+void hand_over(bool out_of_place) {
   const int64_t n = 1024, count = 64;
   Rng rng(7);
-  auto x = random_line<double>(n * count, rng);
-  std::vector<std::vector<cd>> results;
+  SCOPED_TRACE(testing::Message() << "seed " << rng.seed << " size " << sizeof(T) << " out " << out_of_place);
+  auto x = random_line<T>(n * count, rng);
+  std::vector<std::vector<std::complex<T>>> spectra, round_trips;
   for (int32_t threads : {1, 2}) {
     zor_core_dft_policy(threads > 1, threads, threads);
-    Descriptor d(DFT_DOUBLE, n);
+    Descriptor d(precision_of<T>, n);
     ASSERT_EQ(zor_fft_set_number_of_transforms(d, count), 0);
     ASSERT_EQ(zor_fft_set_input_distance(d, n), 0);
+    ASSERT_EQ(zor_fft_set_output_distance(d, n), 0);
+    if (out_of_place) ASSERT_EQ(zor_fft_set_value(d, DFT_PLACEMENT, DFT_NOT_INPLACE), 0);
     ASSERT_EQ(zor_fft_commit(d), 0);
     EXPECT_EQ(d->threads, threads);
     EXPECT_EQ(d->commit_hooks_enabled, threads > 1);
-    results.push_back(x);
-    ASSERT_EQ(zor_fft_forward(d, results.back().data()), 0);
+    auto y = x, z = x;
+    if (out_of_place) {
+      ASSERT_EQ(zor_fft_forward_out(d, x.data(), y.data()), 0);
+      ASSERT_EQ(zor_fft_backward_out(d, y.data(), z.data()), 0);
+    } else {
+      ASSERT_EQ(zor_fft_forward(d, y.data()), 0);
+      z = y;
+      ASSERT_EQ(zor_fft_backward(d, z.data()), 0);
+    }
+    spectra.push_back(y);
+    round_trips.push_back(z);
   }
   zor_core_dft_policy(0, 1, 1);
-  std::vector<cl> one(results[0].begin(), results[0].end());
-  EXPECT_LE(relative_error(results[1], one), error_bound<double>(n));
+  EXPECT_LE(relative_error(spectra[1], std::vector<cl>(spectra[0].begin(), spectra[0].end())), error_bound<T>(n));
+  EXPECT_LE(relative_error(round_trips[1], std::vector<cl>(x.begin(), x.end()), n), 2 * error_bound<T>(n));
+}
+
+TEST(DftPlanChoice, ThreadingLayerHandOver) {
+  for (bool out : {false, true}) {
+    hand_over<double>(out);
+    hand_over<float>(out);
+  }
 }
 
 TEST(DftPlanChoice, LengthLimits) {

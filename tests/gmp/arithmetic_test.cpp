@@ -191,6 +191,21 @@ TEST(Integer, DivisionFamilies) {
     }
 }
 
+// The recursive division deep in its recursion, and products above the
+// transform range feeding it.
+TEST(IntegerLong, LargeDivisions) {
+  Rng rng(19);
+  const std::pair<size_t, size_t> shapes[] = {{20000, 7000}, {40000, 20000}, {70001, 33}, {9000, 4097}, {65536, 32768}};
+  for (auto [nn, dn] : shapes)
+    for (Pattern pattern : {Pattern::uniform, Pattern::runs}) {
+      Values pair;
+      pair.add_random(rng, nn, pattern, false);
+      pair.add_random(rng, dn, pattern, true);
+      check_binary("tdiv_q", zor_gmp___gmpz_tdiv_q, mpz_tdiv_q, pair, pair, zero_divisor);
+      check_binary("fdiv_r", zor_gmp___gmpz_fdiv_r, mpz_fdiv_r, pair, pair, zero_divisor);
+    }
+}
+
 TEST(Integer, DivisionByLimbsAndPowersOfTwo) {
   Rng rng(15);
   Values n = operands(16, {1, 2, 9, 130});
