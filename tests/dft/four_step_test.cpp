@@ -283,6 +283,26 @@ TEST(DftFourStep, SplitsAndOtherPaths) {
   EXPECT_LE(relative_error(pick(run(d, x, true), bins), naive_bins(x, bins, true)), error_bound<double>(65537));
 }
 
+// Data 8 bytes off a 16-byte boundary, in place and out of place, gives the
+// bits of aligned data.
+TEST(DftFourStep, MisalignedData) {
+  const int64_t n = 1 << 16;
+  Rng rng(22);
+  const auto x = random_line<double>(n, rng);
+  for (int32_t placement : {DFT_INPLACE, DFT_NOT_INPLACE}) {
+    Forced d(DFT_DOUBLE, n, placement, 1.0, 1.0);
+    ASSERT_NE(state(d), nullptr);
+    const auto want = run(d, x, true);
+    GuardedBuffer<cd> in(size_t(n), 8), out(size_t(n), 8);
+    for (int64_t k = 0; k < n; ++k) in.set(size_t(k), x[size_t(k)]);
+    if (placement == DFT_INPLACE) ASSERT_EQ(zor_fft_forward(d, in.data()), 0);
+    else ASSERT_EQ(zor_fft_forward_out(d, in.data(), out.data()), 0);
+    GuardedBuffer<cd> &y = placement == DFT_INPLACE ? in : out;
+    EXPECT_TRUE(y.copy() == want) << "placement " << placement;
+    EXPECT_TRUE(y.guards_intact());
+  }
+}
+
 }  // namespace
 
 namespace {
