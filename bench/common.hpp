@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <string>
 #include <vector>
 
@@ -26,6 +27,28 @@ double best_seconds(F &&body, int repeats = 5, double min_seconds = 0.05) {
       elapsed = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     } while (elapsed < min_seconds);
     best = std::min(best, elapsed / double(iterations));
+  }
+  return best;
+}
+
+// Processor time of the calling thread: on a shared machine, other
+// processes' work is not charged to whichever side ran beside it.
+inline double thread_seconds() {
+  timespec t;
+  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &t);
+  return double(t.tv_sec) + 1e-9 * double(t.tv_nsec);
+}
+
+// Best thread time of `repeats` timed runs of `run`, each after an untimed
+// `prepare` (which restores inputs that the run destroys).
+template <class Prepare, class Run>
+double best_run_seconds(Prepare &&prepare, Run &&run, int repeats) {
+  double best = 1e30;
+  for (int r = 0; r < repeats; ++r) {
+    prepare();
+    const double start = thread_seconds();
+    run();
+    best = std::min(best, thread_seconds() - start);
   }
   return best;
 }

@@ -22,6 +22,8 @@
 #include <cstdlib>
 #include <functional>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace zor::bench {
 
@@ -69,7 +71,13 @@ class OpenBlasPeer {
   using Measure = std::function<double(int, void *)>;
 
   // coretype null: the native choice. path: the serial library.
-  OpenBlasPeer(const char *coretype, const char *path, Measure measure) : asked_(coretype ? coretype : "native") {
+  OpenBlasPeer(const char *coretype, const char *path, Measure measure)
+      : OpenBlasPeer(coretype, std::vector<std::string>{path}, std::move(measure)) {}
+  // Several libraries loaded in order, the routines taken from the last: a
+  // peer whose library needs another one first (the reference LAPACK needs
+  // the reference BLAS, which the system's own choice would not give it).
+  OpenBlasPeer(const char *coretype, const std::vector<std::string> &paths, Measure measure)
+      : asked_(coretype ? coretype : "native") {
     int down[2], up[2];
     if (pipe(down) != 0) return;
     if (pipe(up) != 0) {
@@ -89,8 +97,9 @@ class OpenBlasPeer {
         const long l2 = second_level_cache_bytes();
         if (l2 > 0) setenv("OPENBLAS_L2_SIZE", std::to_string(l2).c_str(), 1);
       }
-      void *lib = dlopen(path, RTLD_NOW | RTLD_LOCAL);
-      if (!lib) _exit(2);
+      void *lib = nullptr;
+      for (const std::string &path : paths)
+        if (!(lib = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL))) _exit(2);
       auto corename = reinterpret_cast<char *(*)()>(dlsym(lib, "openblas_get_corename"));
       char name[64] = {};
       std::snprintf(name, sizeof name, "%s", corename ? corename() : "?");

@@ -15,24 +15,18 @@
 namespace zor::blas {
 namespace {
 
-template <class Elem>
-struct AxpyOp {
-  using E = Elem;
-  using R = real_t<E>;
-  using V = vec_t<R>;
-  static constexpr bool reads_x = true, writes_x = false, reads_y = true, writes_y = true;
+template <class E>
+struct AxpyOp : Streams<E, true, false, true, true> {
+  using V = vec_t<E>;
   Factor<E> a;
   ZOR_HOT void vec(V &x, V &y) const { y = simd::add(a.times(x), y); }
   void one(E &x, E &y) const { y = a.s * x + y; }
 };
 
 // y := a x + b y; with BetaZero y := a x and y is never read.
-template <class Elem, bool BetaZero>
-struct AxpbyOp {
-  using E = Elem;
-  using R = real_t<E>;
-  using V = vec_t<R>;
-  static constexpr bool reads_x = true, writes_x = false, reads_y = !BetaZero, writes_y = true;
+template <class E, bool BetaZero>
+struct AxpbyOp : Streams<E, true, false, !BetaZero, true> {
+  using V = vec_t<E>;
   Factor<E> a, b;
   ZOR_HOT void vec(V &x, V &y) const {
     if constexpr (BetaZero) y = a.times(x);
@@ -59,7 +53,7 @@ void axpy(const zor_int *n, const void *a, const void *x, const zor_int *incx, v
   if (*n < 1) return;
   E alpha = *static_cast<const E *>(a);
   if (is_zero(alpha)) return;
-  AxpyOp<E> op{Factor<E>(alpha)};
+  AxpyOp<E> op{{}, Factor<E>(alpha)};
   run_two<AxpyOp<E>, Main, StrictUnit>(op, *n, const_cast<E *>(static_cast<const E *>(x)), *incx,
                                        static_cast<E *>(y), *incy);
 }
@@ -72,10 +66,10 @@ void axpby(const zor_int *n, const void *a, const void *x, const zor_int *incx, 
   if (is_zero(alpha) && is_one(beta)) return;
   E *xp = const_cast<E *>(static_cast<const E *>(x)), *yp = static_cast<E *>(y);
   if (is_zero(beta)) {
-    AxpbyOp<E, true> op{Factor<E>(alpha), Factor<E>(beta)};
+    AxpbyOp<E, true> op{{}, Factor<E>(alpha), Factor<E>(beta)};
     run_two<decltype(op), Main, true>(op, *n, xp, *incx, yp, *incy);
   } else {
-    AxpbyOp<E, false> op{Factor<E>(alpha), Factor<E>(beta)};
+    AxpbyOp<E, false> op{{}, Factor<E>(alpha), Factor<E>(beta)};
     run_two<decltype(op), Main, true>(op, *n, xp, *incx, yp, *incy);
   }
 }

@@ -15,22 +15,16 @@
 namespace zor::blas {
 namespace {
 
-template <class Elem>
-struct CopyOp {
-  using E = Elem;
-  using R = real_t<E>;
-  using V = vec_t<R>;
-  static constexpr bool reads_x = true, writes_x = false, reads_y = false, writes_y = true;
+template <class E>
+struct CopyOp : Streams<E, true, false, false, true> {
+  using V = vec_t<E>;
   ZOR_HOT void vec(V &x, V &y) const { y = x; }
   void one(E &x, E &y) const { y = x; }
 };
 
-template <class Elem>
-struct SwapOp {
-  using E = Elem;
-  using R = real_t<E>;
-  using V = vec_t<R>;
-  static constexpr bool reads_x = true, writes_x = true, reads_y = true, writes_y = true;
+template <class E>
+struct SwapOp : Streams<E, true, true, true, true> {
+  using V = vec_t<E>;
   ZOR_HOT void vec(V &x, V &y) const { std::swap(x, y); }
   void one(E &x, E &y) const { std::swap(x, y); }
 };

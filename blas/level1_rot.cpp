@@ -23,13 +23,10 @@ namespace zor::blas {
 namespace {
 
 // c real; s real or complex.
-template <class Elem, class S>
-struct RotOp {
-  using E = Elem;
-  using R = real_t<E>;
-  using V = vec_t<R>;
-  static constexpr bool reads_x = true, writes_x = true, reads_y = true, writes_y = true;
-  Factor<R> c;
+template <class E, class S>
+struct RotOp : Streams<E, true, true, true, true> {
+  using V = vec_t<E>;
+  Factor<real_t<E>> c;
   Factor<S> s, sc;  // s and conj(s)
   ZOR_HOT void vec(V &x, V &y) const {
     V nx = simd::add(c.times(x), s.times(y));
@@ -47,7 +44,7 @@ template <class E, class S, int Main>
 void rot(int64_t n, void *x, int64_t incx, void *y, int64_t incy, real_t<E> c, S s) {
   if (n < 1) return;
   using Op = RotOp<E, S>;
-  Op op{Factor<real_t<E>>(c), Factor<S>(s), Factor<S>(conj_if<true>(s))};
+  Op op{{}, Factor<real_t<E>>(c), Factor<S>(s), Factor<S>(conj_if<true>(s))};
   E *xp = static_cast<E *>(x), *yp = static_cast<E *>(y);
   if (incx == 1 && incy == 1 && aligned_to(xp, sizeof(real_t<E>)) && aligned_to(yp, sizeof(real_t<E>)))
     unit_path<Op, Main>(op, n, xp, yp);
@@ -98,12 +95,9 @@ void crotg(cplx<R> *a, const cplx<R> *b, R *c, cplx<R> *s) {
 }
 
 // ---------------------------------------------------------------- rotm
-template <class Real>
-struct RotmOp {
-  using E = Real;
-  using R = Real;
+template <class R>
+struct RotmOp : Streams<R, true, true, true, true> {
   using V = vec_t<R>;
-  static constexpr bool reads_x = true, writes_x = true, reads_y = true, writes_y = true;
   int kind;  // > 0, 0, < 0 as the flag
   R h11, h21, h12, h22;
   V v11, v21, v12, v22;
@@ -120,7 +114,7 @@ struct RotmOp {
       y = simd::add(simd::mul(w, v21), simd::mul(z, v22));
     }
   }
-  void one(E &x, E &y) const {
+  void one(R &x, R &y) const {
     R w = x, z = y;
     if (kind > 0) x = w * h11 + z, y = -w + h22 * z;
     else if (kind == 0) x = w + z * h12, y = w * h21 + z;
@@ -132,7 +126,7 @@ template <class R, int Main>
 void rotm(int64_t n, R *x, int64_t incx, R *y, int64_t incy, const R *param) {
   R flag = param[0];
   if (n < 1 || R(2) + flag == R(0)) return;
-  const RotmOp<R> op{flag > 0 ? 1 : (flag == 0 ? 0 : -1), param[1], param[2], param[3], param[4],
+  const RotmOp<R> op{{}, flag > 0 ? 1 : (flag == 0 ? 0 : -1), param[1], param[2], param[3], param[4],
                      simd::splat(param[1]), simd::splat(param[2]), simd::splat(param[3]), simd::splat(param[4])};
   int64_t from = op.kind > 0 ? fixed::kRotmVectorFromPositive : fixed::kRotmVectorFromOther;
   if (incx == 1 && incy == 1 && n >= from && aligned_to(x, sizeof(R)) && aligned_to(y, sizeof(R)))

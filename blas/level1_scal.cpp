@@ -17,12 +17,9 @@
 namespace zor::blas {
 namespace {
 
-template <class Elem, class F>
-struct ScalOp {
-  using E = Elem;
-  using R = real_t<E>;
-  using V = vec_t<R>;
-  static constexpr bool reads_x = false, writes_x = false, reads_y = true, writes_y = true;
+template <class E, class F>
+struct ScalOp : Streams<E, false, false, true, true> {
+  using V = vec_t<E>;
   Factor<F> a;
   ZOR_HOT void vec(V &, V &y) const { y = a.times(y); }
   void one(E &, E &y) const { y = a.s * y; }
@@ -31,7 +28,7 @@ struct ScalOp {
 template <class E, class F, int Main>
 void scal(int64_t n, F a, E *x, int64_t incx, bool unit) {
   if (n < 1) return;
-  ScalOp<E, F> op{Factor<F>(a)};
+  ScalOp<E, F> op{{}, Factor<F>(a)};
   if (unit && aligned_to(x, sizeof(real_t<E>)))
     unit_path<ScalOp<E, F>, Main>(op, n, x, x);
   else if (incx == 0)

@@ -56,6 +56,16 @@ ZOR_HOT inline int64_t ladder(int64_t count, Block &&block) {
 }
 
 // A scalar factor in vector form: real broadcast, or (re, im) broadcasts.
+// The frame of an element-wise operation: its element, real and register
+// types, and which of the two streams it reads and writes.
+template <class Elem, bool ReadsX, bool WritesX, bool ReadsY, bool WritesY>
+struct Streams {
+  using E = Elem;
+  using R = real_t<Elem>;
+  using V = vec_t<Elem>;
+  static constexpr bool reads_x = ReadsX, writes_x = WritesX, reads_y = ReadsY, writes_y = WritesY;
+};
+
 // times(x) multiplies a register of elements, s * x one element: the same
 // arithmetic, so vector body and scalar tail agree bit for bit.
 template <class E> struct FactorForm { using type = vec_t<E>; };

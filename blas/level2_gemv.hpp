@@ -109,6 +109,31 @@ ZOR_HOT inline void column_groups(int64_t n, Group &&group) {
   }
 }
 
+// The column readers of a group of Cols columns (at most four), from a row
+// at which column 0 stands on a 16-byte boundary to row m, for elements two
+// to a vector: with an odd lda the odd columns stand 8 bytes off and are
+// read by shift-merge (Column<true>), the others by aligned loads. Unused
+// readers point at column 0. A shift-merged read reaches one vector ahead,
+// so when no single row follows the vectors the last pair of rows is read
+// apart (last_pair_apart) and `vectors` counts the rest.
+template <template <bool> class Column, bool OddLda, int Cols>
+struct ColumnGroup {
+  static constexpr bool shifted = OddLda && Cols > 1;
+  Column<false> r0;
+  Column<OddLda && (Cols > 1)> r1;
+  Column<false> r2;
+  Column<OddLda && (Cols > 3)> r3;
+  int64_t vectors;
+  bool last_pair_apart;
+  template <class E>
+  ColumnGroup(const E *const *c, int64_t i, int64_t m)
+      : r0(c[0] + i, c[0] + m), r1(c[Cols > 1 ? 1 : 0] + i, c[Cols > 1 ? 1 : 0] + m),
+        r2(c[Cols > 2 ? 2 : 0] + i, c[Cols > 2 ? 2 : 0] + m), r3(c[Cols > 3 ? 3 : 0] + i, c[Cols > 3 ? 3 : 0] + m),
+        vectors((m - i) / 2), last_pair_apart(shifted && vectors > 0 && ((m - i) & 1) == 0) {
+    vectors -= last_pair_apart;
+  }
+};
+
 // A kernel: y := y + alpha op(A) x on unit-stride x and y, m rows, n columns.
 template <class E>
 using Kernel = void (*)(int64_t m, int64_t n, E alpha, const E *a, int64_t lda, const E *x, E *y);

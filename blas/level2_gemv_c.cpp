@@ -32,7 +32,7 @@ inline const float *re(const Cx *p) { return &p->re; }
 
 struct AlignedColumn {
   const float *a;
-  AlignedColumn(const Cx *p) : a(re(p)) {}
+  AlignedColumn(const Cx *p, const Cx *) : a(re(p)) {}
   ZOR_HOT f32x4 next() {
     const f32x4 v = simd::load_a(a);
     a += 4;
@@ -44,7 +44,7 @@ struct AlignedColumn {
 struct ShiftedColumn {
   const float *a;
   f32x4 prev;
-  ShiftedColumn(const Cx *p) : a(re(p) - 2), prev(simd::load_a(re(p) - 2)) {}
+  ShiftedColumn(const Cx *p, const Cx *) : a(re(p) - 2), prev(simd::load_a(re(p) - 2)) {}
   ZOR_HOT f32x4 next() {
     const f32x4 nx = simd::load_a(a + 4);
     const f32x4 v = simd::as_f32(simd::high_low(simd::as_f64(prev), simd::as_f64(nx)));
@@ -75,20 +75,14 @@ ZOR_HOT inline void accumulate(const f32x4 *col, f32x4 xv, f32x4 *pr, f32x4 *pi)
 template <Trans O, bool OddLda, int Cols>
 ZOR_HOT inline void rows(int64_t i, int64_t m, const Cx *const *c, const simd::Csplat<float> *t, Cx *v,
                          f32x4 *pr, f32x4 *pi) {
-  Column<false> r0(c[0] + i);
-  Column<OddLda && (Cols > 1)> r1(c[Cols > 1 ? 1 : 0] + i);
-  Column<false> r2(c[Cols > 2 ? 2 : 0] + i);
-  Column<OddLda && (Cols > 3)> r3(c[Cols > 3 ? 3 : 0] + i);
-  int64_t nv = (m - i) / 2;
-  const bool last_pair_apart = OddLda && Cols > 1 && nv > 0 && ((m - i) & 1) == 0;
-  nv -= last_pair_apart;
+  ColumnGroup<Column, OddLda, Cols> g(c, i, m);
   Cx *p = v + i;  // y for 'N', x transposed
   f32x4 a[4];
   auto step = [&]() ZOR_HOT {
-    a[0] = r0.next();
-    if constexpr (Cols > 1) a[1] = r1.next();
-    if constexpr (Cols > 2) a[2] = r2.next();
-    if constexpr (Cols > 3) a[3] = r3.next();
+    a[0] = g.r0.next();
+    if constexpr (Cols > 1) a[1] = g.r1.next();
+    if constexpr (Cols > 2) a[2] = g.r2.next();
+    if constexpr (Cols > 3) a[3] = g.r3.next();
   };
   auto apply = [&](f32x4 *col, int64_t at, bool one) ZOR_HOT {
     if constexpr (O == Trans::N) {
@@ -101,12 +95,12 @@ ZOR_HOT inline void rows(int64_t i, int64_t m, const Cx *const *c, const simd::C
       accumulate<Cols>(col, xv, pr, pi);
     }
   };
-  for (; nv > 0; --nv) {
+  for (int64_t nv = g.vectors; nv > 0; --nv) {
     step();
     apply(a, p - v, false);
     p += 2;
   }
-  if (last_pair_apart) {
+  if (g.last_pair_apart) {
     for (int k = 0; k < Cols; ++k) a[k] = pair_at(c[k] + m - 2);
     apply(a, m - 2, false);
   }

@@ -81,28 +81,22 @@ template <bool OddLda, bool YInPhase, int Cols>
 ZOR_HOT inline void n_rows(int64_t i, int64_t m, const double *const *c, const f64x2 *t, const double *ts,
                            double *y) {
   constexpr int Main = Cols == 4 ? 8 : 4;  // vectors a step
-  Column<false> r0(c[0] + i, c[0] + m);
-  Column<OddLda && (Cols > 1)> r1(c[Cols > 1 ? 1 : 0] + i, c[Cols > 1 ? 1 : 0] + m);
-  Column<false> r2(c[Cols > 2 ? 2 : 0] + i, c[Cols > 2 ? 2 : 0] + m);
-  Column<OddLda && (Cols > 3)> r3(c[Cols > 3 ? 3 : 0] + i, c[Cols > 3 ? 3 : 0] + m);
+  ColumnGroup<Column, OddLda, Cols> g(c, i, m);
   double *yp = y + i;
   auto step = [&]() ZOR_HOT {
     f64x2 v = load_y(yp, YInPhase);
-    v = simd::add(v, simd::mul(t[0], r0.next()));
-    if constexpr (Cols > 1) v = simd::add(v, simd::mul(t[1], r1.next()));
-    if constexpr (Cols > 2) v = simd::add(v, simd::mul(t[2], r2.next()));
-    if constexpr (Cols > 3) v = simd::add(v, simd::mul(t[3], r3.next()));
+    v = simd::add(v, simd::mul(t[0], g.r0.next()));
+    if constexpr (Cols > 1) v = simd::add(v, simd::mul(t[1], g.r1.next()));
+    if constexpr (Cols > 2) v = simd::add(v, simd::mul(t[2], g.r2.next()));
+    if constexpr (Cols > 3) v = simd::add(v, simd::mul(t[3], g.r3.next()));
     store_y(yp, v, YInPhase);
     yp += 2;
   };
-  int64_t nv = (m - i) / 2;
-  const bool last_pair_apart = OddLda && Cols > 1 && nv > 0 && ((m - i) & 1) == 0;
-  nv -= last_pair_apart;
-  ladder<Main>(nv, [&]<int Count>() ZOR_HOT {
+  ladder<Main>(g.vectors, [&]<int Count>() ZOR_HOT {
 #pragma GCC unroll 8
     for (int u = 0; u < Count; ++u) step();
   });
-  if (last_pair_apart) {
+  if (g.last_pair_apart) {
     f64x2 v = load_y(yp, YInPhase);
     for (int k = 0; k < Cols; ++k) v = simd::add(v, simd::mul(t[k], pair_at(c[k] + m - 2)));
     store_y(yp, v, YInPhase);
@@ -140,24 +134,18 @@ void n_columns(int64_t m, const double *a, int64_t lda, const double *x, double 
 template <bool OddLda, bool XInPhase, int Cols>
 ZOR_HOT inline void t_rows(int64_t i, int64_t m, const double *const *c, const double *x, f64x2 *acc) {
   constexpr int Main = Cols == 4 ? 8 : 4;
-  Column<false> r0(c[0] + i, c[0] + m);
-  Column<OddLda && (Cols > 1)> r1(c[Cols > 1 ? 1 : 0] + i, c[Cols > 1 ? 1 : 0] + m);
-  Column<false> r2(c[Cols > 2 ? 2 : 0] + i, c[Cols > 2 ? 2 : 0] + m);
-  Column<OddLda && (Cols > 3)> r3(c[Cols > 3 ? 3 : 0] + i, c[Cols > 3 ? 3 : 0] + m);
+  ColumnGroup<Column, OddLda, Cols> g(c, i, m);
   const double *xp = x + i;
   f64x2 s0 = acc[0], s1 = acc[Cols > 1 ? 1 : 0], s2 = acc[Cols > 2 ? 2 : 0], s3 = acc[Cols > 3 ? 3 : 0];
   auto step = [&]() ZOR_HOT {
     const f64x2 xv = load_y(xp, XInPhase);
-    s0 = simd::add(s0, simd::mul(r0.next(), xv));
-    if constexpr (Cols > 1) s1 = simd::add(s1, simd::mul(r1.next(), xv));
-    if constexpr (Cols > 2) s2 = simd::add(s2, simd::mul(r2.next(), xv));
-    if constexpr (Cols > 3) s3 = simd::add(s3, simd::mul(r3.next(), xv));
+    s0 = simd::add(s0, simd::mul(g.r0.next(), xv));
+    if constexpr (Cols > 1) s1 = simd::add(s1, simd::mul(g.r1.next(), xv));
+    if constexpr (Cols > 2) s2 = simd::add(s2, simd::mul(g.r2.next(), xv));
+    if constexpr (Cols > 3) s3 = simd::add(s3, simd::mul(g.r3.next(), xv));
     xp += 2;
   };
-  int64_t nv = (m - i) / 2;
-  const bool last_pair_apart = OddLda && Cols > 1 && nv > 0 && ((m - i) & 1) == 0;
-  nv -= last_pair_apart;
-  ladder<Main>(nv, [&]<int Count>() ZOR_HOT {
+  ladder<Main>(g.vectors, [&]<int Count>() ZOR_HOT {
 #pragma GCC unroll 8
     for (int u = 0; u < Count; ++u) step();
   });
@@ -165,7 +153,7 @@ ZOR_HOT inline void t_rows(int64_t i, int64_t m, const double *const *c, const d
   if constexpr (Cols > 1) acc[1] = s1;
   if constexpr (Cols > 2) acc[2] = s2;
   if constexpr (Cols > 3) acc[3] = s3;
-  if (last_pair_apart) {
+  if (g.last_pair_apart) {
     const f64x2 xv = load_y(xp, XInPhase);
     for (int k = 0; k < Cols; ++k) acc[k] = simd::add(acc[k], simd::mul(pair_at(c[k] + m - 2), xv));
   }

@@ -9,12 +9,15 @@
 // reads and writes through load_any / store_any, which compile to the same
 // single move as a plain access.
 #pragma once
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <type_traits>
+
+#include <zor/export.h>
 
 #include "frame/traits.hpp"
 
@@ -77,6 +80,23 @@ inline void store_any(E *p, E v) {
 template <class R> inline R *reals(cplx<R> *p) { return reinterpret_cast<R *>(p); }
 template <class R> inline const R *reals(const cplx<R> *p) { return reinterpret_cast<const R *>(p); }
 template <class R> inline R *reals(R *p) { return p; }
+
+// ---- the element arrays and scalars of the C boundary as the kernels'
+// types: zor_complex8 and zor_complex16 of <zor/export.h> are the bytes of
+// cplx<float> and cplx<double>; float and double stand as they are.
+template <class P> struct ElemOf { using type = P; };
+template <> struct ElemOf<zor_complex8> { using type = cplx<float>; };
+template <> struct ElemOf<zor_complex16> { using type = cplx<double>; };
+template <class P>
+inline auto elems(P *p) {
+  using E = typename ElemOf<std::remove_const_t<P>>::type;
+  if constexpr (std::is_const_v<P>) return reinterpret_cast<const E *>(p);
+  else return reinterpret_cast<E *>(p);
+}
+template <class P>
+inline auto elem_value(P v) {
+  return std::bit_cast<typename ElemOf<P>::type>(v);
+}
 
 }  // namespace zor
 

@@ -63,6 +63,15 @@ struct imports {
   static constexpr auto xdotu = per_precision<T>(none,             none,             zor_blas_cdotu,   zor_blas_zdotu);   // result first
   static constexpr auto xgemv = per_precision<T>(zor_blas_xsgemv,  zor_blas_xdgemv,  zor_blas_xcgemv,  zor_blas_xzgemv);
   static constexpr auto xgemm = per_precision<T>(zor_blas_xsgemm,  zor_blas_xdgemm,  zor_blas_xcgemm,  zor_blas_xzgemm);
+  // sparse vectors: nz, the compressed x, 1-based indices, the full y
+  static constexpr auto axpyi = per_precision<T>(zor_blas_saxpyi,  zor_blas_daxpyi,  zor_blas_caxpyi,  zor_blas_zaxpyi);
+  static constexpr auto doti  = per_precision<T>(zor_blas_sdoti,   zor_blas_ddoti,   none,             none);
+  static constexpr auto dotui = per_precision<T>(none,             none,             zor_blas_cdotui,  zor_blas_zdotui);  // result first
+  static constexpr auto dotci = per_precision<T>(none,             none,             zor_blas_cdotci,  zor_blas_zdotci);  // result first
+  static constexpr auto gthr  = per_precision<T>(zor_blas_sgthr,   zor_blas_dgthr,   zor_blas_cgthr,   zor_blas_zgthr);
+  static constexpr auto gthrz = per_precision<T>(zor_blas_sgthrz,  zor_blas_dgthrz,  zor_blas_cgthrz,  zor_blas_zgthrz);
+  static constexpr auto sctr  = per_precision<T>(zor_blas_ssctr,   zor_blas_dsctr,   zor_blas_csctr,   zor_blas_zsctr);
+  static constexpr auto roti  = per_precision<T>(zor_blas_sroti,   zor_blas_droti,   none,             none);
   // ---- the provider's checked entries
   static constexpr auto axpy  = per_precision<T>(zor_blas_saxpy,   zor_blas_daxpy,   zor_blas_caxpy,   zor_blas_zaxpy);
   static constexpr auto swap  = per_precision<T>(zor_blas_sswap,   zor_blas_dswap,   zor_blas_cswap,   zor_blas_zswap);

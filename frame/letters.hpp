@@ -27,44 +27,19 @@ enum class Diag : char { none = 0, N = 'N', U = 'U' };  // U: unit diagonal, not
 enum class Side : char { none = 0, L = 'L', R = 'R' };  // A on the left or the right
 enum class Order : char { none = 0, R = 'R', C = 'C' };  // row-major or column-major
 
+// Each enum's values are its capitals, so a letter is its byte when it is
+// one of them.
+template <class Letter, char... Capitals>
+inline Letter letter_among(char c) {
+  const char u = letter_of(c);
+  return ((u == Capitals) || ...) ? Letter(u) : Letter::none;
+}
 template <class Letter> inline Letter read_letter(char c);
-template <> inline Trans read_letter<Trans>(char c) {
-  switch (letter_of(c)) {
-    case 'N': return Trans::N;
-    case 'T': return Trans::T;
-    case 'C': return Trans::C;
-    case 'R': return Trans::R;
-    default: return Trans::none;
-  }
-}
-template <> inline Uplo read_letter<Uplo>(char c) {
-  switch (letter_of(c)) {
-    case 'U': return Uplo::U;
-    case 'L': return Uplo::L;
-    default: return Uplo::none;
-  }
-}
-template <> inline Diag read_letter<Diag>(char c) {
-  switch (letter_of(c)) {
-    case 'N': return Diag::N;
-    case 'U': return Diag::U;
-    default: return Diag::none;
-  }
-}
-template <> inline Side read_letter<Side>(char c) {
-  switch (letter_of(c)) {
-    case 'L': return Side::L;
-    case 'R': return Side::R;
-    default: return Side::none;
-  }
-}
-template <> inline Order read_letter<Order>(char c) {
-  switch (letter_of(c)) {
-    case 'R': return Order::R;
-    case 'C': return Order::C;
-    default: return Order::none;
-  }
-}
+template <> inline Trans read_letter<Trans>(char c) { return letter_among<Trans, 'N', 'T', 'C', 'R'>(c); }
+template <> inline Uplo read_letter<Uplo>(char c) { return letter_among<Uplo, 'U', 'L'>(c); }
+template <> inline Diag read_letter<Diag>(char c) { return letter_among<Diag, 'N', 'U'>(c); }
+template <> inline Side read_letter<Side>(char c) { return letter_among<Side, 'L', 'R'>(c); }
+template <> inline Order read_letter<Order>(char c) { return letter_among<Order, 'R', 'C'>(c); }
 
 inline Trans read_trans(const char *p) { return read_letter<Trans>(*p); }
 inline Uplo read_uplo(const char *p) { return read_letter<Uplo>(*p); }

@@ -361,7 +361,9 @@ ZOR_API void zor_serv_deallocate(void *p) {
   if (MmDisabled.load(relaxed) != 1) {
     if (ThreadRecord *r = lookup_thread()) {
       const int32_t slot_count = r->slot_count.load();
-      for (int s = 0; s < slot_count; ++s) {
+      // Unrolled: the hit path of every free walks at most five slots.
+#pragma GCC unroll 5
+      for (int s = 0; s < kSlots && s < slot_count; ++s) {
         if (r->aligned[s].load() == p) {
           r->in_use[s].store(0, release);
           return;

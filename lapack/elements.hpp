@@ -1,6 +1,6 @@
-// Element arithmetic of the LAPACK kernels, written once for the real and
-// the complex element types: conjugation by a flag, reciprocals and
-// quotients, and the pivot test.
+// Element arithmetic of the LAPACK kernels beyond the shared element
+// helpers, written once for the real and the complex element types:
+// reciprocals and quotients, products with a real factor, the pivot test.
 //
 // Complex quotients use the scaled (Smith) formula, so that neither the
 // squared magnitude of the divisor nor its products overflow or underflow
@@ -13,20 +13,9 @@
 #include <cstdint>
 #include <type_traits>
 
-#include "frame/traits.hpp"
+#include "frame/element.hpp"
 
 namespace zor::lapack {
-
-template <class E> struct RealOf { using type = E; };
-template <class R> struct RealOf<cplx<R>> { using type = R; };
-template <class E> using real_t = typename RealOf<E>::type;
-template <class E> inline constexpr bool is_complex_v = !std::is_same_v<E, real_t<E>>;
-
-template <bool Conj, class E>
-inline E conj_if(E a) {
-  if constexpr (Conj && is_complex_v<E>) return conj(a);
-  else return a;
-}
 
 template <class R> inline R times_real(R a, R r) { return a * r; }
 template <class R> inline cplx<R> times_real(cplx<R> a, R r) { return {a.re * r, a.im * r}; }
@@ -55,8 +44,5 @@ template <class R> inline bool unusable_pivot(R d) { return !(d > R(0) || d < R(
 template <class R> inline bool unusable_pivot(cplx<R> d) {
   return (d.re == R(0) && d.im == R(0)) || d.re != d.re || d.im != d.im;
 }
-
-template <class R> inline bool is_zero(R a) { return a == R(0); }
-template <class R> inline bool is_zero(cplx<R> a) { return a.re == R(0) && a.im == R(0); }
 
 }  // namespace zor::lapack

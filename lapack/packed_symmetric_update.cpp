@@ -26,18 +26,16 @@ namespace {
 
 using C8 = cplx<float>;
 
-inline bool at_16(const void *p) { return (reinterpret_cast<uintptr_t>(p) & 15) == 0; }
-
 // col[i] += x[i] t for i < len, unit strides.
 void column_update(int64_t len, C8 t, const C8 *x, C8 *col) {
   int64_t i = 0;
-  if ((reinterpret_cast<uintptr_t>(col) & 7) == 0) {
-    if (!at_16(col) && len > 0) {
+  if (aligned_to(col, 8)) {
+    if (phase(col) != 0 && len > 0) {
       col[0] = col[0] + x[0] * t;
       i = 1;
     }
-    const simd::f32x4 re = simd::splat(t.re), im = simd::splat(t.im);
-    auto product = [&](simd::f32x4 v) { return simd::addsub(simd::mul(re, v), simd::mul(im, simd::swap_pairs(v))); };
+    const simd::Csplat<float> f = simd::csplat(t);
+    auto product = [&](simd::f32x4 v) { return simd::cmul(f, v); };
     float *c = reinterpret_cast<float *>(col);
     const float *xs = reinterpret_cast<const float *>(x);
     for (; i + 4 <= len; i += 4) {

@@ -32,12 +32,6 @@
 namespace zor::lapack {
 namespace {
 
-template <class R> using vreg = typename VectorOf<R>::type;
-template <class R> inline constexpr int kLanes = int(16 / sizeof(R));
-
-inline bool aligned_16(const void *p) { return (reinterpret_cast<uintptr_t>(p) & 15) == 0; }
-inline bool aligned_to(const void *p, size_t bytes) { return (reinterpret_cast<uintptr_t>(p) & (bytes - 1)) == 0; }
-
 // Runs op over elements [0, n): scalar until `anchor` + i is 16-byte
 // aligned (if it can be), then whole vectors, then the scalar tail.
 // op.one(i) does one element, op.vec(i) kLanes elements from i on, with
@@ -46,8 +40,8 @@ template <class R, class Op>
 void peeled(int64_t n, const R *anchor, const Op &op) {
   int64_t i = 0;
   if (aligned_to(anchor, sizeof(R))) {
-    for (; i < n && !aligned_16(anchor + i); ++i) op.one(i);
-    for (; i + kLanes<R> <= n; i += kLanes<R>) op.vec(i);
+    for (; i < n && phase(anchor + i) != 0; ++i) op.one(i);
+    for (; i + lanes<R> <= n; i += lanes<R>) op.vec(i);
   }
   for (; i < n; ++i) op.one(i);
 }
@@ -67,7 +61,7 @@ void lartv(int64_t n, E *x, int64_t incx, E *y, int64_t incy, const real_t<E> *c
           y[i] = c[i] * yi - s[i] * xi;
         }
         void vec(int64_t i) const {
-          vreg<R> xi = simd::load_u(x + i), yi = simd::load_a(y + i), ci = simd::load_u(c + i),
+          vec_t<R> xi = simd::load_u(x + i), yi = simd::load_a(y + i), ci = simd::load_u(c + i),
                  si = simd::load_u(s + i);
           simd::store_u(x + i, simd::add(simd::mul(ci, xi), simd::mul(si, yi)));
           simd::store_a(y + i, simd::sub(simd::mul(ci, yi), simd::mul(si, xi)));
@@ -94,15 +88,15 @@ void rot2(int64_t n, E *x, E *y, E tau, E v) {
       struct Op {
         R *x, *y;
         R tau, v;
-        vreg<R> vtau, vv;
+        vec_t<R> vtau, vv;
         void one(int64_t i) const {
           R t = (v * y[i] + x[i]) * tau;
           x[i] = x[i] - t;
           y[i] = y[i] - t * v;
         }
         void vec(int64_t i) const {
-          vreg<R> xi = simd::load_u(x + i), yi = simd::load_a(y + i);
-          vreg<R> t = simd::mul(simd::add(simd::mul(vv, yi), xi), vtau);
+          vec_t<R> xi = simd::load_u(x + i), yi = simd::load_a(y + i);
+          vec_t<R> t = simd::mul(simd::add(simd::mul(vv, yi), xi), vtau);
           simd::store_u(x + i, simd::sub(xi, t));
           simd::store_a(y + i, simd::sub(yi, simd::mul(t, vv)));
         }
@@ -128,7 +122,7 @@ void rot3(int64_t n, E *x, E *y, E *z, E tau, E p, E q) {
       struct Op {
         R *x, *y, *z;
         R tau, p, q;
-        vreg<R> vtau, vp, vq;
+        vec_t<R> vtau, vp, vq;
         void one(int64_t i) const {
           R t = ((x[i] + p * y[i]) + q * z[i]) * tau;
           x[i] = x[i] - t;
@@ -136,8 +130,8 @@ void rot3(int64_t n, E *x, E *y, E *z, E tau, E p, E q) {
           z[i] = z[i] - q * t;
         }
         void vec(int64_t i) const {
-          vreg<R> xi = simd::load_u(x + i), yi = simd::load_u(y + i), zi = simd::load_a(z + i);
-          vreg<R> t = simd::mul(simd::add(simd::add(xi, simd::mul(vp, yi)), simd::mul(vq, zi)), vtau);
+          vec_t<R> xi = simd::load_u(x + i), yi = simd::load_u(y + i), zi = simd::load_a(z + i);
+          vec_t<R> t = simd::mul(simd::add(simd::add(xi, simd::mul(vp, yi)), simd::mul(vq, zi)), vtau);
           simd::store_u(x + i, simd::sub(xi, t));
           simd::store_u(y + i, simd::sub(yi, simd::mul(vp, t)));
           simd::store_a(z + i, simd::sub(zi, simd::mul(vq, t)));

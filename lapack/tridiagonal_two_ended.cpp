@@ -50,6 +50,7 @@
 
 #include <cstdint>
 
+#include "frame/letters.hpp"
 #include "lapack/elements.hpp"
 
 namespace zor::lapack {
@@ -209,24 +210,22 @@ void solve_transposed(int64_t n, const E *dl, const E *d, const E *du, Columns<E
   for (; i >= 0; --i) out_above(i);
 }
 
-enum class Op { plain, transposed, conjugated };
-
 template <class E, int W>
-void solve_block(Op op, int64_t n, const E *dl, const E *d, const E *du, E *b, int64_t ldb) {
+void solve_block(Trans op, int64_t n, const E *dl, const E *d, const E *du, E *b, int64_t ldb) {
   const Columns<E, W> x{b, ldb};
-  if (op == Op::plain) solve_plain<E, W>(n, dl, d, du, x);
-  else if (op == Op::transposed || !is_complex_v<E>) solve_transposed<E, W, false>(n, dl, d, du, x);
+  if (op == Trans::N) solve_plain<E, W>(n, dl, d, du, x);
+  else if (op == Trans::T || !is_complex_v<E>) solve_transposed<E, W, false>(n, dl, d, du, x);
   else solve_transposed<E, W, true>(n, dl, d, du, x);
 }
 
 template <class E, int... Counts>
-void solve_remainder(int count, Op op, int64_t n, const E *dl, const E *d, const E *du, E *b, int64_t ldb,
+void solve_remainder(int count, Trans op, int64_t n, const E *dl, const E *d, const E *du, E *b, int64_t ldb,
                      std::integer_sequence<int, Counts...>) {
   ((count == Counts + 1 ? solve_block<E, Counts + 1>(op, n, dl, d, du, b, ldb) : void()), ...);
 }
 
 template <class E>
-void solve(Op op, int64_t n, int64_t nrhs, const E *dl, const E *d, const E *du, E *b, int64_t ldb) {
+void solve(Trans op, int64_t n, int64_t nrhs, const E *dl, const E *d, const E *du, E *b, int64_t ldb) {
   const int64_t grouped = nrhs & ~int64_t(7);
   for (int64_t j = 0; j < grouped; j += 8) solve_block<E, 8>(op, n, dl, d, du, b + j * ldb, ldb);
   if (nrhs > grouped)
@@ -245,14 +244,8 @@ void dttrsb(char trans, int64_t n, int64_t nrhs, const E *dl, const E *d, const 
             int64_t *info) {
   *info = 0;
   if (n <= 0 || nrhs <= 0) return;
-  Op op;
-  switch (trans) {
-    case 'N': case 'n': op = Op::plain; break;
-    case 'T': case 't': op = Op::transposed; break;
-    case 'C': case 'c': op = Op::conjugated; break;
-    default: return;
-  }
-  solve(op, n, nrhs, dl, d, du, b, ldb);
+  const Trans op = read_letter<Trans>(trans);
+  if (op == Trans::N || op == Trans::T || op == Trans::C) solve(op, n, nrhs, dl, d, du, b, ldb);
 }
 
 template <class E>
@@ -264,7 +257,7 @@ void dtsvb(int64_t n, int64_t nrhs, E *dl, E *d, E *du, E *b, int64_t ldb, int64
       Apply<E, 1>{dl, d, du, {b, 0}}.back_out(n, steps_from_each_end(n));
     return;
   }
-  if ((*info = factor<E, false>(n, dl, d, du, nullptr)) == 0) solve(Op::plain, n, nrhs, dl, d, du, b, ldb);
+  if ((*info = factor<E, false>(n, dl, d, du, nullptr)) == 0) solve(Trans::N, n, nrhs, dl, d, du, b, ldb);
 }
 
 }  // namespace

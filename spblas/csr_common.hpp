@@ -1,6 +1,7 @@
 // What all CSR kernels share: the kind a kernel name spells, the view of the
-// caller's row arrays, dense operands seen as strided vectors, conjugation
-// at the point of reading, and the complex reciprocal of the pivots.
+// caller's row arrays, dense operands seen as strided vectors, and the
+// complex reciprocal of the pivots. A stored value is conjugated where it is
+// read (conj_if of frame/element.hpp).
 //
 // Row i (one-based) occupies positions row_begin[i-1]-b .. row_end[i-1]-b-1
 // where b = row_begin[0] is read from the data; the base of the kernel name
@@ -10,7 +11,8 @@
 #include <cstdint>
 #include <type_traits>
 
-#include "frame/traits.hpp"
+#include "frame/element.hpp"
+#include "spblas/parameters.hpp"
 
 namespace zor::spblas {
 
@@ -23,31 +25,25 @@ struct Kind {
   char diag;       // n, u or _
 };
 
-template <class E> struct is_cplx : std::false_type {};
-template <class R> struct is_cplx<cplx<R>> : std::true_type {};
-
-// The value as the kernel reads it: its imaginary part's sign bit flipped
-// when the kernel conjugates.
-template <bool Conj, class E>
-inline E rd(E v) {
-  if constexpr (Conj && is_cplx<E>::value) return conj(v);
-  else return v;
-}
-
-template <class E> inline E zero_of() { return E{}; }
-
 // 0 - v in each part: +0 stays +0.
 template <class E>
 inline E negate_from_zero(E v) {
-  if constexpr (is_cplx<E>::value) return {decltype(v.re)(0) - v.re, decltype(v.re)(0) - v.im};
+  if constexpr (is_complex_v<E>) return {decltype(v.re)(0) - v.re, decltype(v.re)(0) - v.im};
   else return E(0) - v;
+}
+
+// -v in each part: the sign bits flipped.
+template <class E>
+inline E negated(E v) {
+  if constexpr (is_complex_v<E>) return {-v.re, -v.im};
+  else return -v;
 }
 
 // The reciprocal of a pivot. Complex: one real reciprocal d = 1/(re^2 + im^2)
 // and the conjugate scaled by it; no guard against overflow.
 template <class E>
 inline E reciprocal(E v) {
-  if constexpr (is_cplx<E>::value) {
+  if constexpr (is_complex_v<E>) {
     auto d = decltype(v.re)(1) / (v.re * v.re + v.im * v.im);
     return {v.re * d, -v.im * d};
   } else {
@@ -59,7 +55,7 @@ inline E reciprocal(E v) {
 // reciprocal of b in the complex ones.
 template <class E>
 inline E divide(E a, E b) {
-  if constexpr (is_cplx<E>::value) return a * reciprocal(b);
+  if constexpr (is_complex_v<E>) return a * reciprocal(b);
   else return a / b;
 }
 
@@ -113,13 +109,6 @@ inline void for_row_chunks(int64_t lo, int64_t hi, F &&body) {
     int64_t a = lo + c * len, z = (c == count - 1) ? hi : a + len - 1;
     body(a, z);
   }
-}
-
-template <class T, class P>
-inline auto elems(P *p) {
-  static_assert(sizeof(P) == sizeof(typename T::elem));
-  if constexpr (std::is_const_v<P>) return reinterpret_cast<const typename T::elem *>(p);
-  else return reinterpret_cast<typename T::elem *>(p);
 }
 
 }  // namespace zor::spblas

@@ -4,29 +4,16 @@
 // diagonal solves read alpha, unlike the triangular ones). A unit diagonal
 // is y += alpha x, done by the provider's checked axpy.
 #pragma once
+#include "frame/imports.hpp"
 #include "spblas/csr_common.hpp"
-
-extern "C" {
-// The provider's checked level-1 entries.
-void zor_blas_saxpy(const int64_t *n, const float *a, const float *x, const int64_t *incx, float *y,
-                    const int64_t *incy);
-void zor_blas_daxpy(const int64_t *n, const double *a, const double *x, const int64_t *incx, double *y,
-                    const int64_t *incy);
-void zor_blas_caxpy(const int64_t *n, const void *a, const void *x, const int64_t *incx, void *y,
-                    const int64_t *incy);
-void zor_blas_zaxpy(const int64_t *n, const void *a, const void *x, const int64_t *incx, void *y,
-                    const int64_t *incy);
-}
 
 namespace zor::spblas {
 
+// y[0..n) += alpha x[0..n) by the provider's checked axpy of the precision.
 template <class T, class E>
 inline void diagonal_unit_axpy(int64_t n, E alpha, const E *x, E *y) {
-  const int64_t one = 1;
-  if constexpr (T::letter == 's') zor_blas_saxpy(&n, &alpha, x, &one, y, &one);
-  else if constexpr (T::letter == 'd') zor_blas_daxpy(&n, &alpha, x, &one, y, &one);
-  else if constexpr (T::letter == 'c') zor_blas_caxpy(&n, &alpha, x, &one, y, &one);
-  else zor_blas_zaxpy(&n, &alpha, x, &one, y, &one);
+  const zor_int len = n, one = 1;
+  imports<T>::axpy(&len, &alpha, x, &one, y, &one);
 }
 
 // The quotient alpha / d of row i, d the first entry with column >= row.
@@ -34,7 +21,7 @@ template <Kind K, class E, class I>
 inline E diagonal_quotient(const Csr<E, I, K.base> &a, E alpha, int64_t i) {
   int64_t k = a.begin(i), q = a.end(i);
   while (k < q && a.col(k) < i - 1) ++k;
-  return divide(alpha, rd<K.op == 'c'>(a.vals[k]));
+  return divide(alpha, conj_if<K.op == 'c'>(a.vals[k]));
 }
 
 template <Kind K, class E, class I, class Y>

@@ -20,8 +20,8 @@ void csr_mv_par(const I *first, const I *last, const I *, const P *alpha, const 
   using E = typename T::elem;
   int64_t lo = *first, hi = *last;
   if (hi < lo) return;
-  Csr<E, I, K.base> a(elems<T>(vals), cols, row_begin, row_end);
-  mv_rows<T, K>(a, *elems<T>(alpha), Contiguous<const E>{elems<T>(x)}, Contiguous<E>{elems<T>(y)}, lo, hi);
+  Csr<E, I, K.base> a(elems(vals), cols, row_begin, row_end);
+  mv_rows<T, K>(a, *elems(alpha), Contiguous<const E>{elems(x)}, Contiguous<E>{elems(y)}, lo, hi);
 }
 
 template <class T, Kind K, class I, class P>
@@ -31,10 +31,10 @@ void csr_mv_seq(const I *m, const P *alpha, const P *vals, const I *cols, const 
   int64_t rows = *m;
   if (rows < 1) return;
   if constexpr (K.structure == 'd' && K.diag == 'u') {
-    diagonal_unit_axpy<T>(rows, *elems<T>(alpha), elems<T>(x), elems<T>(y));
+    diagonal_unit_axpy<T>(rows, *elems(alpha), elems(x), elems(y));
   } else {
-    Csr<E, I, K.base> a(elems<T>(vals), cols, row_begin, row_end);
-    mv_all<T, K>(a, *elems<T>(alpha), Contiguous<const E>{elems<T>(x)}, Contiguous<E>{elems<T>(y)}, rows);
+    Csr<E, I, K.base> a(elems(vals), cols, row_begin, row_end);
+    mv_all<T, K>(a, *elems(alpha), Contiguous<const E>{elems(x)}, Contiguous<E>{elems(y)}, rows);
   }
 }
 
@@ -45,10 +45,10 @@ void csr_mm_par(const I *first, const I *last, const I *m, const I *k, const P *
   using E = typename T::elem;
   int64_t lo = *first, hi = *last, rows = *m;
   if (hi < lo || rows < 1) return;
-  Csr<E, I, K.base> a(elems<T>(vals), cols, row_begin, row_end);
-  const E al = *elems<T>(alpha);
-  const E *bb = elems<T>(b);
-  E *cc = elems<T>(c);
+  Csr<E, I, K.base> a(elems(vals), cols, row_begin, row_end);
+  const E al = *elems(alpha);
+  const E *bb = elems(b);
+  E *cc = elems(c);
   int64_t lb = *ldb, lc = *ldc;
   if constexpr (K.structure == 'g' && (K.op == 'n' || K.op == 's')) {
     // Row-major operands: each row is read once for four dense columns at
@@ -57,9 +57,8 @@ void csr_mm_par(const I *first, const I *last, const I *m, const I *k, const P *
     int64_t rs = K.base == 0 ? lb : 1, cs = K.base == 0 ? 1 : lb;
     auto at = [&](int64_t i, int64_t j) -> E & { return K.base == 0 ? cc[(i - 1) * lc + j] : cc[j * lc + i - 1]; };
     auto rows_of = [&](int64_t r0, int64_t r1, int64_t j0, int64_t j1) {
-      constexpr int64_t ahead = 16;
       for (int64_t i = r0; i <= r1; ++i) {
-        if (i + ahead <= r1) touch_row_columns(a, i + ahead, bb + j0 * cs, rs, cs, int(j1 - j0 < 4 ? j1 - j0 : 4));
+        if (i + tuned::kMmRowsAhead <= r1) touch_row_columns(a, i + tuned::kMmRowsAhead, bb + j0 * cs, rs, cs, int(j1 - j0 < 4 ? j1 - j0 : 4));
         int64_t p = a.begin(i), q = a.end(i);
         if (q - p < 1) continue;
         E s[4];
@@ -78,7 +77,7 @@ void csr_mm_par(const I *first, const I *last, const I *m, const I *k, const P *
       // Column-major: one column at a time keeps a single x stream, which
       // random columns need; the cache rule decides whether the rows go in
       // blocks whose entries stay in cache while the columns pass over them.
-      using W = MmWeights<T::letter, K.op>;
+      using W = fixed::MmWeights<T::letter, K.op>;
       MmPlan plan = mm_plan<sizeof(I) == 4>(rows, int64_t(row_end[rows - 1]), int64_t(*k), W::p, W::q);
       int64_t nblocks = plan.blocked ? plan.nblocks : 1, block = plan.blocked ? plan.block : rows;
       for (int64_t blk = 0; blk < nblocks; ++blk) {
@@ -103,9 +102,9 @@ void csr_mm_seq(const I *m, const I *n, const P *alpha, const P *vals, const I *
   static_assert(K.structure == 'd');
   int64_t rows = *m, ncols = *n, lb = *ldb, lc = *ldc;
   if (rows < 1) return;
-  const E al = *elems<T>(alpha);
-  const E *bb = elems<T>(b);
-  E *cc = elems<T>(c);
+  const E al = *elems(alpha);
+  const E *bb = elems(b);
+  E *cc = elems(c);
   if constexpr (K.diag == 'u') {
     // One axpy per row of length n (c) or per column of length m (f).
     if constexpr (K.base == 0) {
@@ -114,7 +113,7 @@ void csr_mm_seq(const I *m, const I *n, const P *alpha, const P *vals, const I *
       for (int64_t j = 0; j < ncols; ++j) diagonal_unit_axpy<T>(rows, al, bb + j * lb, cc + j * lc);
     }
   } else {
-    Csr<E, I, K.base> a(elems<T>(vals), cols, row_begin, row_end);
+    Csr<E, I, K.base> a(elems(vals), cols, row_begin, row_end);
     for (int64_t j = 0; j < ncols; ++j)
       mv_all<T, K>(a, al, dense_column<K.base>(bb, lb, j), dense_column<K.base>(cc, lc, j), rows);
   }
@@ -126,11 +125,11 @@ void csr_sv_seq(const I *m, const P *alpha, const P *vals, const I *cols, const 
   using E = typename T::elem;
   int64_t rows = *m;
   if (rows < 1) return;
-  Csr<E, I, K.base> a(elems<T>(vals), cols, row_begin, row_end);
+  Csr<E, I, K.base> a(elems(vals), cols, row_begin, row_end);
   if constexpr (K.structure == 'd') {
-    diagonal_sv<K>(a, *elems<T>(alpha), Contiguous<E>{elems<T>(y)}, rows);
+    diagonal_sv<K>(a, *elems(alpha), Contiguous<E>{elems(y)}, rows);
   } else {
-    sv_triangular<T, K>(a, Contiguous<E>{elems<T>(y)}, rows);
+    sv_triangular<T, K>(a, Contiguous<E>{elems(y)}, rows);
   }
 }
 
@@ -140,11 +139,11 @@ void csr_sm_par(const I *first, const I *last, const I *m, const I *k, const P *
   using E = typename T::elem;
   int64_t lo = *first, hi = *last, rows = *m;
   if (hi < lo || rows < 1) return;
-  Csr<E, I, K.base> a(elems<T>(vals), cols, row_begin, row_end);
+  Csr<E, I, K.base> a(elems(vals), cols, row_begin, row_end);
   if constexpr (K.structure == 'd') {
-    diagonal_sm<K>(a, *elems<T>(alpha), elems<T>(y), int64_t(*ldy), rows, lo, hi);
+    diagonal_sm<K>(a, *elems(alpha), elems(y), int64_t(*ldy), rows, lo, hi);
   } else {
-    sm_triangular<T, K>(a, elems<T>(y), int64_t(*ldy), rows, int64_t(*k), lo, hi);
+    sm_triangular<T, K>(a, elems(y), int64_t(*ldy), rows, int64_t(*k), lo, hi);
   }
 }
 
@@ -156,13 +155,13 @@ void csr_gemv_par(const I *first, const I *last, const void *, const void *, con
   using E = typename T::elem;
   int64_t lo = *first, hi = *last;
   if (hi < lo) return;
-  const E *v = elems<T>(vals);
-  const E *xp = elems<T>(x);
-  E *yp = elems<T>(y);
+  const E *v = elems(vals);
+  const E *xp = elems(x);
+  E *yp = elems(y);
   int64_t b = row_ptr[0];
   for (int64_t i = lo; i <= hi; ++i) {
     int64_t p = int64_t(row_ptr[i - 1]) - b, q = int64_t(row_ptr[i]) - b;
-    E s = zero_of<E>();
+    E s = E{};
     int64_t k = p;
     for (; k + 4 <= q; k += 4) {
       s = s + v[k] * xp[int64_t(cols[k]) - K.base];

@@ -5,22 +5,20 @@
 //
 //   A := (row_end[m-1] - 1) / m (integer division), K := k
 //   work  := trunc(m * (p*A + q*K)), in double precision
-//   block := trunc(0.25 * (17000000.0 / (q*A + p*K)))
+//   block := trunc(kMmBlockShare * (kMmWorkLimit / (q*A + p*K)))
 //   nblocks := m / block, at least 1
-//   work < 17000000: column by column; else block, column, row, entries
+//   work < kMmWorkLimit: column by column; else block, column, row, entries
 //
 // The 32-bit twins truncate work to 32 bits (a product beyond the range
 // comes out negative and so selects the column path) and compare it in single
 // precision. A block of 0 rows (q*A + p*K above 4250000) would divide by
-// zero; it takes the blocked path with one block of all rows.
-//
-//   kernels               p   q
-//   s                     8  12
-//   d, c                 20  12
-//   z, and c, z op s     36  20
+// zero; it takes the blocked path with one block of all rows. The weights
+// (p, q) per kernel stand in parameters.hpp.
 #pragma once
 #include <cstdint>
 #include <limits>
+
+#include "spblas/parameters.hpp"
 
 namespace zor::spblas {
 
@@ -28,12 +26,6 @@ struct MmPlan {
   bool blocked;
   int64_t block;    // rows per block (the last block takes the rest)
   int64_t nblocks;
-};
-
-template <char Letter, char Op>
-struct MmWeights {
-  static constexpr int p = Letter == 's' ? 8 : (Letter == 'z' || Op == 's') ? 36 : 20;
-  static constexpr int q = (Letter == 'z' || Op == 's') ? 20 : 12;
 };
 
 // Truncation as the processor's conversion does it: a value out of range
@@ -49,17 +41,17 @@ template <bool Lp64>
 inline MmPlan mm_plan(int64_t m, int64_t last_row_end, int64_t k, int p, int q) {
   int64_t A = (last_row_end - 1) / m;
   double work_d = double(m) * (double(p) * double(A) + double(q) * double(k));
-  double block_d = 0.25 * (17000000.0 / (double(q) * double(A) + double(p) * double(k)));
+  double block_d = fixed::kMmBlockShare * (double(fixed::kMmWorkLimit) / (double(q) * double(A) + double(p) * double(k)));
   int64_t block, nblocks;
   bool small;
   if constexpr (Lp64) {
     int32_t work = truncate<int32_t>(work_d);
     block = truncate<int32_t>(block_d);
-    small = float(work) < 17000000.0f;
+    small = float(work) < float(fixed::kMmWorkLimit);
   } else {
     int64_t work = truncate<int64_t>(work_d);
     block = truncate<int64_t>(block_d);
-    small = work < 17000000;
+    small = work < fixed::kMmWorkLimit;
   }
   if (block == 0) return {true, m, 1};
   nblocks = m / block;

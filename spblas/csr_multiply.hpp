@@ -13,7 +13,8 @@
 //   s, h         non-unit: one pass, the mirrored entry first; unit: the
 //                plain row dot, then a second pass that takes back the
 //                diagonal and the ignored triangle and scatters the mirror
-//   a            two passes as the unit symmetric form; the mirror is taken away
+//   a            two passes as the unit symmetric form; the mirror is taken away;
+//                op c runs op n on the conjugated values with alpha negated
 //   d            every stored diagonal entry, two entries a pass
 //
 // The two-pass forms round differently from the one-pass ones and let a
@@ -38,7 +39,7 @@ template <class T, Kind K>
 constexpr int64_t mv_chunk_rows() {
   bool pair = (K.op == 'c' && K.structure == 's') || (K.op == 'n' && K.structure == 'h') ||
               (K.op == 't' && K.structure == 'h');
-  return (T::complex && K.base == 0 && pair) ? 20000 : INT64_MAX;
+  return (T::complex && K.base == 0 && pair) ? fixed::kChunkComplexPairs : INT64_MAX;
 }
 
 // Rows lo..hi of a kernel whose rows are independent in what they read
@@ -48,21 +49,26 @@ inline void mv_rows(const Csr<E, I, K.base> &a, E alpha, X x, Y y, int64_t lo, i
   constexpr bool conj_read = K.op == 'c' || K.op == 's';
   constexpr char S = K.structure;
   if constexpr (S == 'g' && (K.op == 'n' || K.op == 's')) {
-    constexpr int64_t ahead = 16;
-    for (int64_t i = lo; i <= hi; ++i) {
-      if (i + ahead <= hi) touch_row(a, i + ahead, x);
-      int64_t p = a.begin(i), q = a.end(i);
-      if (q - p < 1) continue;
-      E s = row_dot<conj_read>(a, p, q, x);
-      y(i - 1) = y(i - 1) + alpha * s;
+    auto rows = [&](auto &&ahead) {
+      for (int64_t i = lo; i <= hi; ++i) {
+        int64_t p = a.begin(i), q = a.end(i);
+        if (q - p < 1) continue;
+        touch_streams(a, p);
+        E s = row_dot<conj_read>(a, p, q, x, ahead);
+        y(i - 1) = y(i - 1) + alpha * s;
+      }
+    };
+    if constexpr (std::is_same_v<X, Contiguous<const E>>) {
+      if (gathered_x(a, lo, hi)) return rows(GatherAhead<E, I, K.base>(a, x.p, lo, hi, tuned::kGatherAhead));
     }
+    rows(NoAhead{});
   } else if constexpr (S == 'g') {
     for (int64_t i = lo; i <= hi; ++i) {
       int64_t p = a.begin(i), q = a.end(i);
       E v = x(i - 1) * alpha;
       for (int64_t k = p; k < q; ++k) {
         int64_t c = a.col(k);
-        y(c) = y(c) + rd<conj_read>(a.vals[k]) * v;
+        y(c) = y(c) + conj_if<conj_read>(a.vals[k]) * v;
       }
     }
   } else if constexpr (S == 't') {
@@ -73,14 +79,14 @@ inline void mv_rows(const Csr<E, I, K.base> &a, E alpha, X x, Y y, int64_t lo, i
       if constexpr (K.diag == 'n') {
         for (int64_t k = p; k < q; ++k) {
           int64_t c = a.col(k);
-          if (!strictly_inside<K.part>(c, i) && c != i - 1) t = t - rd<conj_read>(a.vals[k]) * x(c);
+          if (!strictly_inside<K.part>(c, i) && c != i - 1) t = t - conj_if<conj_read>(a.vals[k]) * x(c);
         }
         y(i - 1) = y(i - 1) + alpha * t;
       } else {
-        E w = zero_of<E>();
+        E w = E{};
         for (int64_t k = p; k < q; ++k) {
           int64_t c = a.col(k);
-          if (!strictly_inside<K.part>(c, i)) w = w + rd<conj_read>(a.vals[k]) * x(c);
+          if (!strictly_inside<K.part>(c, i)) w = w + conj_if<conj_read>(a.vals[k]) * x(c);
         }
         y(i - 1) = (alpha * t + y(i - 1)) - (w - x(i - 1)) * alpha;
       }
@@ -94,42 +100,45 @@ inline void mv_rows(const Csr<E, I, K.base> &a, E alpha, X x, Y y, int64_t lo, i
         int64_t p = a.begin(i), q = a.end(i);
         if constexpr (K.diag == 'n') {
           E v = x(i - 1) * alpha;
-          E s = zero_of<E>();
+          E s = E{};
           for (int64_t k = p; k < q; ++k) {
             int64_t c = a.col(k);
             if (strictly_inside<K.part>(c, i)) {
-              y(c) = y(c) + v * rd<conj_mirror>(a.vals[k]);
-              s = s + rd<conj_direct>(a.vals[k]) * x(c);
+              y(c) = y(c) + v * conj_if<conj_mirror>(a.vals[k]);
+              s = s + conj_if<conj_direct>(a.vals[k]) * x(c);
             } else if (c == i - 1) {
-              s = s + rd<conj_direct>(a.vals[k]) * x(c);
+              s = s + conj_if<conj_direct>(a.vals[k]) * x(c);
             }
           }
           y(i - 1) = y(i - 1) + alpha * s;
         } else {
           E t = row_dot<conj_direct>(a, p, q, x);
           y(i - 1) = alpha * t + y(i - 1);
-          E w = zero_of<E>();
+          E w = E{};
           E v = alpha * x(i - 1);
           for (int64_t k = p; k < q; ++k) {
             int64_t c = a.col(k);
-            if (strictly_inside<K.part>(c, i)) y(c) = y(c) + rd<conj_mirror>(a.vals[k]) * v;
-            else w = w + rd<conj_direct>(a.vals[k]) * alpha * x(c);
+            if (strictly_inside<K.part>(c, i)) y(c) = y(c) + conj_if<conj_mirror>(a.vals[k]) * v;
+            else w = w + conj_if<conj_direct>(a.vals[k]) * alpha * x(c);
           }
           y(i - 1) = y(i - 1) - w + alpha * x(i - 1);
         }
       }
     });
   } else if constexpr (S == 'a') {
+    // op c: A^H = conj(L^T - L) = -conj(A), the conjugated kernel with alpha
+    // negated (a change of sign is exact, so the rounding is that of conj(A)).
+    if constexpr (K.op == 'c') alpha = negated(alpha);
     for (int64_t i = lo; i <= hi; ++i) {
       int64_t p = a.begin(i), q = a.end(i);
       E t = row_dot<conj_read>(a, p, q, x);
       y(i - 1) = alpha * t + y(i - 1);
-      E w = zero_of<E>();
+      E w = E{};
       E v = x(i - 1) * alpha;
       for (int64_t k = p; k < q; ++k) {
         int64_t c = a.col(k);
-        if (strictly_inside<K.part>(c, i)) y(c) = y(c) - v * rd<conj_read>(a.vals[k]);
-        else w = w + rd<conj_read>(a.vals[k]) * alpha * x(c);
+        if (strictly_inside<K.part>(c, i)) y(c) = y(c) - v * conj_if<conj_read>(a.vals[k]);
+        else w = w + conj_if<conj_read>(a.vals[k]) * alpha * x(c);
       }
       y(i - 1) = y(i - 1) - w;
     }
@@ -149,13 +158,13 @@ inline void mv_all(const Csr<E, I, K.base> &a, E alpha, X x, Y y, int64_t m) {
       E v = alpha * x(i - 1);
       for (int64_t k = p; k < q; ++k) {
         int64_t c = a.col(k);
-        y(c) = y(c) + rd<conj_read>(a.vals[k]) * v;
+        y(c) = y(c) + conj_if<conj_read>(a.vals[k]) * v;
       }
       if constexpr (K.diag == 'u') y(i - 1) = y(i - 1) + alpha * x(i - 1);
       for (int64_t k = p; k < q; ++k) {
         int64_t c = a.col(k);
         bool back = !strictly_inside<K.part>(c, i) && (K.diag == 'u' || c != i - 1);
-        if (back) y(c) = y(c) - v * rd<conj_read>(a.vals[k]);
+        if (back) y(c) = y(c) - v * conj_if<conj_read>(a.vals[k]);
       }
     }
   } else if constexpr (K.structure == 'd') {
@@ -163,7 +172,7 @@ inline void mv_all(const Csr<E, I, K.base> &a, E alpha, X x, Y y, int64_t m) {
     for (int64_t i = 1; i <= m; ++i) {
       int64_t p = a.begin(i), q = a.end(i);
       for (int64_t k = p; k < q; ++k)
-        if (a.col(k) == i - 1) y(i - 1) = y(i - 1) + rd<conj_read>(a.vals[k]) * alpha * x(i - 1);
+        if (a.col(k) == i - 1) y(i - 1) = y(i - 1) + conj_if<conj_read>(a.vals[k]) * alpha * x(i - 1);
     }
   } else {
     mv_rows<T, K>(a, alpha, x, y, 1, m);

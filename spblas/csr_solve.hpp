@@ -12,8 +12,7 @@
 //   op t, c, part u   rows 1..m: divide, then scatter behind the diagonal
 //
 // Row chunks (rows R at a time, the last taking the rest) are an order of the
-// loops only; R is 10000 for op n, s part l, 2000 for part u and for op t, c
-// part u (10000 in base 1 sv), none for op t, c part l.
+// loops only; R stands in parameters.hpp (none for op t, c part l).
 #pragma once
 #include "frame/memory.hpp"
 #include "spblas/csr_multiply.hpp"
@@ -22,9 +21,9 @@ namespace zor::spblas {
 
 template <Kind K>
 constexpr int64_t solve_chunk_rows(bool sv) {
-  if (K.op == 'n' || K.op == 's') return K.part == 'l' ? 10000 : 2000;
+  if (K.op == 'n' || K.op == 's') return K.part == 'l' ? fixed::kChunkLower : fixed::kChunkUpper;
   if (K.part == 'l') return INT64_MAX;
-  return (sv && K.base == 1) ? 10000 : 2000;
+  return (sv && K.base == 1) ? fixed::kChunkLower : fixed::kChunkUpper;
 }
 
 // Chunks walked from the last one down, rows of each from the last one up.
@@ -64,14 +63,14 @@ inline void sv_triangular(const Csr<E, I, K.base> &a, Y y, int64_t m) {
     for_row_chunks<R>(1, m, [&](int64_t r0, int64_t r1) {
       for (int64_t i = r0; i <= r1; ++i) {
         int64_t k = a.begin(i), q = a.end(i);
-        E s = zero_of<E>();
+        E s = E{};
         // A column past the end of the row reads as m + 1 and ends the scan.
         while (k < q && a.col(k) < i - 1) {
-          s = s + y(a.col(k)) * rd<cj>(a.vals[k]);
+          s = s + y(a.col(k)) * conj_if<cj>(a.vals[k]);
           ++k;
         }
         if constexpr (unit) y(i - 1) = y(i - 1) - s;
-        else y(i - 1) = divide(y(i - 1) - s, rd<cj>(a.vals[k]));
+        else y(i - 1) = divide(y(i - 1) - s, conj_if<cj>(a.vals[k]));
       }
     });
   } else if constexpr (K.op == 'n' || K.op == 's') {
@@ -84,7 +83,7 @@ inline void sv_triangular(const Csr<E, I, K.base> &a, Y y, int64_t m) {
           y(i - 1) = y(i - 1) - row_dot<cj>(a, from, q, y);
         } else {
           E s = row_dot<cj>(a, d + 1, q, y);
-          y(i - 1) = divide(y(i - 1) - s, rd<cj>(a.vals[d]));
+          y(i - 1) = divide(y(i - 1) - s, conj_if<cj>(a.vals[d]));
         }
       }
     });
@@ -96,11 +95,11 @@ inline void sv_triangular(const Csr<E, I, K.base> &a, Y y, int64_t m) {
       if constexpr (unit) {
         from = (d >= p && a.col(d) == i - 1) ? d - 1 : d;
       } else {
-        y(i - 1) = divide(y(i - 1), rd<cj>(a.vals[d]));
+        y(i - 1) = divide(y(i - 1), conj_if<cj>(a.vals[d]));
         from = d - 1;
       }
       E v = negate_from_zero(y(i - 1));
-      for (int64_t k = from; k >= p; --k) y(a.col(k)) = y(a.col(k)) + rd<cj>(a.vals[k]) * v;
+      for (int64_t k = from; k >= p; --k) y(a.col(k)) = y(a.col(k)) + conj_if<cj>(a.vals[k]) * v;
     }
   } else {
     for_row_chunks<R>(1, m, [&](int64_t r0, int64_t r1) {
@@ -111,11 +110,11 @@ inline void sv_triangular(const Csr<E, I, K.base> &a, Y y, int64_t m) {
         if constexpr (unit) {
           from = (d < q && a.col(d) == i - 1) ? d + 1 : d;
         } else {
-          y(i - 1) = divide(y(i - 1), rd<cj>(a.vals[d]));
+          y(i - 1) = divide(y(i - 1), conj_if<cj>(a.vals[d]));
           from = d + 1;
         }
         E v = negate_from_zero(y(i - 1));
-        for (int64_t k = from; k < q; ++k) y(a.col(k)) = y(a.col(k)) + rd<cj>(a.vals[k]) * v;
+        for (int64_t k = from; k < q; ++k) y(a.col(k)) = y(a.col(k)) + conj_if<cj>(a.vals[k]) * v;
       }
     });
   }
@@ -140,7 +139,7 @@ inline void sm_triangular(const Csr<E, I, K.base> &a, E *y, int64_t ld, int64_t 
     // The row is done for all columns of the range at once, with the sums in
     // a scratch row; the pivot's reciprocal multiplies where sv divides.
     int64_t len = ncols > hi ? ncols : hi;
-    frame::PooledBuffer scratch(uint64_t(len) * sizeof(E), 128);
+    frame::PooledBuffer scratch(uint64_t(len) * sizeof(E), fixed::kScratchAlignment);
     if (!scratch) {
       for (int64_t j = lo; j <= hi; ++j) sv_triangular<T, K>(a, dense_column<B>(y, ld, j - 1), m);
       return;
@@ -149,16 +148,16 @@ inline void sm_triangular(const Csr<E, I, K.base> &a, E *y, int64_t ld, int64_t 
     for_row_chunks<R>(1, m, [&](int64_t r0, int64_t r1) {
       for (int64_t i = r0; i <= r1; ++i) {
         int64_t k = a.begin(i), q = a.end(i);
-        for (int64_t j = lo - 1; j < hi; ++j) acc[j] = zero_of<E>();
+        for (int64_t j = lo - 1; j < hi; ++j) acc[j] = E{};
         for (; k < q && a.col(k) < i - 1; ++k) {
-          E v = rd<cj>(a.vals[k]);
+          E v = conj_if<cj>(a.vals[k]);
           int64_t c = a.col(k);
           for (int64_t j = lo - 1; j < hi; ++j) acc[j] = acc[j] + v * at<B>(y, ld, c, j);
         }
         if constexpr (unit) {
           for (int64_t j = lo - 1; j < hi; ++j) at<B>(y, ld, i - 1, j) = at<B>(y, ld, i - 1, j) - acc[j];
         } else {
-          E r = reciprocal(rd<cj>(a.vals[k]));
+          E r = reciprocal(conj_if<cj>(a.vals[k]));
           for (int64_t j = lo - 1; j < hi; ++j) at<B>(y, ld, i - 1, j) = (at<B>(y, ld, i - 1, j) - acc[j]) * r;
         }
       }
@@ -175,7 +174,7 @@ inline void sm_triangular(const Csr<E, I, K.base> &a, E *y, int64_t ld, int64_t 
             col(i - 1) = col(i - 1) - row_dot<cj>(a, from, q, col);
           }
         } else {
-          E r = reciprocal(rd<cj>(a.vals[d]));
+          E r = reciprocal(conj_if<cj>(a.vals[d]));
           for (int64_t j = lo - 1; j < hi; ++j) {
             auto col = dense_column<B>(y, ld, j);
             col(i - 1) = (col(i - 1) - row_dot<cj>(a, d + 1, q, col)) * r;
@@ -202,11 +201,11 @@ inline void sm_triangular(const Csr<E, I, K.base> &a, E *y, int64_t ld, int64_t 
       }
       for (int64_t j = lo - 1; j < hi; ++j) {
         E &yi = at<B>(y, ld, i - 1, j);
-        if constexpr (!unit) yi = divide(yi, rd<cj>(a.vals[d]));
+        if constexpr (!unit) yi = divide(yi, conj_if<cj>(a.vals[d]));
         E v = negate_from_zero(yi);
         for (int64_t k = from; k != to; k += step) {
           E &yc = at<B>(y, ld, a.col(k), j);
-          yc = yc + rd<cj>(a.vals[k]) * v;
+          yc = yc + conj_if<cj>(a.vals[k]) * v;
         }
       }
     };

@@ -7,6 +7,7 @@
 
 #include "frame/simd.hpp"
 #include "spblas/csr_common.hpp"
+#include "spblas/parameters.hpp"
 
 namespace zor::spblas {
 
@@ -18,7 +19,7 @@ void zeros(P *p, const I *n) {
 
 template <class T, class P, class I>
 void zerocheck(const P *a, I *flag) {
-  auto v = *elems<T>(a);
+  auto v = *elems(a);
   bool zero;
   if constexpr (T::complex) zero = v.re == 0 && v.im == 0;
   else zero = v == 0;
@@ -27,14 +28,14 @@ void zerocheck(const P *a, I *flag) {
 
 template <class T, class P>
 void ones(P *a) {
-  auto *v = elems<T>(a);
+  auto *v = elems(a);
   if constexpr (T::complex) *v = {1, 0};
   else *v = 1;
 }
 
 template <class T, class P>
 void neones(P *a) {
-  auto *v = elems<T>(a);
+  auto *v = elems(a);
   *v = negate_from_zero(*v);
 }
 
@@ -62,25 +63,25 @@ template <class T, class I, class P>
 void split_par(const I *first, const I *last, const I *ncopies, const I *ld, const P *buf, P *y) {
   int64_t lo = *first, hi = *last, nc = *ncopies, l = *ld;
   if (nc < 2 || hi < lo) return;
-  auto *yy = elems<T>(y);
-  auto *bb = elems<T>(buf);
+  auto *yy = elems(y);
+  auto *bb = elems(buf);
   for (int64_t t = 0; t <= nc - 2; ++t) add_into(yy + (lo - 1), bb + t * l + (lo - 1), hi - lo + 1);
 }
 
 // Each y[j], j < n, adds element (begin-1)*n + j of the copies table[t-1],
-// t = begin..end-1: four elements at a time in registers when n >= 100.
+// t = begin..end-1: four elements at a time in registers from kSplitFourFrom on.
 template <class T, class I, class P>
 void split_syml_par(const I *end, const I *n, const I *begin, const void *, P *const *table, P *y) {
   using E = typename T::elem;
   int64_t e = *end, len = *n, bg = *begin;
-  E *yy = elems<T>(y);
+  E *yy = elems(y);
   int64_t off = (bg - 1) * len;
   int64_t j = 0;
-  if (len >= 100) {
+  if (len >= fixed::kSplitFourFrom) {
     for (; j + 4 <= len; j += 4) {
       E r0 = yy[j], r1 = yy[j + 1], r2 = yy[j + 2], r3 = yy[j + 3];
       for (int64_t t = bg; t <= e - 1; ++t) {
-        const E *src = elems<T>(table[t - 1]) + off + j;
+        const E *src = elems(table[t - 1]) + off + j;
         r0 = r0 + src[0];
         r1 = r1 + src[1];
         r2 = r2 + src[2];
@@ -91,7 +92,7 @@ void split_syml_par(const I *end, const I *n, const I *begin, const void *, P *c
   }
   for (; j < len; ++j) {
     E r = yy[j];
-    for (int64_t t = bg; t <= e - 1; ++t) r = r + elems<T>(table[t - 1])[off + j];
+    for (int64_t t = bg; t <= e - 1; ++t) r = r + elems(table[t - 1])[off + j];
     yy[j] = r;
   }
 }
@@ -102,10 +103,10 @@ template <class T, class I, class P>
 void split_symu_par(const I *n, const I *ld, const I *count, const void *, P *const *table, P *y) {
   using E = typename T::elem;
   int64_t len = *n, l = *ld, cnt = *count;
-  E *yy = elems<T>(y);
-  auto element = [&](int64_t t, int64_t j) -> const E * { return elems<T>(table[t + 1]) + (cnt - 1 - t) * l + j; };
+  E *yy = elems(y);
+  auto element = [&](int64_t t, int64_t j) -> const E * { return elems(table[t + 1]) + (cnt - 1 - t) * l + j; };
   int64_t j = 0;
-  if (len >= 100) {
+  if (len >= fixed::kSplitFourFrom) {
     for (; j + 4 <= len; j += 4) {
       E r0 = yy[j], r1 = yy[j + 1], r2 = yy[j + 2], r3 = yy[j + 3];
       for (int64_t t = 0; t < cnt; ++t) {
@@ -136,16 +137,16 @@ void split_symu_par(const I *n, const I *ld, const I *count, const void *, P *co
 
 // y += A x for a symmetric A with one triangle stored in zero-based rows
 // ia[i]..ia[i+1]-1 (uplo 0: the diagonal, if stored, first in the row; else
-// last). No alpha. Rows in chunks of 30000.
+// last). No alpha. Rows in chunks of kChunkSymmetricOneOff.
 template <class T, class I, class P>
 void csrsymmvs(const I *uplo, const I *m, const P *vals, const I *cols, const I *ia, const P *x, P *y,
                const void *, const I *base) {
   using E = typename T::elem;
   int64_t rows = *m, b = *base;
   bool diag_first = *uplo == 0;
-  const E *v = elems<T>(vals), *xp = elems<T>(x);
-  E *yp = elems<T>(y);
-  for_row_chunks<30000>(1, rows, [&](int64_t r0, int64_t r1) {
+  const E *v = elems(vals), *xp = elems(x);
+  E *yp = elems(y);
+  for_row_chunks<fixed::kChunkSymmetricOneOff>(1, rows, [&](int64_t r0, int64_t r1) {
     for (int64_t i = r0 - 1; i <= r1 - 1; ++i) {
       int64_t p = ia[i], q = ia[i + 1];
       E xi = xp[i];
@@ -154,7 +155,7 @@ void csrsymmvs(const I *uplo, const I *m, const P *vals, const I *cols, const I 
       } else {
         if (p < q && int64_t(cols[q - 1]) - b == i) yp[i] = yp[i] + v[q - 1] * xi, --q;
       }
-      E s0 = zero_of<E>(), s1 = zero_of<E>(), s2 = zero_of<E>(), s3 = zero_of<E>();
+      E s0 = E{}, s1 = E{}, s2 = E{}, s3 = E{};
       int64_t k = p;
       for (; k + 4 <= q; k += 4) {
         int64_t c0 = int64_t(cols[k]) - b, c1 = int64_t(cols[k + 1]) - b;
@@ -188,12 +189,12 @@ void csrmultd_ker(const I *conj, const I *first, const I *last, const I *n, cons
   using E = typename T::elem;
   int64_t lo = *first, hi = *last, ncols = *n, ld = *ldc;
   bool cj = *conj != 0;
-  const E *av = elems<T>(a), *bv = elems<T>(b);
-  E *cc = elems<T>(c);
+  const E *av = elems(a), *bv = elems(b);
+  E *cc = elems(c);
   for (int64_t i = lo; i <= hi; ++i) {
-    for (int64_t j = 0; j < ncols; ++j) cc[j * ld + (i - 1)] = zero_of<E>();
+    for (int64_t j = 0; j < ncols; ++j) cc[j * ld + (i - 1)] = E{};
     for (int64_t k = int64_t(ia[i - 1]) - 1; k < int64_t(ia[i]) - 1; ++k) {
-      E aik = cj ? rd<true>(av[k]) : av[k];
+      E aik = cj ? conj_if<true>(av[k]) : av[k];
       int64_t row = int64_t(ja[k]);
       for (int64_t l = int64_t(ib[row - 1]) - 1; l < int64_t(ib[row]) - 1; ++l) {
         E &e = cc[(int64_t(jb[l]) - 1) * ld + (i - 1)];

@@ -106,13 +106,13 @@ template <class T>
 void omatadd(char ordering, char transa, char transb, u64 rows, u64 cols, typename T::elem alpha,
              const typename T::elem *a, u64 lda, typename T::elem beta, const typename T::elem *b, u64 ldb,
              typename T::elem *c, u64 ldc) {
-  if (ordering == 'C' || ordering == 'c') std::swap(rows, cols);
+  if (read_letter<Order>(ordering) == Order::C) std::swap(rows, cols);
   if (rows == 0 || cols == 0) return;
-  Letter la = trans_letter<T>(transa), lb = trans_letter<T>(transb);
-  if (la == Letter::none || lb == Letter::none) return;
-  bool ta = la == Letter::T || la == Letter::C, tb = lb == Letter::T || lb == Letter::C;
+  const Trans la = copy_trans<T::complex>(transa), lb = copy_trans<T::complex>(transb);
+  if (la == Trans::none || lb == Trans::none) return;
+  const bool ta = transposes(la), tb = transposes(lb);
   if constexpr (T::complex) {
-    bool ca = la == Letter::R || la == Letter::C, cb = lb == Letter::R || lb == Letter::C;
+    const bool ca = conjugates(la), cb = conjugates(lb);
     if (ca && cb) add<T, true, true>(ta, tb, rows, cols, alpha, a, lda, beta, b, ldb, c, ldc);
     else if (ca) add<T, true, false>(ta, tb, rows, cols, alpha, a, lda, beta, b, ldb, c, ldc);
     else if (cb) add<T, false, true>(ta, tb, rows, cols, alpha, a, lda, beta, b, ldb, c, ldc);
@@ -126,30 +126,30 @@ void omatadd(char ordering, char transa, char transb, u64 rows, u64 cols, typena
 }  // namespace zor::trans
 
 using namespace zor::trans;
-using zor::S, zor::D, zor::C, zor::Z;
+using zor::S, zor::D, zor::C, zor::Z, zor::elems, zor::elem_value;
 
 ZOR_API void zor_trans_zor_somatadd(char ordering, char transa, char transb, uint64_t rows, uint64_t cols,
                                     float alpha, const float *a, uint64_t lda, float beta, const float *b,
                                     uint64_t ldb, float *c, uint64_t ldc) {
-  omatadd<S>(ordering, transa, transb, rows, cols, from_c(alpha), elems(a), lda, from_c(beta), elems(b), ldb,
+  omatadd<S>(ordering, transa, transb, rows, cols, elem_value(alpha), elems(a), lda, elem_value(beta), elems(b), ldb,
              elems(c), ldc);
 }
 ZOR_API void zor_trans_zor_domatadd(char ordering, char transa, char transb, uint64_t rows, uint64_t cols,
                                     double alpha, const double *a, uint64_t lda, double beta, const double *b,
                                     uint64_t ldb, double *c, uint64_t ldc) {
-  omatadd<D>(ordering, transa, transb, rows, cols, from_c(alpha), elems(a), lda, from_c(beta), elems(b), ldb,
+  omatadd<D>(ordering, transa, transb, rows, cols, elem_value(alpha), elems(a), lda, elem_value(beta), elems(b), ldb,
              elems(c), ldc);
 }
 ZOR_API void zor_trans_zor_comatadd(char ordering, char transa, char transb, uint64_t rows, uint64_t cols,
                                     zor_complex8 alpha, const zor_complex8 *a, uint64_t lda, zor_complex8 beta,
                                     const zor_complex8 *b, uint64_t ldb, zor_complex8 *c, uint64_t ldc) {
-  omatadd<C>(ordering, transa, transb, rows, cols, from_c(alpha), elems(a), lda, from_c(beta), elems(b), ldb,
+  omatadd<C>(ordering, transa, transb, rows, cols, elem_value(alpha), elems(a), lda, elem_value(beta), elems(b), ldb,
              elems(c), ldc);
 }
 ZOR_API void zor_trans_zor_zomatadd(char ordering, char transa, char transb, uint64_t rows, uint64_t cols,
                                     const zor_complex16 *alpha, const zor_complex16 *a, uint64_t lda,
                                     const zor_complex16 *beta, const zor_complex16 *b, uint64_t ldb,
                                     zor_complex16 *c, uint64_t ldc) {
-  omatadd<Z>(ordering, transa, transb, rows, cols, from_c(alpha), elems(a), lda, from_c(beta), elems(b), ldb,
+  omatadd<Z>(ordering, transa, transb, rows, cols, *elems(alpha), elems(a), lda, *elems(beta), elems(b), ldb,
              elems(c), ldc);
 }

@@ -31,7 +31,7 @@ void copy_rows(u64 r, u64 c, typename T::elem alpha, const typename T::elem *a, 
 template <class T, bool Conj>
 void transpose(u64 r, u64 c, typename T::elem alpha, const typename T::elem *a, u64 lda, u64 sa,
                typename T::elem *b, u64 ldb, u64 sb) {
-  if (is_one<T>(alpha))
+  if (is_one(alpha))
     RecursiveTranspose<T, false, Conj>::run(r, c, alpha, a, lda, sa, b, ldb, sb);
   else
     RecursiveTranspose<T, true, Conj>::run(r, c, alpha, a, lda, sa, b, ldb, sb);
@@ -42,12 +42,12 @@ void omatcopy2(char ordering, char trans, u64 rows, u64 cols, typename T::elem a
                u64 lda, u64 sa, typename T::elem *b, u64 ldb, u64 sb) {
   if (!row_major_view(ordering, rows, cols)) return;
   if (rows == 0 || cols == 0) return;
-  switch (trans_letter<T>(trans)) {
-    case Letter::N: return copy_rows<T, false>(rows, cols, alpha, a, lda, sa, b, ldb, sb);
-    case Letter::R: return copy_rows<T, true>(rows, cols, alpha, a, lda, sa, b, ldb, sb);
-    case Letter::T: return transpose<T, false>(rows, cols, alpha, a, lda, sa, b, ldb, sb);
-    case Letter::C: return transpose<T, true>(rows, cols, alpha, a, lda, sa, b, ldb, sb);
-    case Letter::none: return;
+  switch (copy_trans<T::complex>(trans)) {
+    case Trans::N: return copy_rows<T, false>(rows, cols, alpha, a, lda, sa, b, ldb, sb);
+    case Trans::R: return copy_rows<T, true>(rows, cols, alpha, a, lda, sa, b, ldb, sb);
+    case Trans::T: return transpose<T, false>(rows, cols, alpha, a, lda, sa, b, ldb, sb);
+    case Trans::C: return transpose<T, true>(rows, cols, alpha, a, lda, sa, b, ldb, sb);
+    case Trans::none: return;
   }
 }
 
@@ -55,43 +55,43 @@ void omatcopy2(char ordering, char trans, u64 rows, u64 cols, typename T::elem a
 }  // namespace zor::trans
 
 using namespace zor::trans;
-using zor::S, zor::D, zor::C, zor::Z;
+using zor::S, zor::D, zor::C, zor::Z, zor::elems, zor::elem_value;
 
 ZOR_API void zor_trans_zor_somatcopy(char ordering, char trans, uint64_t rows, uint64_t cols, float alpha,
                                      const float *a, uint64_t lda, float *b, uint64_t ldb) {
-  omatcopy2<S>(ordering, trans, rows, cols, from_c(alpha), elems(a), lda, 1, elems(b), ldb, 1);
+  omatcopy2<S>(ordering, trans, rows, cols, elem_value(alpha), elems(a), lda, 1, elems(b), ldb, 1);
 }
 ZOR_API void zor_trans_zor_domatcopy(char ordering, char trans, uint64_t rows, uint64_t cols, double alpha,
                                      const double *a, uint64_t lda, double *b, uint64_t ldb) {
-  omatcopy2<D>(ordering, trans, rows, cols, from_c(alpha), elems(a), lda, 1, elems(b), ldb, 1);
+  omatcopy2<D>(ordering, trans, rows, cols, elem_value(alpha), elems(a), lda, 1, elems(b), ldb, 1);
 }
 ZOR_API void zor_trans_zor_comatcopy(char ordering, char trans, uint64_t rows, uint64_t cols, zor_complex8 alpha,
                                      const zor_complex8 *a, uint64_t lda, zor_complex8 *b, uint64_t ldb) {
-  omatcopy2<C>(ordering, trans, rows, cols, from_c(alpha), elems(a), lda, 1, elems(b), ldb, 1);
+  omatcopy2<C>(ordering, trans, rows, cols, elem_value(alpha), elems(a), lda, 1, elems(b), ldb, 1);
 }
 ZOR_API void zor_trans_zor_zomatcopy(char ordering, char trans, uint64_t rows, uint64_t cols,
                                      const zor_complex16 *alpha, const zor_complex16 *a, uint64_t lda,
                                      zor_complex16 *b, uint64_t ldb) {
-  omatcopy2<Z>(ordering, trans, rows, cols, from_c(alpha), elems(a), lda, 1, elems(b), ldb, 1);
+  omatcopy2<Z>(ordering, trans, rows, cols, *elems(alpha), elems(a), lda, 1, elems(b), ldb, 1);
 }
 
 ZOR_API void zor_trans_zor_somatcopy2(char ordering, char trans, uint64_t rows, uint64_t cols, float alpha,
                                       const float *a, uint64_t lda, uint64_t stridea, float *b, uint64_t ldb,
                                       uint64_t strideb) {
-  omatcopy2<S>(ordering, trans, rows, cols, from_c(alpha), elems(a), lda, stridea, elems(b), ldb, strideb);
+  omatcopy2<S>(ordering, trans, rows, cols, elem_value(alpha), elems(a), lda, stridea, elems(b), ldb, strideb);
 }
 ZOR_API void zor_trans_zor_domatcopy2(char ordering, char trans, uint64_t rows, uint64_t cols, double alpha,
                                       const double *a, uint64_t lda, uint64_t stridea, double *b, uint64_t ldb,
                                       uint64_t strideb) {
-  omatcopy2<D>(ordering, trans, rows, cols, from_c(alpha), elems(a), lda, stridea, elems(b), ldb, strideb);
+  omatcopy2<D>(ordering, trans, rows, cols, elem_value(alpha), elems(a), lda, stridea, elems(b), ldb, strideb);
 }
 ZOR_API void zor_trans_zor_comatcopy2(char ordering, char trans, uint64_t rows, uint64_t cols, zor_complex8 alpha,
                                       const zor_complex8 *a, uint64_t lda, uint64_t stridea, zor_complex8 *b,
                                       uint64_t ldb, uint64_t strideb) {
-  omatcopy2<C>(ordering, trans, rows, cols, from_c(alpha), elems(a), lda, stridea, elems(b), ldb, strideb);
+  omatcopy2<C>(ordering, trans, rows, cols, elem_value(alpha), elems(a), lda, stridea, elems(b), ldb, strideb);
 }
 ZOR_API void zor_trans_zor_zomatcopy2(char ordering, char trans, uint64_t rows, uint64_t cols,
                                       const zor_complex16 *alpha, const zor_complex16 *a, uint64_t lda,
                                       uint64_t stridea, zor_complex16 *b, uint64_t ldb, uint64_t strideb) {
-  omatcopy2<Z>(ordering, trans, rows, cols, from_c(alpha), elems(a), lda, stridea, elems(b), ldb, strideb);
+  omatcopy2<Z>(ordering, trans, rows, cols, *elems(alpha), elems(a), lda, stridea, elems(b), ldb, strideb);
 }

@@ -13,30 +13,24 @@
 
 namespace zor::trans {
 
-// op(x) alpha over a vector of whole elements.
+// op(x) alpha over a vector of whole elements: conjugation first, then the
+// complex layer's product by the broadcast factor (or the real product), the
+// bits of the scalar op(x) alpha.
 template <class T, bool Scale, bool Conj>
 struct VecOp {
   using V = typename T::vec;
   using R = typename T::real;
-  V re, im;  // alpha (real types: re only)
+  simd::Csplat<R> f;  // alpha (real types: re only)
 
   explicit VecOp(typename T::elem alpha) {
-    if constexpr (T::complex) {
-      re = simd::splat(alpha.re);
-      im = simd::splat(alpha.im);
-    } else {
-      re = simd::splat(alpha);
-      im = re;
-    }
+    if constexpr (T::complex) f = simd::csplat(alpha);
+    else f.re = simd::splat(alpha);
   }
   V operator()(V x) const {
-    if constexpr (T::complex && Conj) x = simd::conj_lanes(x);
+    if constexpr (T::complex && Conj) x = simd::conj(x);
     if constexpr (!Scale) return x;
-    else if constexpr (T::complex)
-      // [xr ar - xi ai, xi ar + xr ai] per element
-      return simd::addsub(simd::mul(x, re), simd::mul(simd::swap_re_im(x), im));
-    else
-      return simd::mul(x, re);
+    else if constexpr (T::complex) return simd::cmul(f, x);
+    else return simd::mul(x, f.re);
   }
 };
 

@@ -32,6 +32,7 @@
 #include <algorithm>
 
 #include "trans/element.hpp"
+#include "trans/parameters.hpp"
 #include "trans/tile4x4.hpp"
 
 namespace zor::trans {
@@ -42,7 +43,7 @@ struct RecursiveTranspose {
 
   static E op(E x, E alpha) {
     if constexpr (Scale) return scaled<T, Conj>(x, alpha);
-    else return load_op<T, Conj>(x);
+    else return conj_if<Conj>(x);
   }
 
   // The base double loop: along a source row, two elements a pass.
@@ -62,10 +63,10 @@ struct RecursiveTranspose {
 
   // The block whose target rows are one 64-byte line: 16 x 16 floats, 8 x 8
   // doubles or single-complex numbers, 4 x 4 double-complex numbers.
-  static constexpr u64 line_block = 64 / sizeof(E);
+  static constexpr u64 line_block = tuned::kLineBytes / sizeof(E);
 
   static void leaf(u64 r, u64 c, E alpha, const E *a, u64 lda, u64 sa, E *b, u64 ldb, u64 sb) {
-    if (r == 4 && c == 4 && sa == 1 && sb == 1) Tile4x4<T, Scale, Conj>::transpose(alpha, a, lda, b, ldb);
+    if (r == fixed::kBase && c == fixed::kBase && sa == 1 && sb == 1) Tile4x4<T, Scale, Conj>::transpose(alpha, a, lda, b, ldb);
     else base(r, c, alpha, a, lda, sa, b, ldb, sb);
   }
 
@@ -88,9 +89,9 @@ struct RecursiveTranspose {
   // and target rows of the block two widths further along the source row,
   // then finish it.
   static void line_block_transpose(u64 r, u64 c, E alpha, const E *a, u64 lda, E *b, u64 ldb) {
-    for (u64 k = 0; k < r; ++k) simd::prefetch_t0(a + k * lda + 2 * c);
-    for (u64 k = 0; k < c; ++k) simd::prefetch_t0(b + (2 * c + k) * ldb);
-    if (line_block > 4 && r == line_block && c == line_block) full_line_block(alpha, a, lda, b, ldb);
+    for (u64 k = 0; k < r; ++k) simd::prefetch_t0(a + k * lda + tuned::kPrefetchWidths * c);
+    for (u64 k = 0; k < c; ++k) simd::prefetch_t0(b + (tuned::kPrefetchWidths * c + k) * ldb);
+    if (line_block > fixed::kBase && r == line_block && c == line_block) full_line_block(alpha, a, lda, b, ldb);
     else recurse<false>(r, c, alpha, a, lda, 1, b, ldb, 1);
   }
 
@@ -102,7 +103,7 @@ struct RecursiveTranspose {
   static u64 cut(u64 n, const E *p) {
     u64 half = n / 2;
     if constexpr (!Aligned) return half;
-    u64 past = (reinterpret_cast<uintptr_t>(p + half) % 64) / sizeof(E);  // elements past a boundary
+    u64 past = (reinterpret_cast<uintptr_t>(p + half) % tuned::kLineBytes) / sizeof(E);  // elements past a boundary
     u64 down = half - std::min(past, half), up = half + (line_block - past);
     if (down > 0 && (past <= line_block / 2 || up >= n)) return down;
     if (up < n) return up;
@@ -118,7 +119,7 @@ struct RecursiveTranspose {
     const bool unit = sa == 1 && sb == 1;
     for (;;) {
       if (Top && r <= line_block && c <= line_block && unit) return line_block_transpose(r, c, alpha, a, lda, b, ldb);
-      if (r <= 4 && c <= 4) return leaf(r, c, alpha, a, lda, sa, b, ldb, sb);
+      if (r <= fixed::kBase && c <= fixed::kBase) return leaf(r, c, alpha, a, lda, sa, b, ldb, sb);
       if (r <= c) {
         u64 h = Top && unit ? cut<true>(c, a) : cut<false>(c, a);
         recurse<Top>(r, h, alpha, a, lda, sa, b, ldb, sb);

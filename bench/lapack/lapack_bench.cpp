@@ -5,11 +5,15 @@
 // process that loads it with its own settings; rounds interleave our
 // figure and every peer's, case by case, and each keeps its best. Times are
 // thread processor time per call; ratios are peer time over ours (above 1:
-// we are faster).
+// we are faster), printed and recorded for the report of bench/run.sh.
 //
 // Usage: bench_lapack [rounds [name-filter]]   (default 5 rounds, all cases)
 #include <zor/lapack.h>
 
+#include <dlfcn.h>
+#include <unistd.h>
+
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -17,15 +21,17 @@
 #include <functional>
 #include <memory>
 #include <random>
+#include <utility>
 #include <string>
 #include <vector>
 
 #include "common.hpp"
-#include "peer_process.hpp"
+#include "openblas_peer.hpp"
 
 namespace {
 
 using zor::bench::best_run_seconds;
+// A routine of the peer by its symbol name.
 using Lookup = std::function<void *(const char *)>;
 using f_int = int;
 
@@ -34,6 +40,8 @@ constexpr int kReference = 1, kNative = 2, kSseEra = 4;
 // A case: our call and the peer's on equal data, each returning seconds per call.
 struct Case {
   std::string name;
+  std::string group;  // the report's plot: the routine and its setting
+  long size;
   int peers;
   std::function<double()> ours;
   std::function<double(const Lookup &)> peer;
@@ -64,7 +72,8 @@ void add_tridiagonal_cases(std::vector<Case> &cases) {
     s->dl = random_doubles(n, -1, 1, 1), s->d = random_doubles(n, 3, 4, 2), s->du = random_doubles(n, -1, 1, 3);
     s->b = random_doubles(size_t(n) * nrhs, -1, 1, 4);
     auto prepare = [s] { s->wdl = s->dl, s->wd = s->d, s->wdu = s->du, s->wb = s->b; };
-    cases.push_back({"ddtsvb n=1000 nrhs=" + std::to_string(nrhs) + " vs dgtsv", kReference | kNative,
+    cases.push_back({"ddtsvb n=1000 nrhs=" + std::to_string(nrhs) + " vs dgtsv", "ddtsvb n=1000", nrhs,
+                     kReference | kNative,
                      [=] {
                        return best_run_seconds(prepare, [&] {
                          const zor_int n64 = n, r64 = nrhs;
@@ -96,7 +105,7 @@ void add_tridiagonal_cases(std::vector<Case> &cases) {
   f->ipiv.assign(f->ipiv32.begin(), f->ipiv32.end());
   for (int nrhs : {1, 2, 3, 16}) {
     auto prepare = [f] { f->wb = f->b; };
-    cases.push_back({"dgtts2 n=1000 nrhs=" + std::to_string(nrhs), kReference | kNative,
+    cases.push_back({"dgtts2 n=1000 nrhs=" + std::to_string(nrhs), "dgtts2 n=1000", nrhs, kReference | kNative,
                      [=] {
                        return best_run_seconds(prepare, [&] {
                          const zor_int t = 0, n64 = n, r64 = nrhs;
@@ -138,7 +147,8 @@ void add_rotation_cases(std::vector<Case> &cases) {
     s->a = random_doubles(size_t(n) * n, -1, 1, 12);
     auto nothing = [] {};
     const int repeats = n < 1000 ? 30 : 5;
-    cases.push_back({std::string("dlasr_") + form.name + " m=n=" + std::to_string(n), kReference | kNative,
+    cases.push_back({std::string("dlasr_") + form.name + " m=n=" + std::to_string(n), std::string("dlasr_") + form.name,
+                     n, kReference | kNative,
                      [=] {
                        return best_run_seconds(nothing, [&] {
                          const zor_int n64 = n;
@@ -154,6 +164,197 @@ void add_rotation_cases(std::vector<Case> &cases) {
   }
 }
 
+// ---------------------------------------------------------------- small factorisations
+// A batch of copies of one matrix, restored before each timed run, so that
+// a run of small factorisations lasts long enough to time and each works on
+// fresh input. Seconds per factorisation.
+struct Batch {
+  int n, count;
+  std::vector<double> original, work;
+  Batch(int n, std::vector<double> a) : n(n), count(std::max(1, 160000 / (n * n * 8))), original(std::move(a)) {}
+  void prepare() {
+    work.resize(original.size() * size_t(count));
+    for (int c = 0; c < count; ++c) std::copy(original.begin(), original.end(), work.begin() + c * original.size());
+  }
+  double *matrix(int c) { return work.data() + size_t(c) * original.size(); }
+  template <class F> double time(F &&factor) {
+    return best_run_seconds([this] { prepare(); }, [&] {
+             for (int c = 0; c < count; ++c) factor(matrix(c));
+           }, kRepeats) / count;
+  }
+};
+
+std::vector<double> definite_matrix(int n, unsigned seed) {
+  const auto b = random_doubles(size_t(n) * n, -1, 1, seed);
+  std::vector<double> a(size_t(n) * n);
+  for (int j = 0; j < n; ++j)
+    for (int i = 0; i < n; ++i) {
+      double s = i == j ? n : 0.0;
+      for (int k = 0; k < n; ++k) s += b[i + k * n] * b[j + k * n];
+      a[i + j * n] = s;
+    }
+  return a;
+}
+
+using PotrfFn = void (*)(const char *, const f_int *, double *, const f_int *, f_int *, size_t);
+using OurPotrf = void (*)(const char *, const zor_int *, double *, const zor_int *, zor_int *);
+
+using SytrfFn = void (*)(const char *, const f_int *, double *, const f_int *, f_int *, double *, const f_int *,
+                         f_int *, size_t);
+
+void add_factorisation_cases(std::vector<Case> &cases) {
+  for (int n : {16, 32, 44}) {
+    auto batch = std::make_shared<Batch>(n, random_doubles(size_t(n) * n, -1, 1, 40 + n));
+    cases.push_back({"dsytrf_l_small n=" + std::to_string(n) + " vs dsytrf", "dsytrf_l_small", n,
+                     kReference | kNative,
+                     [=] {
+                       std::vector<int64_t> ipiv(n);
+                       return batch->time([&](double *a) {
+                         const zor_int n64 = n;
+                         zor_int info = 0;
+                         zor_lapack_ps_dsytrf_l_small("L", &n64, a, &n64, ipiv.data(), &info);
+                       });
+                     },
+                     [=](const Lookup &lookup) {
+                       auto sytrf = reinterpret_cast<SytrfFn>(lookup("dsytrf_"));
+                       std::vector<f_int> ipiv(n);
+                       std::vector<double> work(size_t(n) * 64);
+                       const f_int lwork = n * 64;
+                       return batch->time([&](double *a) {
+                         f_int info;
+                         sytrf("L", &n, a, &n, ipiv.data(), work.data(), &lwork, &info, 1);
+                       });
+                     }});
+  }
+  for (int n : {16, 32, 48})
+    for (bool lower : {true, false}) {
+      auto batch = std::make_shared<Batch>(n, definite_matrix(n, 20 + n));
+      const OurPotrf ours = lower ? zor_lapack_ps_dpotrf_l_small : zor_lapack_ps_dpotrf_u_small;
+      const char *uplo = lower ? "L" : "U";
+      const std::string group = std::string("dpotrf_") + (lower ? "l" : "u") + "_small";
+      cases.push_back({group + " n=" + std::to_string(n) + " vs dpotrf", group, n, kReference | kNative | kSseEra,
+                       [=] {
+                         return batch->time([&](double *a) {
+                           const zor_int n64 = n;
+                           zor_int info = 0;
+                           ours(uplo, &n64, a, &n64, &info);
+                         });
+                       },
+                       [=](const Lookup &lookup) {
+                         auto potrf = reinterpret_cast<PotrfFn>(lookup("dpotrf_"));
+                         return batch->time([&](double *a) {
+                           f_int info;
+                           potrf(uplo, &n, a, &n, &info, 1);
+                         });
+                       }});
+    }
+}
+
+using GemmFn = void (*)(const char *, const char *, const f_int *, const f_int *, const f_int *, const double *,
+                        const double *, const f_int *, const double *, const f_int *, const double *, double *,
+                        const f_int *, size_t, size_t);
+
+// Seconds of the peer's two products that update rows nb .. n of the first
+// nb columns: C += alpha A2 B1^T + alpha B2 A1^T.
+double below_triangle(const Lookup &lookup, int n, int nb, int k, const double *a, const double *b, double *c) {
+  auto gemm = reinterpret_cast<GemmFn>(lookup("dgemm_"));
+  const int rows = n - nb;
+  return best_run_seconds([] {}, [&] {
+    const double alpha = 1e-3, one = 1.0;
+    gemm("N", "T", &rows, &nb, &k, &alpha, a + nb, &n, b, &n, &one, c + nb, &n, 1, 1);
+    gemm("N", "T", &rows, &nb, &k, &alpha, b + nb, &n, a, &n, &one, c + nb, &n, 1, 1);
+  }, kRepeats);
+}
+
+// ---------------------------------------------------------------- trapezoidal updates
+using SymvFn = void (*)(const char *, const f_int *, const double *, const double *, const f_int *, const double *,
+                        const f_int *, const double *, double *, const f_int *, size_t);
+using Syr2Fn = void (*)(const char *, const f_int *, const double *, const double *, const f_int *, const double *,
+                        const f_int *, double *, const f_int *, size_t);
+using Syr2kFn = void (*)(const char *, const char *, const f_int *, const f_int *, const double *, const double *,
+                         const f_int *, const double *, const f_int *, const double *, double *, const f_int *, size_t,
+                         size_t);
+
+void add_trapezoid_cases(std::vector<Case> &cases) {
+  struct Data {
+    int n, k;
+    std::vector<double> a, b, c, x, y;
+  };
+  auto nothing = [] {};
+  for (int n : {1000}) {
+    auto s = std::make_shared<Data>();
+    s->n = n;
+    s->a = random_doubles(size_t(n) * n, -1, 1, 50);
+    s->x = random_doubles(n, -1, 1, 51), s->y = random_doubles(n, -1, 1, 52);
+    cases.push_back({"dsymv_nb n=nb=1000 vs dsymv", "dsymv_nb", n, kReference | kNative | kSseEra,
+                     [=] {
+                       return best_run_seconds(nothing, [&] {
+                         const zor_int n64 = n, one = 1;
+                         const double alpha = 1.0, beta = 0.5;
+                         zor_lapack_ps_dsymv_nb("L", &n64, &n64, &alpha, s->a.data(), &n64, s->x.data(), &one, &beta,
+                                                s->y.data(), &one);
+                       }, kRepeats);
+                     },
+                     [=](const Lookup &lookup) {
+                       auto symv = reinterpret_cast<SymvFn>(lookup("dsymv_"));
+                       return best_run_seconds(nothing, [&] {
+                         const f_int one = 1;
+                         const double alpha = 1.0, beta = 0.5;
+                         symv("L", &n, &alpha, s->a.data(), &n, s->x.data(), &one, &beta, s->y.data(), &one, 1);
+                       }, kRepeats);
+                     }});
+    cases.push_back({"dsyr2_nb n=nb=1000 vs dsyr2", "dsyr2_nb", n, kReference | kNative | kSseEra,
+                     [=] {
+                       return best_run_seconds(nothing, [&] {
+                         const zor_int n64 = n, one = 1;
+                         const double alpha = 1e-3;
+                         zor_lapack_ps_dsyr2_nb("L", &n64, &n64, &alpha, s->x.data(), &one, s->y.data(), &one,
+                                                s->a.data(), &n64);
+                       }, kRepeats);
+                     },
+                     [=](const Lookup &lookup) {
+                       auto syr2 = reinterpret_cast<Syr2Fn>(lookup("dsyr2_"));
+                       return best_run_seconds(nothing, [&] {
+                         const f_int one = 1;
+                         const double alpha = 1e-3;
+                         syr2("L", &n, &alpha, s->x.data(), &one, s->y.data(), &one, s->a.data(), &n, 1);
+                       }, kRepeats);
+                     }});
+  }
+  // The panel update: the trapezoid of nb columns, rank 2k with k = 32.
+  for (auto [n, nb] : {std::pair{1000, 1000}, std::pair{2000, 32}}) {
+    const int k = 32;
+    auto s = std::make_shared<Data>();
+    s->n = n, s->k = k;
+    s->a = random_doubles(size_t(n) * k, -1, 1, 53), s->b = random_doubles(size_t(n) * k, -1, 1, 54);
+    s->c = random_doubles(size_t(n) * nb, -1, 1, 55);
+    const std::string what = "n=" + std::to_string(n) + " nb=" + std::to_string(nb) + " k=32";
+    cases.push_back({"dsyr2k_nb " + what + " vs dsyr2k", "dsyr2k_nb nb=" + std::to_string(nb), n,
+                     kReference | kNative | kSseEra,
+                     [=] {
+                       return best_run_seconds(nothing, [&] {
+                         const zor_int n64 = n, nb64 = nb, k64 = k;
+                         const double alpha = 1e-3, beta = 1.0;
+                         zor_lapack_ps_dsyr2k_nb("L", "N", &n64, &nb64, &k64, &alpha, s->a.data(), &n64, s->b.data(),
+                                                 &n64, &beta, s->c.data(), &n64);
+                       }, kRepeats);
+                     },
+                     // The peer's full update restricted to the same trapezoid: its
+                     // nb columns as an n by nb rectangle would be a gemm, so the
+                     // trapezoid's triangle goes to syr2k and the rows below it
+                     // (nb < n) to two gemm calls.
+                     [=](const Lookup &lookup) {
+                       auto syr2k = reinterpret_cast<Syr2kFn>(lookup("dsyr2k_"));
+                       return best_run_seconds(nothing, [&] {
+                         const double alpha = 1e-3, beta = 1.0;
+                         syr2k("L", "N", &nb, &k, &alpha, s->a.data(), &n, s->b.data(), &n, &beta, s->c.data(), &n,
+                               1, 1);
+                       }, kRepeats) + (nb < n ? below_triangle(lookup, n, nb, k, s->a.data(), s->b.data(),
+                                                                s->c.data()) : 0.0);
+                     }});
+  }
+}
+
 }  // namespace
 
 int main(int argc, char **argv) {
@@ -161,29 +362,38 @@ int main(int argc, char **argv) {
   const std::string filter = argc > 2 ? argv[2] : "";
   std::setvbuf(stdout, nullptr, _IOLBF, 0);
   std::vector<Case> all, cases;
+  add_factorisation_cases(all);
   add_tridiagonal_cases(all);
   add_rotation_cases(all);
+  add_trapezoid_cases(all);
   for (Case &c : all)
     if (c.name.find(filter) != std::string::npos) cases.push_back(std::move(c));
 
   const std::string ref_blas = "/usr/lib/x86_64-linux-gnu/blas/libblas.so.3",
                     ref_lapack = "/usr/lib/x86_64-linux-gnu/lapack/liblapack.so.3",
                     openblas = "/usr/lib/x86_64-linux-gnu/openblas-serial/libopenblas.so.0";
-  auto time_peer = [&cases](int index, const Lookup &lookup) { return cases[size_t(index)].peer(lookup); };
+  auto time_peer = [&cases](int index, void *lib) {
+    return cases[size_t(index)].peer([lib](const char *name) {
+      void *f = dlsym(lib, name);
+      if (!f) _exit(4);
+      return f;
+    });
+  };
   struct Entry {
     int kind;
-    std::unique_ptr<zor::bench::Peer> peer;
+    std::string label;
+    std::unique_ptr<zor::bench::OpenBlasPeer> peer;
   };
   std::vector<Entry> peers;
-  peers.push_back({kReference, std::make_unique<zor::bench::Peer>(
-                                   zor::bench::PeerLibrary{"reference", nullptr, {ref_blas, ref_lapack}}, time_peer)});
-  peers.push_back({kNative, std::make_unique<zor::bench::Peer>(
-                                zor::bench::PeerLibrary{"OpenBLAS native", nullptr, {openblas}}, time_peer)});
-  for (const char *core : {"Nehalem", "Penryn", "Core2", "Barcelona"})
-    peers.push_back({kSseEra, std::make_unique<zor::bench::Peer>(
-                                  zor::bench::PeerLibrary{std::string("OpenBLAS ") + core, core, {openblas}}, time_peer)});
-  std::printf("peers:");
-  for (auto &p : peers) std::printf(" [%s]", p.peer->label().c_str());
+  peers.push_back({kReference, "reference",
+                   std::make_unique<zor::bench::OpenBlasPeer>(nullptr, std::vector{ref_blas, ref_lapack}, time_peer)});
+  peers.push_back({kNative, "OpenBLAS native", std::make_unique<zor::bench::OpenBlasPeer>(nullptr, openblas.c_str(), time_peer)});
+  for (const char *core : zor::bench::kSseEraCores)
+    peers.push_back({kSseEra, std::string("OpenBLAS ") + core,
+                     std::make_unique<zor::bench::OpenBlasPeer>(core, openblas.c_str(), time_peer)});
+  std::printf("%s; peers:", zor::bench::processor_name().c_str());
+  for (auto &p : peers)
+    std::printf(" [%s%s]", p.label.c_str(), p.kind == kReference ? "" : (" -> " + p.peer->core()).c_str());
   std::printf("\n\n");
 
   const size_t np = peers.size();
@@ -207,12 +417,17 @@ int main(int argc, char **argv) {
       const double t = theirs[i * np + p];
       if (t >= 1e30) continue;
       if (peers[p].kind == kSseEra) {
-        if (t < best_sse) best_sse = t, best_core = peers[p].peer->label();
+        if (t < best_sse) best_sse = t, best_core = peers[p].label;
         continue;
       }
-      std::printf(" %s %.2f (%.2fx)", peers[p].kind == kReference ? "ref" : "native", t * 1e6, t / ours[i]);
+      const char *series = peers[p].kind == kReference ? "ref" : "native";
+      std::printf(" %s %.2f (%.2fx)", series, t * 1e6, t / ours[i]);
+      zor::bench::record("lapack", cases[i].group, cases[i].size, std::string("vs ") + series, t / ours[i], "x");
     }
-    if (best_sse < 1e30) std::printf(" best SSE-era %.2f (%.2fx, %s)", best_sse * 1e6, best_sse / ours[i], best_core.c_str());
+    if (best_sse < 1e30) {
+      std::printf(" best SSE-era %.2f (%.2fx, %s)", best_sse * 1e6, best_sse / ours[i], best_core.c_str());
+      zor::bench::record("lapack", cases[i].group, cases[i].size, "vs best SSE-era", best_sse / ours[i], "x");
+    }
     std::printf("\n");
   }
 }

@@ -13,6 +13,33 @@
 
 #include <zor/export.h>
 
+/* ---- small unblocked factorisations. ?potrf: Cholesky of the lower (A =
+ * L L^H) or upper (A = U^H U) triangle; uplo is fixed by the name and not
+ * read; info is written only on failure, with the 1-based column of the
+ * first pivot not above 0 (NaN included): columns before it factorised,
+ * a[j, j] the reduced value. */
+ZOR_API void zor_lapack_ps_spotrf_l_small(const char *uplo, const zor_int *n, float *a, const zor_int *lda, zor_int *info);
+ZOR_API void zor_lapack_ps_dpotrf_l_small(const char *uplo, const zor_int *n, double *a, const zor_int *lda, zor_int *info);
+ZOR_API void zor_lapack_ps_spotrf_u_small(const char *uplo, const zor_int *n, float *a, const zor_int *lda, zor_int *info);
+ZOR_API void zor_lapack_ps_dpotrf_u_small(const char *uplo, const zor_int *n, double *a, const zor_int *lda, zor_int *info);
+
+/* ?sytrf: Bunch-Kaufman L D L^T (U D U^T) of the lower (upper) triangle;
+ * ipiv as the published ?sytrf (negative for 2 by 2 blocks, 64-bit); info
+ * is read first, and a zero column is recorded only if it is still 0. */
+ZOR_API void zor_lapack_ps_dsytrf_l_small(const char *uplo, const zor_int *n, double *a, const zor_int *lda,
+                                          zor_int *ipiv, zor_int *info);
+ZOR_API void zor_lapack_ps_ssytrf_u_small(const char *uplo, const zor_int *n, float *a, const zor_int *lda,
+                                          zor_int *ipiv, zor_int *info);
+ZOR_API void zor_lapack_ps_dsytrf_u_small(const char *uplo, const zor_int *n, double *a, const zor_int *lda,
+                                          zor_int *ipiv, zor_int *info);
+
+/* ?gtsv_small: the published ?gtsv (partial pivoting) in one small routine;
+ * info written only on failure (the first zero pivot's row). */
+ZOR_API void zor_lapack_ps_sgtsv_small(const zor_int *n, const zor_int *nrhs, float *dl, float *d, float *du,
+                                       float *b, const zor_int *ldb, zor_int *info);
+ZOR_API void zor_lapack_ps_dgtsv_small(const zor_int *n, const zor_int *nrhs, double *dl, double *d, double *du,
+                                       double *b, const zor_int *ldb, zor_int *info);
+
 /* ---- tridiagonal systems factored from both ends at once, no pivoting
  * (the caller promises diagonal dominance). h = (n - 1) / 2 steps run from
  * each end; d returns reciprocal pivots, dl and du the multipliers. info is
@@ -152,6 +179,57 @@ ZOR_API void zor_lapack_ps_zrot3(const zor_int *n, void *x, const zor_int *incx,
 /* ---- A := alpha x x^T + A, complex symmetric (not Hermitian), packed. */
 ZOR_API void zor_lapack_ps_cspr(const char *uplo, const zor_int *n, const void *alpha, const void *x,
                                 const zor_int *incx, void *ap);
+
+/* ---- the symmetric (Hermitian) product and rank-two update of a trapezoid:
+ * lower (uplo other than 'U'), the first nb columns from the diagonal down;
+ * upper, the last nb columns from row 1 to the diagonal; S is the matrix of
+ * order n the trapezoid and its mirror define (nb = n: the whole matrix).
+ * Increments must be 1 and are not read. ?symv_nb / ?hemv_nb:
+ * y := beta y + alpha S x. ?syr2_nb / ?her2_nb: the trapezoid of
+ * A + alpha x y^H + conj(alpha) y x^H. ?syr2k_nb / ?her2k_nb: the trapezoid
+ * of C + alpha A B^H + conj(alpha) B A^H (A, B n by k); trans and beta are
+ * not read. Hermitian diagonals: imaginary part not read, stored as 0. */
+ZOR_API void zor_lapack_ps_ssymv_nb(const char *uplo, const zor_int *n, const zor_int *nb, const float *alpha,
+                                    const float *a, const zor_int *lda, const float *x, const zor_int *incx,
+                                    const float *beta, float *y, const zor_int *incy);
+ZOR_API void zor_lapack_ps_dsymv_nb(const char *uplo, const zor_int *n, const zor_int *nb, const double *alpha,
+                                    const double *a, const zor_int *lda, const double *x, const zor_int *incx,
+                                    const double *beta, double *y, const zor_int *incy);
+ZOR_API void zor_lapack_ps_chemv_nb(const char *uplo, const zor_int *n, const zor_int *nb, const void *alpha,
+                                    const void *a, const zor_int *lda, const void *x, const zor_int *incx,
+                                    const void *beta, void *y, const zor_int *incy);
+ZOR_API void zor_lapack_ps_zhemv_nb(const char *uplo, const zor_int *n, const zor_int *nb, const void *alpha,
+                                    const void *a, const zor_int *lda, const void *x, const zor_int *incx,
+                                    const void *beta, void *y, const zor_int *incy);
+ZOR_API void zor_lapack_ps_ssyr2_nb(const char *uplo, const zor_int *n, const zor_int *nb, const float *alpha,
+                                    const float *x, const zor_int *incx, const float *y, const zor_int *incy,
+                                    float *a, const zor_int *lda);
+ZOR_API void zor_lapack_ps_dsyr2_nb(const char *uplo, const zor_int *n, const zor_int *nb, const double *alpha,
+                                    const double *x, const zor_int *incx, const double *y, const zor_int *incy,
+                                    double *a, const zor_int *lda);
+ZOR_API void zor_lapack_ps_cher2_nb(const char *uplo, const zor_int *n, const zor_int *nb, const void *alpha,
+                                    const void *x, const zor_int *incx, const void *y, const zor_int *incy, void *a,
+                                    const zor_int *lda);
+ZOR_API void zor_lapack_ps_zher2_nb(const char *uplo, const zor_int *n, const zor_int *nb, const void *alpha,
+                                    const void *x, const zor_int *incx, const void *y, const zor_int *incy, void *a,
+                                    const zor_int *lda);
+
+ZOR_API void zor_lapack_ps_ssyr2k_nb(const char *uplo, const char *trans, const zor_int *n, const zor_int *nb,
+                                     const zor_int *k, const float *alpha, const float *a, const zor_int *lda,
+                                     const float *b, const zor_int *ldb, const float *beta, float *c,
+                                     const zor_int *ldc);
+ZOR_API void zor_lapack_ps_dsyr2k_nb(const char *uplo, const char *trans, const zor_int *n, const zor_int *nb,
+                                     const zor_int *k, const double *alpha, const double *a, const zor_int *lda,
+                                     const double *b, const zor_int *ldb, const double *beta, double *c,
+                                     const zor_int *ldc);
+ZOR_API void zor_lapack_ps_cher2k_nb(const char *uplo, const char *trans, const zor_int *n, const zor_int *nb,
+                                     const zor_int *k, const void *alpha, const void *a, const zor_int *lda,
+                                     const void *b, const zor_int *ldb, const void *beta, void *c,
+                                     const zor_int *ldc);
+ZOR_API void zor_lapack_ps_zher2k_nb(const char *uplo, const char *trans, const zor_int *n, const zor_int *nb,
+                                     const zor_int *k, const void *alpha, const void *a, const zor_int *lda,
+                                     const void *b, const zor_int *ldb, const void *beta, void *c,
+                                     const zor_int *ldc);
 
 /* ---- machine constants and range adjustment, supplied by zor_core: the
  * published routines of these names (cmach E, S, B, P, N, R, M, U, L, O in

@@ -7,10 +7,11 @@
  *   structure g s h t a d | part l u _ | diagonal n u _ | convention c f |
  *   __ | operation mv mm sv sm gemv | out_ | mode par seq
  * op: n A, t A transposed, c A transposed and conjugated, s A conjugated.
- * In structures s, h and a the letter c (s and a) or t (h) applies the
- * conjugation of the stored values only: for s and h that is the matrix the
- * letter names; for a (A = L - L^T) it is conj(A), so A^H x is the c kernel
- * with alpha negated.
+ * In structures s and h the letter c (s) or t (h) conjugates the stored
+ * values, which gives the matrix the letter names (A^H = conj(A) for s,
+ * A^T = conj(A) for h, the stored diagonal's imaginary part conjugated too).
+ * In structure a (A = L - L^T) the letter c gives A^H = -conj(A); A^T x is
+ * the n kernel with alpha negated.
  * Structure: general, symmetric, Hermitian, triangular, anti-symmetric (the
  * stored triangle L gives A = L - L^T, no diagonal), diagonal. Part: the
  * triangle read. Diagonal n: stored; u: taken as ones.

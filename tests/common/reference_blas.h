@@ -37,6 +37,32 @@ void zgemv_(const char *, const f_int *, const f_int *, const void *, const void
 void cgemv_(const char *, const f_int *, const f_int *, const void *, const void *, const f_int *, const void *,
             const f_int *, const void *, void *, const f_int *, f_len);
 
+/* Symmetric and Hermitian products and updates (uplo first). */
+void ssymv_(const char *, const f_int *, const float *, const float *, const f_int *, const float *, const f_int *,
+            const float *, float *, const f_int *, f_len);
+void dsymv_(const char *, const f_int *, const double *, const double *, const f_int *, const double *,
+            const f_int *, const double *, double *, const f_int *, f_len);
+void chemv_(const char *, const f_int *, const void *, const void *, const f_int *, const void *, const f_int *,
+            const void *, void *, const f_int *, f_len);
+void zhemv_(const char *, const f_int *, const void *, const void *, const f_int *, const void *, const f_int *,
+            const void *, void *, const f_int *, f_len);
+void ssyr2_(const char *, const f_int *, const float *, const float *, const f_int *, const float *, const f_int *,
+            float *, const f_int *, f_len);
+void dsyr2_(const char *, const f_int *, const double *, const double *, const f_int *, const double *,
+            const f_int *, double *, const f_int *, f_len);
+void cher2_(const char *, const f_int *, const void *, const void *, const f_int *, const void *, const f_int *,
+            void *, const f_int *, f_len);
+void zher2_(const char *, const f_int *, const void *, const void *, const f_int *, const void *, const f_int *,
+            void *, const f_int *, f_len);
+void ssyr2k_(const char *, const char *, const f_int *, const f_int *, const float *, const float *, const f_int *,
+             const float *, const f_int *, const float *, float *, const f_int *, f_len, f_len);
+void dsyr2k_(const char *, const char *, const f_int *, const f_int *, const double *, const double *,
+             const f_int *, const double *, const f_int *, const double *, double *, const f_int *, f_len, f_len);
+void cher2k_(const char *, const char *, const f_int *, const f_int *, const void *, const void *, const f_int *,
+             const void *, const f_int *, const float *, void *, const f_int *, f_len, f_len);
+void zher2k_(const char *, const char *, const f_int *, const f_int *, const void *, const void *, const f_int *,
+             const void *, const f_int *, const double *, void *, const f_int *, f_len, f_len);
+
 #ifdef __cplusplus
 }
 #endif

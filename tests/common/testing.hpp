@@ -26,7 +26,7 @@ using cdouble = std::complex<double>;
 template <class E, class = void> struct RealOf { using type = E; };
 template <class R> struct RealOf<std::complex<R>> { using type = R; };
 template <class E> struct RealOf<E, std::void_t<decltype(E{}.re)>> { using type = decltype(E{}.re); };
-template <class E> using real_of = typename RealOf<E>::type;
+template <class E> using real_of = typename RealOf<std::remove_cv_t<E>>::type;
 template <class E> inline constexpr bool is_complex_v = !std::is_same_v<E, real_of<E>>;
 
 template <class R>
@@ -140,11 +140,28 @@ inline std::vector<VectorCase> vector_cases(uint64_t seed, int random_count = 60
   return out;
 }
 
+// Runs body(case, rng) over vector_cases(seed, random_count), the case and
+// seed traced, the generator seeded per case; stops at a fatal failure.
+template <class F>
+void for_each_vector_case(uint64_t seed, int random_count, F &&body) {
+  const std::vector<VectorCase> cases = vector_cases(seed, random_count);
+  for (size_t k = 0; k < cases.size(); ++k) {
+    SCOPED_TRACE(testing::Message() << "seed " << seed << " case " << k << ": " << cases[k]);
+    Rng rng(seed * 1000 + k);
+    body(cases[k], rng);
+    if (testing::Test::HasFatalFailure()) return;
+  }
+}
+
 // ---- comparison
 // Bitwise equality, which tells +0 from -0 and compares NaNs by pattern.
 template <class T>
 bool same_bits(const T &a, const T &b) {
   return std::memcmp(&a, &b, sizeof(T)) == 0;
+}
+template <class T>
+bool same_bits(const std::vector<T> &a, const std::vector<T> &b) {
+  return a.size() == b.size() && (a.empty() || std::memcmp(a.data(), b.data(), a.size() * sizeof(T)) == 0);
 }
 // |ours - ref| within ulps units of eps at the given scale (parts apart).
 template <class R>
@@ -163,6 +180,10 @@ auto tmul(A a, B b) {
   if constexpr (!is_complex_v<A> || !is_complex_v<B>) return a * b;
   else return A(a.real() * b.real() - a.imag() * b.imag(), a.real() * b.imag() + a.imag() * b.real());
 }
+
+// A C function as a generic callable, so that the void pointers of the
+// complex routines take std::complex arguments in generic code.
+#define ZOR_TEST_FN(f) [](auto... p) { return f(p...); }
 
 // ---- forced processor answers for the extent of a scope; the answer a
 // guard replaced (forced by an outer guard, or none) comes back on every exit,

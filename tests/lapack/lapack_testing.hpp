@@ -22,6 +22,12 @@ float slamch_(const char *, f_len);
 double dlamch_(const char *, f_len);
 void slabad_(float *, float *);
 void dlabad_(double *, double *);
+void spotf2_(const char *, const f_int *, float *, const f_int *, f_int *, f_len);
+void dpotf2_(const char *, const f_int *, double *, const f_int *, f_int *, f_len);
+void cpotf2_(const char *, const f_int *, c8 *, const f_int *, f_int *, f_len);
+void zpotf2_(const char *, const f_int *, c16 *, const f_int *, f_int *, f_len);
+void ssytf2_(const char *, const f_int *, float *, const f_int *, f_int *, f_int *, f_len);
+void dsytf2_(const char *, const f_int *, double *, const f_int *, f_int *, f_int *, f_len);
 void sgtsv_(const f_int *, const f_int *, float *, float *, float *, float *, const f_int *, f_int *);
 void dgtsv_(const f_int *, const f_int *, double *, double *, double *, double *, const f_int *, f_int *);
 void cgtsv_(const f_int *, const f_int *, c8 *, c8 *, c8 *, c8 *, const f_int *, f_int *);
@@ -76,7 +82,7 @@ template <class E> constexpr char letter() {
 
 template <class E> E random_element(Rng &rng, double lo = -1.0, double hi = 1.0) {
   using R = real_of<E>;
-  if constexpr (is_cplx<E>) return E(R(rng.uniform(lo, hi)), R(rng.uniform(lo, hi)));
+  if constexpr (is_complex_v<E>) return E(R(rng.uniform(lo, hi)), R(rng.uniform(lo, hi)));
   else return E(rng.uniform(lo, hi));
 }
 
@@ -87,7 +93,7 @@ template <class E> std::vector<E> random_vector(Rng &rng, size_t n, double lo = 
 }
 
 template <class E> E conj_of(E a) {
-  if constexpr (is_cplx<E>) return std::conj(a);
+  if constexpr (is_complex_v<E>) return std::conj(a);
   else return a;
 }
 

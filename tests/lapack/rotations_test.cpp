@@ -16,7 +16,7 @@ using namespace zor::test;
 // Our six forms and the reference, by element type.
 template <class E>
 using LasrFn = void (*)(const zor_int *, const zor_int *, const real_of<E> *, const real_of<E> *,
-                        std::conditional_t<is_cplx<E>, void, E> *, const zor_int *);
+                        std::conditional_t<is_complex_v<E>, void, E> *, const zor_int *);
 struct Form {
   const char *name;
   char pivot, direct;

@@ -134,7 +134,7 @@ TYPED_TEST(Tridiagonal, TwoEndedFactorsFollowTheirStepsAndStopAtTheFirstBadPivot
         zor_int info = -7;
         dttrfb(n, dl.data(), d.data(), du.data(), &info);
         EXPECT_EQ(info, bad_row);
-        if constexpr (!is_cplx<E>) {
+        if constexpr (!is_complex_v<E>) {
           auto mdl = s.dl, md = s.d, mdu = s.du;
           EXPECT_EQ(model_two_ended<R>(n, mdl.data(), md.data(), mdu.data()), info);
           EXPECT_TRUE(bits_equal(dl, mdl) && bits_equal(d, md) && bits_equal(du, mdu));
@@ -231,12 +231,12 @@ TYPED_TEST(Tridiagonal, PivotedAndDefiniteSolvesMatchTheReference) {
       const int64_t ldb = n + 1;
       const auto b0 = random_vector<E>(rng, ldb * nrhs);
       const PivotedFactors<E> f(rng, n);
-      for (int64_t itrans = 0; itrans <= (is_cplx<E> ? 2 : 1); ++itrans) {
+      for (int64_t itrans = 0; itrans <= (is_complex_v<E> ? 2 : 1); ++itrans) {
         SCOPED_TRACE(testing::Message() << "gtts2 n " << n << " nrhs " << nrhs << " itrans " << itrans);
         auto x = b0, y = b0;
         ref_gtts2(itrans, n, nrhs, f.dl.data(), f.d.data(), f.du.data(), f.du2.data(), f.ipiv32.data(), x.data(), ldb);
         gtts2<E>(itrans, n, nrhs, f.dl.data(), f.d.data(), f.du.data(), f.du2.data(), f.ipiv.data(), y.data(), ldb);
-        if (!is_cplx<E> && nrhs < 4) EXPECT_TRUE(bits_equal(x, y));
+        if (!is_complex_v<E> && nrhs < 4) EXPECT_TRUE(bits_equal(x, y));
         else EXPECT_LT(relative_difference(y, x), tol * n);
       }
       // A positive definite system: dominant positive diagonal.
@@ -246,12 +246,12 @@ TYPED_TEST(Tridiagonal, PivotedAndDefiniteSolvesMatchTheReference) {
       f_int info = 0;
       ref_pttrf(n, d.data(), e.data(), &info);
       ASSERT_EQ(info, 0);
-      for (int64_t iuplo = 0; iuplo <= (is_cplx<E> ? 1 : 0); ++iuplo) {
+      for (int64_t iuplo = 0; iuplo <= (is_complex_v<E> ? 1 : 0); ++iuplo) {
         SCOPED_TRACE(testing::Message() << "ptts2 n " << n << " nrhs " << nrhs << " iuplo " << iuplo);
         auto x = b0, y = b0;
         ref_ptts2(iuplo, n, nrhs, d.data(), e.data(), x.data(), ldb);
         ptts2<E>(iuplo, n, nrhs, d.data(), e.data(), y.data(), ldb);
-        if (!is_cplx<E> && nrhs < 4) EXPECT_TRUE(bits_equal(x, y));
+        if (!is_complex_v<E> && nrhs < 4) EXPECT_TRUE(bits_equal(x, y));
         else EXPECT_LT(relative_difference(y, x), tol * n);
       }
     }
@@ -278,7 +278,7 @@ TYPED_TEST(Tridiagonal, ReciprocalTableIsReturnedAndItsFailureOnlyCostsSpeed) {
       auto check = [&](const std::vector<E> &x, const std::vector<E> &y, long mallocs, long frees) {
         EXPECT_EQ(qalloc_count(QALLOC_MALLOC) - mallocs, table ? 1 : 0);
         EXPECT_EQ(qalloc_count(QALLOC_FREE) - frees, table && !failing ? 1 : 0);
-        if (!is_cplx<E> && (failing || !table)) EXPECT_TRUE(bits_equal(x, y));
+        if (!is_complex_v<E> && (failing || !table)) EXPECT_TRUE(bits_equal(x, y));
         EXPECT_LT(relative_difference(y, x), 256 * eps<R>());
       };
       auto x = b0, y = b0;

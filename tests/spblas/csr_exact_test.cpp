@@ -233,3 +233,50 @@ TEST(CsrExact, ForwardSolvePivotIsWhereTheScanStops) {
 }
 
 }  // namespace
+
+// Scattered columns over a long x turn on the look-ahead cursor of the
+// general products. It must read only positions inside rows (rows here lie
+// in reverse order in the arrays with gaps between them, empty rows among
+// them and at the end, arrays exactly as long as their last row) and leave
+// every bit as the same rows give one at a time, where no cursor runs.
+template <class E, class I, class F>
+void gathered_rows_keep_their_bits(F kernel, int base) {
+  Rng rng(0x6a7e + base);
+  SCOPED_TRACE(rng.seed);
+  const int64_t m = 300, k = 1 << 20;
+  std::vector<std::vector<std::pair<int64_t, E>>> rows(m);
+  for (int64_t i = 0; i < m; ++i)
+    if (i % 7 != 3 && i < m - 5)
+      for (int64_t t = rng.integer(1, 13); t > 0; --t) rows[i].push_back({rng.integer(0, k - 1), random_value<E>(rng)});
+  std::vector<I> rb(m), re(m), cols;
+  std::vector<E> vals;
+  for (int64_t i = m - 1; i >= 0; --i) {
+    for (int64_t g = rng.integer(0, 2); g > 0; --g) cols.push_back(I(base)), vals.push_back(nan_value<E>());
+    rb[i] = I(cols.size());
+    for (auto &[c, v] : rows[i]) cols.push_back(I(c + base)), vals.push_back(v);
+    re[i] = I(cols.size());
+  }
+  // Positions count from row 1's start (b = rb[0]): the arrays are passed
+  // from there, the rows before it at negative positions.
+  const I b = rb[0];
+  std::vector<E> x(k);
+  for (E &e : x) e = random_value<E>(rng);
+  std::vector<E> y(m), one(m);
+  for (int64_t i = 0; i < m; ++i) y[i] = one[i] = random_value<E>(rng);
+  E alpha = random_value<E>(rng);
+  I first = 1, last = I(m), mm = I(m);
+  kernel(&first, &last, &mm, &alpha, vals.data() + b, cols.data() + b, rb.data(), re.data(), x.data(), y.data());
+  for (I i = 1; i <= I(m); ++i)
+    kernel(&i, &i, &mm, &alpha, vals.data() + b, cols.data() + b, rb.data(), re.data(), x.data(), one.data());
+  for (int64_t i = 0; i < m; ++i) ASSERT_TRUE(same_bits(y[i], one[i])) << "row " << i;
+}
+
+TEST(CsrExact, GatheredPrefetchKeepsTheBits) {
+  using C16 = std::complex<double>;
+  auto z0 = reinterpret_cast<void (*)(const int64_t *, const int64_t *, const int64_t *, const C16 *, const C16 *,
+                                      const int64_t *, const int64_t *, const int64_t *, const C16 *, C16 *)>(
+      zor_spblas_zcsr0sg__c__mvout_par);
+  gathered_rows_keep_their_bits<double, int64_t>(zor_spblas_dcsr0ng__c__mvout_par, 0);
+  gathered_rows_keep_their_bits<double, int32_t>(zor_spblas_lp64_dcsr1ng__f__mvout_par, 1);
+  gathered_rows_keep_their_bits<C16, int64_t>(z0, 0);
+}

@@ -39,7 +39,7 @@ struct Run {
   Letters kd{cs.base, cs.op, cs.structure, cs.part, cs.diag};
   bool square = cs.structure != 'g';
   bool transposed = (cs.op == 't' || cs.op == 'c') && (cs.structure == 'g' || cs.structure == 't');
-  long double eps = std::numeric_limits<Real<E>>::epsilon();
+  long double eps = std::numeric_limits<real_of<E>>::epsilon();
 
   std::vector<E> random_vector(int64_t n) {
     std::vector<E> v(n);

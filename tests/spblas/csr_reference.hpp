@@ -17,23 +17,18 @@ namespace zor::test::sparse {
 
 using W = std::complex<long double>;
 
-template <class E> struct RealOf { using type = E; };
-template <class R> struct RealOf<std::complex<R>> { using type = R; };
-template <class E> using Real = typename RealOf<E>::type;
-template <class E> constexpr bool is_complex = !std::is_same_v<E, Real<E>>;
-
 template <class E> W widen(E v) { return W(std::real(v), std::imag(v)); }
 template <class E> E narrow(W v) {
-  if constexpr (is_complex<E>) return E(Real<E>(v.real()), Real<E>(v.imag()));
+  if constexpr (is_complex_v<E>) return E(real_of<E>(v.real()), real_of<E>(v.imag()));
   else return E(v.real());
 }
 template <class E> E random_value(Rng &rng, double scale = 1.0) {
-  if constexpr (is_complex<E>) return E(Real<E>(scale * rng.uniform()), Real<E>(scale * rng.uniform()));
+  if constexpr (is_complex_v<E>) return E(real_of<E>(scale * rng.uniform()), real_of<E>(scale * rng.uniform()));
   else return E(scale * rng.uniform());
 }
 template <class E> E nan_value() {
-  auto n = std::numeric_limits<Real<E>>::quiet_NaN();
-  if constexpr (is_complex<E>) return E(n, n);
+  auto n = std::numeric_limits<real_of<E>>::quiet_NaN();
+  if constexpr (is_complex_v<E>) return E(n, n);
   else return n;
 }
 
@@ -120,7 +115,7 @@ std::vector<std::vector<std::pair<int64_t, E>>> solve_rows(Rng &rng, int64_t m, 
     if (need_diag || rng.integer(0, 1)) cs.push_back(i);
     std::sort(cs.begin(), cs.end());
     for (int64_t c : cs) {
-      E v = c == i ? E(Real<E>(rng.integer(0, 1) ? 2.5 : -2.0)) + random_value<E>(rng, 0.25)
+      E v = c == i ? E(real_of<E>(rng.integer(0, 1) ? 2.5 : -2.0)) + random_value<E>(rng, 0.25)
                    : random_value<E>(rng, 0.5);
       rows[i].push_back({c, v});
     }
@@ -171,10 +166,10 @@ Dense expand(const Letters &kd, const CsrData<E, I> &a, int64_t lo, int64_t hi) 
   }
   if (kd.diag == 'u')
     for (int64_t r = lo - 1; r <= hi - 1; ++r) d(r, r) += 1;
-  // In structures s, h, a, d the op letter conjugates the stored values.
-  bool conj_only = std::string("shad").find(kd.structure) != std::string::npos;
   if (kd.op == 'n') return d;
-  if (kd.op == 's' || conj_only) {
+  // Hermitian t is conj(A) with the stored diagonal's imaginary part kept
+  // (and so conjugated), which A^T would leave as it is.
+  if (kd.op == 's' || (kd.structure == 'h' && kd.op == 't')) {
     for (W &v : d.a) v = std::conj(v);
     return d;
   }

@@ -2,6 +2,7 @@
 // against the definition: every element of the image holds alpha op of its
 // source element, every other element of the buffer (the gaps between
 // rows, positions the image does not cover) and the guards keep their bytes.
+#include "trans/cycle_leaders.hpp"
 #include "trans/trans_testing.hpp"
 
 namespace zor::test {
@@ -40,7 +41,9 @@ TYPED_TEST(InPlace, MatchesDefinition) {
   using T = TypeParam;
   Rng rng(7001);
   SCOPED_TRACE(rng.seed);
-  for (auto [rows, cols] : shapes(rng, 12, 150))
+  auto all = shapes(rng, 12, 150);
+  all.insert(all.end(), {{41, 61}, {61, 41}, {181, 11}});  // rows cols - 1 = 2500 = 2^2 5^4, 1990 = 2 5 199
+  for (auto [rows, cols] : all)
     for (char ordering : {'R', 'c'})
       for (char letter : {'N', 'T', 'R', 'C', 't', 'r'})
         for (auto alpha : alphas<T>(rng))
@@ -68,6 +71,24 @@ TEST(InPlaceExample, TwoByThreeTransposed) {
   zor_trans_zor_dimatcopy('R', 'T', 2, 3, 2.0, ab, 3, 2);
   const double want[6] = {2, 8, 4, 10, 6, 12};
   for (int k = 0; k < 6; ++k) EXPECT_EQ(ab[k], want[k]) << k;
+}
+
+// The division of the walk, by the multiplicative inverse, against the
+// divide instruction at both ends of its range (0 .. 2^63 - 1) and at the
+// multiples of the divisor around them, for divisors at powers of two, next
+// to them, and at the top of the range.
+TEST(InPlaceWalk, DivisionIsExactOverTheRange) {
+  const u64 top = (u64(1) << 63) - 1;
+  std::vector<u64> divisors = {1, 2, 3, 5, 7, 1000, 3000, 5000, top, top - 1, (top >> 1) + 1};
+  for (int k = 2; k < 63; ++k) divisors.insert(divisors.end(), {(u64(1) << k) - 1, u64(1) << k, (u64(1) << k) + 1});
+  Rng rng(7003);
+  for (int k = 0; k < 200; ++k) divisors.push_back(u64(rng.integer(1, int64_t(top))));
+  for (u64 d : divisors) {
+    zor::trans::Divider div(d);
+    u64 last = top - top % d;  // the largest multiple of d in range
+    for (u64 t : {u64(0), u64(1), d - 1, d, d + 1, 2 * d - 1, top, top - 1, last, last - 1, last - d})
+      if (t <= top) ASSERT_EQ(div(t), t / d) << t << " / " << d;
+  }
 }
 
 TYPED_TEST(InPlace, BadLettersDoNothing) {
