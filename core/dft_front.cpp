@@ -35,10 +35,11 @@ ZOR_API int64_t zor_fft_create(DftNode **handle, int32_t precision, int32_t doma
   if (rank < 1 || !lengths) return DFT_INVALID_CONFIGURATION;
   if (precision != DFT_SINGLE && precision != DFT_DOUBLE) return DFT_INCONSISTENT_CONFIGURATION;
   if (domain != DFT_COMPLEX && domain != DFT_REAL) return DFT_INCONSISTENT_CONFIGURATION;
-  // Real and multi-dimensional transforms are not provided yet.
-  if (domain != DFT_COMPLEX || rank != 1) return DFT_UNIMPLEMENTED;
-  auto create = zor_core::tier_function<Create1d>(precision == DFT_DOUBLE ? "zor_dft_dfti_create_dc1d"
-                                                                          : "zor_dft_dfti_create_sc1d");
+  // Multi-dimensional transforms are not provided yet.
+  if (rank != 1) return DFT_UNIMPLEMENTED;
+  const bool dbl = precision == DFT_DOUBLE;
+  auto create = zor_core::tier_function<Create1d>(domain == DFT_COMPLEX ? (dbl ? "zor_dft_dfti_create_dc1d" : "zor_dft_dfti_create_sc1d")
+                                                                       : (dbl ? "zor_dft_dfti_create_dr1d" : "zor_dft_dfti_create_sr1d"));
   if (!create) return DFT_INTERNAL_ERROR;
   int64_t s = create(handle, lengths[0]);
   if (s) return s;

@@ -26,7 +26,7 @@ int64_t floor_log2(int64_t n) {
 }
 
 using CreateNode = int64_t (*)(DftNode **, int32_t, int32_t, int64_t, const int64_t *);
-using Core = int64_t (*)(DftNode *);
+using CoreFn = int64_t (*)(DftNode *);
 using Driver = int64_t (*)(DftNode *, void *, int64_t, void *);
 using DriverOut = int64_t (*)(DftNode *, void *, void *, int64_t, void *);
 
@@ -70,13 +70,16 @@ int64_t build_chain(DftNode *root) {
   return DFT_NO_ERROR;
 }
 
-template <bool Double>
-int64_t commit_node_c2c_1d(DftNode *root) {
+// The chain, then the commit core of that name.
+template <const char *Core>
+int64_t commit_node(DftNode *root) {
   if (int64_t s = build_chain(root)) return s;
-  auto core = zor_core::tier_function<Core>(Double ? "zor_dft_commit_descriptor_core_d_c2c_1d"
-                                                   : "zor_dft_commit_descriptor_core_s_c2c_1d");
-  return core(root);
+  return zor_core::tier_function<CoreFn>(Core)(root);
 }
+constexpr char kCoreDc2c1d[] = "zor_dft_commit_descriptor_core_d_c2c_1d";
+constexpr char kCoreSc2c1d[] = "zor_dft_commit_descriptor_core_s_c2c_1d";
+constexpr char kCoreDr2c1d[] = "zor_dft_commit_descriptor_core_d_r2c_1d";
+constexpr char kCoreSr2c1d[] = "zor_dft_commit_descriptor_core_s_r2c_1d";
 
 template <bool Double, bool Fwd>
 int64_t compute_par(DftNode **holder, void *in, void *, void *, void *) {
@@ -124,8 +127,10 @@ int64_t dft_bless_node(DftNode *node) {
 
 const DftThreadFunction kDftThreadFunctions[] = {
     {"zor_dft_bless_node_omp", as_thread_fun(dft_bless_node)},
-    {"zor_dft_commit_node_d_c2c_1d_omp", as_thread_fun(commit_node_c2c_1d<true>)},
-    {"zor_dft_commit_node_s_c2c_1d_omp", as_thread_fun(commit_node_c2c_1d<false>)},
+    {"zor_dft_commit_node_d_c2c_1d_omp", as_thread_fun(commit_node<kCoreDc2c1d>)},
+    {"zor_dft_commit_node_s_c2c_1d_omp", as_thread_fun(commit_node<kCoreSc2c1d>)},
+    {"zor_dft_commit_node_d_r2c_1d_omp", as_thread_fun(commit_node<kCoreDr2c1d>)},
+    {"zor_dft_commit_node_s_r2c_1d_omp", as_thread_fun(commit_node<kCoreSr2c1d>)},
     {"zor_dft_compute_forward_z_par", as_thread_fun(compute_par<true, true>)},
     {"zor_dft_compute_backward_z_par", as_thread_fun(compute_par<true, false>)},
     {"zor_dft_compute_forward_c_par", as_thread_fun(compute_par<false, true>)},

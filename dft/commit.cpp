@@ -27,9 +27,6 @@
 #include "dft/plan.hpp"
 
 namespace zor::dft {
-namespace {
-
-bool scales_are_one(const DftNode *n) { return n->forward_scale == 1.0 && n->backward_scale == 1.0; }
 
 void set_nio_args(DftNode *n) {
   bool split = n->forward_domain == DFT_COMPLEX && n->complex_storage == DFT_REAL_REAL;
@@ -37,7 +34,6 @@ void set_nio_args(DftNode *n) {
   n->nio_args = split ? (out ? 4 : 2) : (out ? 2 : 1);
 }
 
-// Take the node for this method: whatever another commit built goes.
 void take(DftMethod *m, DftNode *n) {
   if (n->owner_method) uncommit(n);
   n->owner_method = m;
@@ -49,6 +45,32 @@ void finish(DftNode *n, dft_compute_fn forward, dft_compute_fn backward) {
   set_nio_args(n);
   n->commit_status = DFT_COMMITTED;
 }
+
+int64_t reserve_user_slots(DftNode *root) {
+  if (root->user_threads <= 1) return DFT_NO_ERROR;
+  if (root->user_threads >= 0x7ffffff) return DFT_MEMORY_ERROR;
+  uint64_t words = 2 * uint64_t(root->user_threads) + 2;
+  if (root->thread_slots) node_free(root->thread_slots);
+  root->thread_slots = static_cast<int64_t *>(node_calloc(words * sizeof(int64_t), 16));
+  if (!root->thread_slots) return DFT_MEMORY_ERROR;
+  root->threads = 1;
+  return DFT_NO_ERROR;
+}
+
+int64_t allocate_workspace(DftNode *root) {
+  if (root->max_work_size <= 0) return DFT_NO_ERROR;
+  int32_t align = work_alignment();
+  root->max_work_size = (root->max_work_size + align - 1) / align * align;
+  int64_t copies = root->user_threads >= 2 ? root->user_threads : root->threads;
+  root->workspace = node_alloc(uint64_t(root->max_work_size * copies), align);
+  if (root->workspace) return DFT_NO_ERROR;
+  uncommit(root);
+  return DFT_MEMORY_ERROR;
+}
+
+namespace {
+
+bool scales_are_one(const DftNode *n) { return n->forward_scale == 1.0 && n->backward_scale == 1.0; }
 
 // One transform of one contiguous line, no offsets: the shape that the fixed
 // kernels and the small plan take.
@@ -190,9 +212,7 @@ int64_t commit_small_plan(DftMethod *m, DftNode *n) {
 
 template <class R>
 int64_t commit_threaded(DftMethod *m, DftNode *n) {
-  take(m, n);
-  auto &cell = sizeof(R) == 8 ? commit_node_d_c2c_1d_cell : commit_node_s_c2c_1d_cell;
-  return frame::call_late<int64_t>(cell, n);
+  return commit_through(m, n, sizeof(R) == 8 ? commit_node_d_c2c_1d_cell : commit_node_s_c2c_1d_cell);
 }
 
 DftMethod split_per_axis = {commit_split_per_axis, split_release};
@@ -397,14 +417,7 @@ int64_t core_c2c_1d(DftNode *root) {
   if (root->transforms == 1 && !root->kernels[4 + 2 * p] && !root->kernels[5 + 2 * p] &&
       !root->kernels_2d[2 * p] && !root->kernels_2d[2 * p + 1])
     root->threads = 1;
-  if (root->user_threads > 1) {
-    if (root->user_threads >= 0x7ffffff) return DFT_MEMORY_ERROR;
-    uint64_t words = 2 * uint64_t(root->user_threads) + 2;
-    if (root->thread_slots) node_free(root->thread_slots);
-    root->thread_slots = static_cast<int64_t *>(node_calloc(words * sizeof(int64_t), 16));
-    if (!root->thread_slots) return DFT_MEMORY_ERROR;
-    root->threads = 1;
-  }
+  if (int64_t s = reserve_user_slots(root)) return s;
   if (root->commit_hooks_enabled)
     for (ThreadLimit f : kLimits1d) {
       if (root->threads == 1) break;
@@ -437,16 +450,7 @@ int64_t core_c2c_1d(DftNode *root) {
       ax->commit_status = DFT_COMMITTED;
     }
   }
-  if (root->max_work_size > 0) {
-    int32_t align = work_alignment();
-    root->max_work_size = (root->max_work_size + align - 1) / align * align;
-    int64_t copies = root->user_threads >= 2 ? root->user_threads : root->threads;
-    root->workspace = node_alloc(uint64_t(root->max_work_size * copies), align);
-    if (!root->workspace) {
-      uncommit(root);
-      return DFT_MEMORY_ERROR;
-    }
-  }
+  if (int64_t s = allocate_workspace(root)) return s;
   if (root->complex_storage == DFT_REAL_REAL) {
     if (root->placement == DFT_NOT_INPLACE) finish(root, entry_split_out<R, true>, entry_split_out<R, false>);
     else finish(root, entry_split_in<R, true>, entry_split_in<R, false>);

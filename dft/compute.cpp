@@ -19,54 +19,13 @@
 #include "dft/fixed.hpp"
 #include "frame/memory.hpp"
 #include "dft/late.hpp"
+#include "dft/lines.hpp"
 #include "dft/node.hpp"
 #include "dft/plan.hpp"
 
 namespace zor::dft {
 
 namespace {
-
-template <class R>
-void scale_complex(cplx<R> *x, int64_t n, R scale) {
-  if (scale == R(1)) return;
-  zor_int len = n, one = 1;
-  imports<ComplexOf<R>>::rscal(&len, &scale, x, &one);
-}
-template <class R>
-void scale_real(R *x, int64_t n, R scale) {
-  if (scale == R(1)) return;
-  zor_int len = n, one = 1;
-  imports<RealOf<R>>::scal(&len, &scale, x, &one);
-}
-
-// Copies of n elements between a line at stride s (element j at p + j s,
-// any sign) and a contiguous buffer, through the level-1 copies.
-template <class R>
-void gather_complex(int64_t n, const cplx<R> *p, int64_t s, cplx<R> *to) {
-  zor_int len = n, inc = s, one = 1;
-  imports<ComplexOf<R>>::xcopy(&len, s < 0 ? p + (n - 1) * s : p, &inc, to, &one);
-}
-template <class R>
-void scatter_complex(int64_t n, const cplx<R> *from, cplx<R> *p, int64_t s) {
-  zor_int len = n, inc = s, one = 1;
-  imports<ComplexOf<R>>::xcopy(&len, from, &one, s < 0 ? p + (n - 1) * s : p, &inc);
-}
-template <class R>
-void gather_real(int64_t n, const R *p, int64_t s, R *to) {
-  zor_int len = n, inc = s, one = 1;
-  imports<RealOf<R>>::xcopy(&len, s < 0 ? p + (n - 1) * s : p, &inc, to, &one);
-}
-template <class R>
-void scatter_real(int64_t n, const R *from, R *p, int64_t s) {
-  zor_int len = n, inc = s, one = 1;
-  imports<RealOf<R>>::xcopy(&len, from, &one, s < 0 ? p + (n - 1) * s : p, &inc);
-}
-
-template <class T>
-T *align_up(void *p, int64_t align) {
-  auto a = (reinterpret_cast<uintptr_t>(p) + uintptr_t(align) - 1) & ~uintptr_t(align - 1);
-  return reinterpret_cast<T *>(a);
-}
 
 // ---------------------------------------------------------------- block worker
 
@@ -421,14 +380,10 @@ int64_t entry(DftNode *node, void *in, void *out) {
                : driver_in<R, Fwd>(node, in, node->transforms, ws);
   };
   if (node->flags & DFT_FLAG_CALL_KERNEL_DIRECTLY) return k(offset_in(), offset_out(), node, node->workspace);
-  if (node->user_threads > 1) {
-    int64_t slot = claim_slot(node);
-    if (slot < 0) return DFT_NUMBER_OF_THREADS_ERROR;
-    void *mine = node->workspace ? static_cast<char *>(node->workspace) + slot * node->max_work_size : nullptr;
-    int64_t s = (node->flags & DFT_FLAG_SINGLE_THREAD_DIRECT) ? k(offset_in(), offset_out(), node, mine) : driver(mine);
-    release_slot(node, slot);
-    return s;
-  }
+  if (node->user_threads > 1)
+    return in_user_slot(node, [&](void *mine) {
+      return (node->flags & DFT_FLAG_SINGLE_THREAD_DIRECT) ? k(offset_in(), offset_out(), node, mine) : driver(mine);
+    });
   if (node->threads == 1) return driver(node->workspace);
   dft_axis_kernel whole = node->kernels[kernel_slot<R>(Fwd, true)];
   if (node->transforms == 1 && whole) {
@@ -465,14 +420,10 @@ int64_t split_entry(DftNode *node, R *ire, R *iim, R *ore, R *oim) {
     return k(x, y, node, ws);
   };
   if (node->flags & DFT_FLAG_CALL_KERNEL_DIRECTLY) return direct(node->workspace);
-  if (node->user_threads > 1) {
-    int64_t slot = claim_slot(node);
-    if (slot < 0) return DFT_NUMBER_OF_THREADS_ERROR;
-    void *mine = node->workspace ? static_cast<char *>(node->workspace) + slot * node->max_work_size : nullptr;
-    int64_t s = (node->flags & DFT_FLAG_SINGLE_THREAD_DIRECT) ? direct(mine) : driver(mine);
-    release_slot(node, slot);
-    return s;
-  }
+  if (node->user_threads > 1)
+    return in_user_slot(node, [&](void *mine) {
+      return (node->flags & DFT_FLAG_SINGLE_THREAD_DIRECT) ? direct(mine) : driver(mine);
+    });
   return driver(node->workspace);
 }
 

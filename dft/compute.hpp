@@ -73,9 +73,33 @@ struct ChirpRecord {
   cplx<R> *big;  // the transform of the conjugate of w, divided by M
 };
 
+// Pieces every commit core shares. take: the node goes to this method, and
+// whatever another commit built goes. finish: compute pointers, nio_args,
+// committed. reserve_user_slots: the slot table of a node shared by several
+// user threads (which then runs one thread per call). allocate_workspace:
+// max_work_size rounded up to the alignment, one copy per thread; on failure
+// the node is uncommitted and 1 returned.
+void set_nio_args(DftNode *node);
+void take(DftMethod *method, DftNode *node);
+void finish(DftNode *node, dft_compute_fn forward, dft_compute_fn backward);
+int64_t reserve_user_slots(DftNode *root);
+int64_t allocate_workspace(DftNode *root);
+
 // A workspace slot of the calling thread for nodes with several user
 // threads: 0 and up, or negative when none can be had.
 int64_t claim_slot(DftNode *node);
 void release_slot(DftNode *node, int64_t slot);
+
+// run(workspace) with the calling thread's share of the workspace, between
+// claiming a slot and releasing it; 8 when no slot can be had.
+template <class Run>
+int64_t in_user_slot(DftNode *node, Run &&run) {
+  int64_t slot = claim_slot(node);
+  if (slot < 0) return DFT_NUMBER_OF_THREADS_ERROR;
+  void *mine = node->workspace ? static_cast<char *>(node->workspace) + slot * node->max_work_size : nullptr;
+  int64_t s = run(mine);
+  release_slot(node, slot);
+  return s;
+}
 
 }  // namespace zor::dft

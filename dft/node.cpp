@@ -331,20 +331,26 @@ ZOR_API int64_t zor_dft_dfti_create_node(DftNode **handle, int32_t precision, in
 }
 
 namespace {
-int64_t create_1d(DftNode **handle, int64_t length, int32_t precision, DftMethod *const *list) {
+int64_t create_1d(DftNode **handle, int64_t length, int32_t precision, int32_t domain, DftMethod *const *list) {
   if (!handle) return DFT_INCONSISTENT_CONFIGURATION;
   if (length == 0) return DFT_INVALID_CONFIGURATION;
-  int64_t s = zor_dft_dfti_create_node(handle, precision, DFT_COMPLEX, 1, &length);
+  int64_t s = zor_dft_dfti_create_node(handle, precision, domain, 1, &length);
   if (s == DFT_NO_ERROR) (*handle)->method_list = const_cast<DftMethod **>(list);
   return s;
 }
 }  // namespace
 
 ZOR_API int64_t zor_dft_dfti_create_dc1d(DftNode **handle, int64_t length) {
-  return create_1d(handle, length, DFT_DOUBLE, method_list_dc1d);
+  return create_1d(handle, length, DFT_DOUBLE, DFT_COMPLEX, method_list_dc1d);
 }
 ZOR_API int64_t zor_dft_dfti_create_sc1d(DftNode **handle, int64_t length) {
-  return create_1d(handle, length, DFT_SINGLE, method_list_sc1d);
+  return create_1d(handle, length, DFT_SINGLE, DFT_COMPLEX, method_list_sc1d);
+}
+ZOR_API int64_t zor_dft_dfti_create_dr1d(DftNode **handle, int64_t length) {
+  return create_1d(handle, length, DFT_DOUBLE, DFT_REAL, method_list_dr1d);
+}
+ZOR_API int64_t zor_dft_dfti_create_sr1d(DftNode **handle, int64_t length) {
+  return create_1d(handle, length, DFT_SINGLE, DFT_REAL, method_list_sr1d);
 }
 
 ZOR_API int64_t zor_dft_free_allocated_buffers(DftNode *node) {

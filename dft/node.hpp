@@ -26,6 +26,8 @@ int64_t destroy(DftNode *node);
 // The creator's method lists (null-terminated).
 extern DftMethod *const method_list_dc1d[];
 extern DftMethod *const method_list_sc1d[];
+extern DftMethod *const method_list_dr1d[];
+extern DftMethod *const method_list_sr1d[];
 
 // Status of the plan layer to node status: -9 to 1, any other to 7.
 inline int64_t node_status_of_plan(int64_t s) {

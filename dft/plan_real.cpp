@@ -12,6 +12,7 @@
 // complex backward transform of h points gives x[2m] + i x[2m+1].
 #include <cstring>
 
+#include "dft/cvec.hpp"
 #include "dft/plan.hpp"
 
 namespace zor::dft {
@@ -120,36 +121,40 @@ int32_t backward_whole(R *out, const DftPlan *p, cplx<R> *buf, void *sub_work) {
   return DFT_PLAN_OK;
 }
 
+// The sweeps hold one complex value per register; the pair k, h - k shares
+// its loads and its table entries.
 template <class R>
 void split_spectra(cplx<R> *z, int64_t h, const R *c, const R *s) {
+  using CV = Narrow<R>;
   const cplx<R> z0 = z[0];
   z[0] = {z0.re + z0.im, z0.re - z0.im};
-  const R half = R(0.5);
+  const auto half = CV::splat(R(0.5));
   int64_t k = 1, j = h - 1;
   for (; k < j; ++k, --j) {
-    const cplx<R> a = z[k], b = conj(z[j]);
-    const cplx<R> e = half * (a + b), d = a - b;
-    // w^k O = (c - i s)(d.im - i d.re) with the halves in the table
-    const cplx<R> t = {c[k] * d.im - s[k] * d.re, -(c[k] * d.re + s[k] * d.im)};
-    z[k] = e + t;
-    z[j] = conj(e - t);
+    const auto a = CV::load(z + k), b = simd::conj(CV::load(z + j));
+    const auto e = simd::mul(simd::add(a, b), half), d = simd::sub(a, b);
+    // w^k O = (c - i s)(d.im - i d.re), the halves in the table
+    const auto t = simd::sub(simd::mul(simd::conj(simd::flip_copy(d)), CV::splat(c[k])), simd::mul(d, CV::splat(s[k])));
+    CV::store(z + k, simd::add(e, t));
+    CV::store(z + j, simd::conj(simd::sub(e, t)));
   }
   if (k == j) z[k] = conj(z[k]);
 }
 
 template <class R>
 void join_spectra(cplx<R> *z, int64_t h, const R *c, const R *s) {
+  using CV = Narrow<R>;
   const cplx<R> z0 = z[0];
   z[0] = {z0.re + z0.im, z0.re - z0.im};
   int64_t k = 1, j = h - 1;
   for (; k < j; ++k, --j) {
-    const cplx<R> a = z[k], b = conj(z[j]);
-    const cplx<R> e = a + b, d = a - b;
-    // i conj(w^k) d = i (c + i s) d, the table holding the halves
-    const R cc = 2 * c[k], ss = 2 * s[k];
-    const cplx<R> t = {-(cc * d.im + ss * d.re), cc * d.re - ss * d.im};
-    z[k] = e + t;
-    z[j] = conj(e - t);
+    const auto a = CV::load(z + k), b = simd::conj(CV::load(z + j));
+    const auto e = simd::add(a, b), d = simd::sub(a, b);
+    // i conj(w^k) d = i (c + i s) d, with the doubled halves of the table
+    const auto t = simd::sub(simd::mul(simd::xor_(simd::flip_copy(d), CV::mask_re()), CV::splat(2 * c[k])),
+                             simd::mul(d, CV::splat(2 * s[k])));
+    CV::store(z + k, simd::add(e, t));
+    CV::store(z + j, simd::conj(simd::sub(e, t)));
   }
   if (k == j) z[k] = R(2) * conj(z[k]);
 }

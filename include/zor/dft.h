@@ -17,9 +17,16 @@
  * back to uncommitted (setting a scale to the value it has excepted).
  *
  * This front lives in the provider library (libzor_core.so); it drives the
- * tier's descriptors. One-dimensional complex transforms in single and
- * double precision, interleaved or split storage, in place or not, batched,
- * strided.
+ * tier's descriptors. One-dimensional transforms in single and double
+ * precision, in place or not, batched, strided: complex data interleaved or
+ * split; real data (domain DFT_REAL) with its conjugate-even spectrum either
+ * in a real array (DFT_CONJUGATE_EVEN_STORAGE DFT_COMPLEX_REAL, the default,
+ * in the DFT_PACKED_FORMAT DFT_CCS_FORMAT, DFT_PACK_FORMAT or
+ * DFT_PERM_FORMAT) or as n/2 + 1 complex values (DFT_COMPLEX_COMPLEX). For
+ * real data forward reads n reals and writes the spectrum, backward the
+ * reverse; the input strides and distance describe what the call reads, the
+ * output ones what it writes, counted in complex elements on the complex
+ * side. In place the ccs line needs n + 2 values.
  */
 #ifndef ZOR_DFT_H
 #define ZOR_DFT_H
@@ -27,8 +34,8 @@
 #include <zor/dft_records.h>
 #include <zor/export.h>
 
-/* precision: DFT_SINGLE or DFT_DOUBLE; domain: DFT_COMPLEX; rank 1 and one
-   length. *handle receives the descriptor. */
+/* precision: DFT_SINGLE or DFT_DOUBLE; domain: DFT_COMPLEX or DFT_REAL;
+   rank 1 and one length. *handle receives the descriptor. */
 ZOR_API int64_t zor_fft_create(DftNode **handle, int32_t precision, int32_t domain, int64_t rank,
                                const int64_t *lengths);
 
@@ -36,7 +43,7 @@ ZOR_API int64_t zor_fft_create(DftNode **handle, int32_t precision, int32_t doma
    (DFT_COMPLEX_COMPLEX or DFT_REAL_REAL), DFT_PLACEMENT (DFT_INPLACE or
    DFT_NOT_INPLACE), DFT_INPUT_DISTANCE, DFT_OUTPUT_DISTANCE, DFT_ORDERING
    (DFT_ORDERED or DFT_BACKWARD_SCRAMBLED), DFT_NUMBER_OF_USER_THREADS,
-   DFT_WORKSPACE (ignored), and the codes of the real transforms. */
+   DFT_WORKSPACE (ignored), DFT_CONJUGATE_EVEN_STORAGE, DFT_PACKED_FORMAT. */
 ZOR_API int64_t zor_fft_set_value(DftNode *handle, int64_t parameter, int64_t value);
 /* parameter DFT_FORWARD_SCALE or DFT_BACKWARD_SCALE */
 ZOR_API int64_t zor_fft_set_scale(DftNode *handle, int64_t parameter, double value);

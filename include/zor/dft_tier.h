@@ -13,6 +13,9 @@
 /* *handle receives a new node. 3 for a null handle, 2 for a zero length. */
 ZOR_API int64_t zor_dft_dfti_create_dc1d(DftNode **handle, int64_t length);
 ZOR_API int64_t zor_dft_dfti_create_sc1d(DftNode **handle, int64_t length);
+/* Real forward domain, one dimension. */
+ZOR_API int64_t zor_dft_dfti_create_dr1d(DftNode **handle, int64_t length);
+ZOR_API int64_t zor_dft_dfti_create_sr1d(DftNode **handle, int64_t length);
 /* The common worker: precision 35 or 36, domain 32 or 33, rank lengths. */
 ZOR_API int64_t zor_dft_dfti_create_node(DftNode **handle, int32_t precision, int32_t domain, int64_t rank,
                                          const int64_t *lengths);
@@ -30,6 +33,8 @@ ZOR_API int64_t zor_dft_free_allocated_buffers(DftNode *node);
 /* ---------------------------------------------------------------- commit cores */
 ZOR_API int64_t zor_dft_commit_descriptor_core_d_c2c_1d(DftNode *root);
 ZOR_API int64_t zor_dft_commit_descriptor_core_s_c2c_1d(DftNode *root);
+ZOR_API int64_t zor_dft_commit_descriptor_core_d_r2c_1d(DftNode *root);
+ZOR_API int64_t zor_dft_commit_descriptor_core_s_r2c_1d(DftNode *root);
 
 /* ---------------------------------------------------------------- drivers */
 /* The batch of a committed node on the calling thread: `transforms` lines,
@@ -44,6 +49,30 @@ ZOR_API int64_t zor_dft_xzforward_out(DftNode *node, void *in, void *out, int64_
 ZOR_API int64_t zor_dft_xzbackward_out(DftNode *node, void *in, void *out, int64_t transforms, void *workspace);
 ZOR_API int64_t zor_dft_xcforward_out(DftNode *node, void *in, void *out, int64_t transforms, void *workspace);
 ZOR_API int64_t zor_dft_xcbackward_out(DftNode *node, void *in, void *out, int64_t transforms, void *workspace);
+
+/* Real data. Forward reads real lines (input offset, stride, distance in
+   real elements) and writes their spectra (output ones); backward the
+   reverse. With conjugate-even storage 40 (x{d,s}...) the spectrum is a real
+   array in the node's packed format; with 39 (xdzforward, xzdbackward,
+   xscforward, xcsbackward) it is n/2 + 1 complex values, and its offset,
+   stride and distance count complex elements. In place with storage 40 both
+   sides use the input offset, stride and distance. Rank 1. */
+ZOR_API int64_t zor_dft_xdforward(DftNode *node, void *data, int64_t transforms, void *workspace);
+ZOR_API int64_t zor_dft_xdbackward(DftNode *node, void *data, int64_t transforms, void *workspace);
+ZOR_API int64_t zor_dft_xsforward(DftNode *node, void *data, int64_t transforms, void *workspace);
+ZOR_API int64_t zor_dft_xsbackward(DftNode *node, void *data, int64_t transforms, void *workspace);
+ZOR_API int64_t zor_dft_xdforward_out(DftNode *node, void *in, void *out, int64_t transforms, void *workspace);
+ZOR_API int64_t zor_dft_xdbackward_out(DftNode *node, void *in, void *out, int64_t transforms, void *workspace);
+ZOR_API int64_t zor_dft_xsforward_out(DftNode *node, void *in, void *out, int64_t transforms, void *workspace);
+ZOR_API int64_t zor_dft_xsbackward_out(DftNode *node, void *in, void *out, int64_t transforms, void *workspace);
+ZOR_API int64_t zor_dft_xdzforward(DftNode *node, void *data, int64_t transforms, void *workspace);
+ZOR_API int64_t zor_dft_xzdbackward(DftNode *node, void *data, int64_t transforms, void *workspace);
+ZOR_API int64_t zor_dft_xscforward(DftNode *node, void *data, int64_t transforms, void *workspace);
+ZOR_API int64_t zor_dft_xcsbackward(DftNode *node, void *data, int64_t transforms, void *workspace);
+ZOR_API int64_t zor_dft_xdzforward_out(DftNode *node, void *in, void *out, int64_t transforms, void *workspace);
+ZOR_API int64_t zor_dft_xzdbackward_out(DftNode *node, void *in, void *out, int64_t transforms, void *workspace);
+ZOR_API int64_t zor_dft_xscforward_out(DftNode *node, void *in, void *out, int64_t transforms, void *workspace);
+ZOR_API int64_t zor_dft_xcsbackward_out(DftNode *node, void *in, void *out, int64_t transforms, void *workspace);
 
 /* ---------------------------------------------------------------- four steps
    A long transform as an m2-by-m1 problem (the record DftFourStep). z is

@@ -70,6 +70,34 @@ std::vector<std::complex<T>> random_line(int64_t n, Rng &rng) {
   return x;
 }
 
+// The four ways of storing a real line's spectrum: three packed formats in a
+// real array, and complex values (storage 39, read as ccs).
+enum RealLayout { kCcs, kPack, kPerm, kCce };
+inline constexpr const char *kLayoutName[] = {"ccs", "pack", "perm", "cce"};
+
+// The half spectrum X[0 .. n/2] of a real line as the layout stores it.
+inline std::vector<long double> stored_spectrum(const std::vector<cl> &X, int64_t n, RealLayout l) {
+  std::vector<long double> v{X[0].real()};
+  const bool even = n % 2 == 0, ccs = l == kCcs || l == kCce;
+  if (ccs) v.push_back(0);
+  if (l == kPerm && even) v.push_back(X[size_t(n / 2)].real());
+  for (int64_t k = 1; k <= (n - 1) / 2; ++k) v.push_back(X[size_t(k)].real()), v.push_back(X[size_t(k)].imag());
+  if (even && l != kPerm) v.push_back(X[size_t(n / 2)].real());
+  if (even && ccs) v.push_back(0);
+  return v;
+}
+
+// max |got - scale want| / max |scale want|
+template <class T>
+double max_relative(const T *got, const std::vector<long double> &want, long double scale) {
+  long double e = 0, r = 0;
+  for (size_t k = 0; k < want.size(); ++k) {
+    e = std::max(e, std::fabs((long double)got[k] - scale * want[k]));
+    r = std::max(r, std::fabs(scale * want[k]));
+  }
+  return double(r > 0 ? e / r : e);
+}
+
 template <class T> constexpr int32_t precision_of = sizeof(T) == 8 ? DFT_DOUBLE : DFT_SINGLE;
 
 // A one-dimensional complex descriptor through the front; settings are

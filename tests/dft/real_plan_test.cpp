@@ -11,42 +11,15 @@ namespace {
 using namespace zor::test;
 using namespace zor::dft;
 
-enum Layout { kCcs, kPack, kPerm };
-constexpr const char *kLayoutName[] = {"ccs", "pack", "perm"};
-
 template <class T>
 using RealRoutine = int32_t (*)(const T *, T *, const DftPlan *, void *);
 template <class T>
-RealRoutine<T> routine(Layout l, bool forward) {
+RealRoutine<T> routine(RealLayout l, bool forward) {
   switch (l) {
     case kCcs: return forward ? plan_ccs_forward<T> : plan_ccs_backward<T>;
     case kPack: return forward ? plan_pack_forward<T> : plan_pack_backward<T>;
     default: return forward ? plan_perm_forward<T> : plan_perm_backward<T>;
   }
-}
-
-// The half spectrum X[0 .. n/2] laid out as the layout stores it.
-template <class T>
-std::vector<long double> layout_of(const std::vector<cl> &X, int64_t n, Layout l) {
-  std::vector<long double> v;
-  const int64_t pairs = (n - 1) / 2;
-  v.push_back(X[0].real());
-  if (l == kCcs) v.push_back(0);
-  if (l == kPerm && n % 2 == 0) v.push_back(X[size_t(n / 2)].real());
-  for (int64_t k = 1; k <= pairs; ++k) v.push_back(X[size_t(k)].real()), v.push_back(X[size_t(k)].imag());
-  if (n % 2 == 0 && l != kPerm) v.push_back(X[size_t(n / 2)].real());
-  if (n % 2 == 0 && l == kCcs) v.push_back(0);
-  return v;
-}
-
-template <class T>
-double max_error(const T *got, const std::vector<long double> &want, long double scale) {
-  long double e = 0, r = 0;
-  for (size_t k = 0; k < want.size(); ++k) {
-    e = std::max(e, std::fabs((long double)got[k] - scale * want[k]));
-    r = std::max(r, std::fabs(scale * want[k]));
-  }
-  return double(r > 0 ? e / r : e);
 }
 
 // One length: every layout, both placements, each scale mode.
@@ -64,13 +37,13 @@ void check_length(int64_t n) {
     ASSERT_EQ(plan_create_real<T>(&p, n, mode, 0), 0);
     EXPECT_EQ(p->tag, DFT_PLAN_TAG_REAL);
     const long double fs = p->scale_forward ? (long double)p->scale : 1, bs = p->scale_backward ? p->scale : 1;
-    for (Layout l : {kCcs, kPack, kPerm}) {
+    for (RealLayout l : {kCcs, kPack, kPerm}) {
       SCOPED_TRACE(testing::Message() << kLayoutName[l] << " mode " << mode);
-      const std::vector<long double> want = layout_of<T>(X, n, l);
+      const std::vector<long double> want = stored_spectrum(X, n, l);
       std::vector<T> in(static_cast<size_t>(n)), out(static_cast<size_t>(n) + 2, T(7)), inplace(static_cast<size_t>(n) + 2);
       for (int64_t j = 0; j < n; ++j) in[size_t(j)] = inplace[size_t(j)] = x[size_t(j)].real();
       ASSERT_EQ(routine<T>(l, true)(in.data(), out.data(), p, nullptr), 0);
-      EXPECT_LE(max_error(out.data(), want, fs), bound);
+      EXPECT_LE(max_relative(out.data(), want, fs), bound);
       if (l != kCcs) EXPECT_EQ(out[size_t(n)], T(7));  // nothing past n values
       ASSERT_EQ(routine<T>(l, true)(inplace.data(), inplace.data(), p, nullptr), 0);
       EXPECT_EQ(std::memcmp(out.data(), inplace.data(), sizeof(T) * want.size()), 0);
@@ -82,7 +55,7 @@ void check_length(int64_t n) {
       EXPECT_EQ(std::memcmp(out.data(), back.data(), sizeof(T) * size_t(n)), 0);
       std::vector<long double> orig(static_cast<size_t>(n));
       for (int64_t j = 0; j < n; ++j) orig[size_t(j)] = (long double)n * x[size_t(j)].real();
-      EXPECT_LE(max_error(back.data(), orig, fs * bs), 2 * bound);
+      EXPECT_LE(max_relative(back.data(), orig, fs * bs), 2 * bound);
     }
     plan_destroy(p);
   }
@@ -134,10 +107,10 @@ void by_order(int32_t order) {
   std::vector<T> line(static_cast<size_t>(n)), spec(static_cast<size_t>(n)), back(static_cast<size_t>(n));
   for (int64_t j = 0; j < n; ++j) line[size_t(j)] = T(rng.uniform()), x[size_t(j)] = line[size_t(j)];
   ASSERT_EQ(real_pow2_forward<T>(line.data(), spec.data(), p, work ? ws.data() : nullptr), 0);
-  if (order <= 12) EXPECT_LE(max_error(spec.data(), layout_of<T>(naive_dft(x, true), n, kPerm), 1), error_bound<T>(n, 8));
+  if (order <= 12) EXPECT_LE(max_relative(spec.data(), stored_spectrum(naive_dft(x, true), n, kPerm), 1), error_bound<T>(n, 8));
   ASSERT_EQ(real_pow2_inverse<T>(spec.data(), back.data(), p, nullptr), 0);
   std::vector<long double> orig(line.begin(), line.end());
-  EXPECT_LE(max_error(back.data(), orig, 1), error_bound<T>(n, 16));
+  EXPECT_LE(max_relative(back.data(), orig, 1), error_bound<T>(n, 16));
   ASSERT_EQ(real_pow2_forward<T>(line.data(), line.data(), p, nullptr), 0);
   EXPECT_EQ(std::memcmp(line.data(), spec.data(), sizeof(T) * size_t(n)), 0);
   plan_destroy(p);
