@@ -1,65 +1,141 @@
-// Checked matrix-vector entries of the provider: the published gemv with
-// 64-bit integers. The arguments are tested in the published order (trans,
-// m, n, lda, incx, incy; and, before them, that every argument passed by
-// reference is present); the first bad one is reported by position and
-// nothing is written. Then the quick returns of the published routine: m or
-// n of 0, or alpha 0 with beta 1. The tier's kernel does the rest.
+// Checked matrix-vector entries of the provider: the published gemv (s, d,
+// c, z) and ssyr with 64-bit integers. Each routine's argument tests stand
+// in one table below, in the published order: first that every argument
+// passed by reference is present, then the published tests of values
+// (gemv: trans 1, m 2, n 3, lda 6, incx 8, incy 11; ssyr: uplo 1, n 2,
+// incx 5, lda 7), then the arrays that the call will touch. The first bad
+// one is reported by routine and position and nothing is written. Then the
+// quick returns of the published routine, and the tier's kernel does the
+// rest. Only the first byte of a letter argument is read; the trailing
+// length of the text a Fortran caller passes is accepted and never read.
 #include <zor/blas.h>
 
 #include "core/checked.hpp"
 #include "core/tier_lookup.h"
+#include "frame/element.hpp"
 #include "frame/letters.hpp"
 
 namespace {
 
+using zor::is_one;
+using zor::is_zero;
 using zor_core::TierKernel;
 
-TierKernel<decltype(&zor_blas_xdgemv)> xdgemv{"zor_blas_xdgemv"};
 TierKernel<decltype(&zor_blas_xsgemv)> xsgemv{"zor_blas_xsgemv"};
+TierKernel<decltype(&zor_blas_xdgemv)> xdgemv{"zor_blas_xdgemv"};
+TierKernel<decltype(&zor_blas_xcgemv)> xcgemv{"zor_blas_xcgemv"};
+TierKernel<decltype(&zor_blas_xzgemv)> xzgemv{"zor_blas_xzgemv"};
+TierKernel<decltype(&zor_blas_xssyr)> xssyr{"zor_blas_xssyr"};
 
-// Position of the first bad argument, 0 if none.
-template <class T>
-int first_bad(const char *trans, const zor_int *m, const zor_int *n, const T *alpha, const T *a, const zor_int *lda,
-              const T *x, const zor_int *incx, const T *beta, const T *y, const zor_int *incy) {
-  if (!trans) return 1;
-  if (!m) return 2;
-  if (!n) return 3;
-  if (!alpha) return 4;
-  if (!lda) return 6;
-  if (!incx) return 8;
-  if (!beta) return 9;
-  if (!incy) return 11;
-  const zor::Trans t = zor::read_trans(trans);
-  if (t != zor::Trans::N && t != zor::Trans::T && t != zor::Trans::C) return 1;
-  if (*m < 0) return 2;
-  if (*n < 0) return 3;
-  if (*lda < (*m > 1 ? *m : 1)) return 6;
-  if (*incx == 0) return 8;
-  if (*incy == 0) return 11;
-  // The arrays are needed only when there is work.
-  if (*m > 0 && *n > 0 && !(*alpha == T(0) && *beta == T(1))) {
-    if (*alpha != T(0) && !a) return 5;
-    if (*alpha != T(0) && !x) return 7;
-    if (!y) return 10;
-  }
+// One argument test: the position reported, and the test, which may read
+// only what the tests before it have found present.
+template <class Args>
+struct Test {
+  int position;
+  bool (*bad)(const Args &);
+};
+template <class Args, size_t N>
+int first_bad(const Test<Args> (&table)[N], const Args &args) {
+  for (const Test<Args> &t : table)
+    if (t.bad(args)) return t.position;
   return 0;
 }
 
-template <class T, class Fn>
+inline zor_int at_least_one(zor_int v) { return v > 1 ? v : 1; }
+
+template <class E>
+struct Gemv {
+  const char *trans;
+  const zor_int *m, *n;
+  const E *alpha, *a;
+  const zor_int *lda;
+  const E *x;
+  const zor_int *incx;
+  const E *beta, *y;
+  const zor_int *incy;
+  // There is work: the matrix is not empty and not (alpha 0, beta 1).
+  bool work() const { return *m > 0 && *n > 0 && !(is_zero(*alpha) && is_one(*beta)); }
+};
+template <class E>
+constexpr Test<Gemv<E>> kGemvTests[] = {
+    {1, [](const Gemv<E> &g) { return !g.trans; }},
+    {2, [](const Gemv<E> &g) { return !g.m; }},
+    {3, [](const Gemv<E> &g) { return !g.n; }},
+    {4, [](const Gemv<E> &g) { return !g.alpha; }},
+    {6, [](const Gemv<E> &g) { return !g.lda; }},
+    {8, [](const Gemv<E> &g) { return !g.incx; }},
+    {9, [](const Gemv<E> &g) { return !g.beta; }},
+    {11, [](const Gemv<E> &g) { return !g.incy; }},
+    {1, [](const Gemv<E> &g) {
+       const zor::Trans t = zor::read_trans(g.trans);
+       return t != zor::Trans::N && t != zor::Trans::T && t != zor::Trans::C;
+     }},
+    {2, [](const Gemv<E> &g) { return *g.m < 0; }},
+    {3, [](const Gemv<E> &g) { return *g.n < 0; }},
+    {6, [](const Gemv<E> &g) { return *g.lda < at_least_one(*g.m); }},
+    {8, [](const Gemv<E> &g) { return *g.incx == 0; }},
+    {11, [](const Gemv<E> &g) { return *g.incy == 0; }},
+    {5, [](const Gemv<E> &g) { return g.work() && !is_zero(*g.alpha) && !g.a; }},
+    {7, [](const Gemv<E> &g) { return g.work() && !is_zero(*g.alpha) && !g.x; }},
+    {10, [](const Gemv<E> &g) { return g.work() && !g.y; }},
+};
+
+template <class E, class Fn>
 void checked_gemv(const char *routine, TierKernel<Fn> &kernel, const char *trans, const zor_int *m,
-                  const zor_int *n, const T *alpha, const T *a, const zor_int *lda, const T *x, const zor_int *incx,
-                  const T *beta, T *y, const zor_int *incy) {
-  if (int bad = first_bad(trans, m, n, alpha, a, lda, x, incx, beta, y, incy)) {
+                  const zor_int *n, const void *alpha, const void *a, const zor_int *lda, const void *x,
+                  const zor_int *incx, const void *beta, void *y, const zor_int *incy) {
+  const Gemv<E> g{trans, m, n, static_cast<const E *>(alpha), static_cast<const E *>(a), lda,
+                  static_cast<const E *>(x), incx, static_cast<const E *>(beta), static_cast<const E *>(y), incy};
+  if (int bad = first_bad(kGemvTests<E>, g)) {
     zor_core::report_bad_argument(routine, bad);
     return;
   }
-  if (*m == 0 || *n == 0 || (*alpha == T(0) && *beta == T(1))) return;
-  if (Fn fn = kernel.get()) fn(trans, m, n, alpha, a, lda, x, incx, beta, y, incy);
+  if (!g.work()) return;
+  using A = std::conditional_t<std::is_same_v<E, float> || std::is_same_v<E, double>, E, void>;
+  if (Fn fn = kernel.get())
+    fn(trans, m, n, static_cast<const A *>(alpha), static_cast<const A *>(a), lda, static_cast<const A *>(x), incx,
+       static_cast<const A *>(beta), static_cast<A *>(y), incy);
 }
+
+struct Syr {
+  const char *uplo;
+  const zor_int *n;
+  const float *alpha, *x;
+  const zor_int *incx;
+  const float *a;
+  const zor_int *lda;
+  bool work() const { return *n > 0 && *alpha != 0.0f; }
+};
+constexpr Test<Syr> kSyrTests[] = {
+    {1, [](const Syr &s) { return !s.uplo; }},
+    {2, [](const Syr &s) { return !s.n; }},
+    {3, [](const Syr &s) { return !s.alpha; }},
+    {5, [](const Syr &s) { return !s.incx; }},
+    {7, [](const Syr &s) { return !s.lda; }},
+    {1, [](const Syr &s) { return zor::read_uplo(s.uplo) == zor::Uplo::none; }},
+    {2, [](const Syr &s) { return *s.n < 0; }},
+    {5, [](const Syr &s) { return *s.incx == 0; }},
+    {7, [](const Syr &s) { return *s.lda < at_least_one(*s.n); }},
+    {4, [](const Syr &s) { return s.work() && !s.x; }},
+    {6, [](const Syr &s) { return s.work() && !s.a; }},
+};
 
 }  // namespace
 
 // clang-format off
-ZOR_API void zor_blas_dgemv(const char *trans, const zor_int *m, const zor_int *n, const double *alpha, const double *a, const zor_int *lda, const double *x, const zor_int *incx, const double *beta, double *y, const zor_int *incy, size_t) { checked_gemv("DGEMV", xdgemv, trans, m, n, alpha, a, lda, x, incx, beta, y, incy); }
-ZOR_API void zor_blas_sgemv(const char *trans, const zor_int *m, const zor_int *n, const float *alpha, const float *a, const zor_int *lda, const float *x, const zor_int *incx, const float *beta, float *y, const zor_int *incy, size_t) { checked_gemv("SGEMV", xsgemv, trans, m, n, alpha, a, lda, x, incx, beta, y, incy); }
+ZOR_API void zor_blas_sgemv(const char *trans, const zor_int *m, const zor_int *n, const float *alpha, const float *a, const zor_int *lda, const float *x, const zor_int *incx, const float *beta, float *y, const zor_int *incy, size_t) { checked_gemv<float>("SGEMV", xsgemv, trans, m, n, alpha, a, lda, x, incx, beta, y, incy); }
+ZOR_API void zor_blas_dgemv(const char *trans, const zor_int *m, const zor_int *n, const double *alpha, const double *a, const zor_int *lda, const double *x, const zor_int *incx, const double *beta, double *y, const zor_int *incy, size_t) { checked_gemv<double>("DGEMV", xdgemv, trans, m, n, alpha, a, lda, x, incx, beta, y, incy); }
+ZOR_API void zor_blas_cgemv(const char *trans, const zor_int *m, const zor_int *n, const void *alpha, const void *a, const zor_int *lda, const void *x, const zor_int *incx, const void *beta, void *y, const zor_int *incy, size_t) { checked_gemv<zor::cplx<float>>("CGEMV", xcgemv, trans, m, n, alpha, a, lda, x, incx, beta, y, incy); }
+ZOR_API void zor_blas_zgemv(const char *trans, const zor_int *m, const zor_int *n, const void *alpha, const void *a, const zor_int *lda, const void *x, const zor_int *incx, const void *beta, void *y, const zor_int *incy, size_t) { checked_gemv<zor::cplx<double>>("ZGEMV", xzgemv, trans, m, n, alpha, a, lda, x, incx, beta, y, incy); }
 // clang-format on
+
+ZOR_API void zor_blas_ssyr(const char *uplo, const zor_int *n, const float *alpha, const float *x, const zor_int *incx,
+                           float *a, const zor_int *lda, size_t) {
+  const Syr s{uplo, n, alpha, x, incx, a, lda};
+  if (int bad = first_bad(kSyrTests, s)) {
+    zor_core::report_bad_argument("SSYR", bad);
+    return;
+  }
+  if (!s.work()) return;
+  if (auto fn = xssyr.get()) fn(uplo, n, alpha, x, incx, a, lda);
+}

@@ -8,7 +8,7 @@
 // Two kinds of routine appear, as the system names them:
 //   x-prefixed rows are the tier's own kernels (zor_blas_x?axpy ...), which
 //     validate nothing; level 2 and up call these.
-//   the unprefixed axpy, swap, dot, gemv are the provider's checked entries
+//   the unprefixed axpy, swap, dot, dotc, gemv, syr are the provider's checked entries
 //     of the published names (zor_blas_?axpy ...), which the sparse and
 //     LAPACK kernels call; they check their arguments and then run the
 //     tier's kernel.
@@ -63,6 +63,14 @@ struct imports {
   static constexpr auto xdotu = per_precision<T>(none,             none,             zor_blas_cdotu,   zor_blas_zdotu);   // result first
   static constexpr auto xgemv = per_precision<T>(zor_blas_xsgemv,  zor_blas_xdgemv,  zor_blas_xcgemv,  zor_blas_xzgemv);
   static constexpr auto xgemm = per_precision<T>(zor_blas_xsgemm,  zor_blas_xdgemm,  zor_blas_xcgemm,  zor_blas_xzgemm);
+  // rank-one and rank-two updates; the real ger, syr, syr2 serve as both
+  // the plain and the conjugated row (nothing to conjugate)
+  static constexpr auto geru  = per_precision<T>(zor_blas_sger,    zor_blas_dger,    zor_blas_cgeru,   zor_blas_zgeru);
+  static constexpr auto gerc  = per_precision<T>(zor_blas_sger,    zor_blas_dger,    zor_blas_cgerc,   zor_blas_zgerc);
+  static constexpr auto her   = per_precision<T>(zor_blas_xssyr,   zor_blas_xdsyr,   zor_blas_cher,    zor_blas_zher);    // real alpha
+  static constexpr auto her2  = per_precision<T>(zor_blas_xssyr2,  zor_blas_xdsyr2,  zor_blas_cher2,   zor_blas_zher2);
+  static constexpr auto hpr   = per_precision<T>(zor_blas_sspr,    zor_blas_dspr,    zor_blas_chpr,    zor_blas_zhpr);    // real alpha
+  static constexpr auto hpr2  = per_precision<T>(zor_blas_sspr2,   zor_blas_dspr2,   zor_blas_chpr2,   zor_blas_zhpr2);
   // sparse vectors: nz, the compressed x, 1-based indices, the full y
   static constexpr auto axpyi = per_precision<T>(zor_blas_saxpyi,  zor_blas_daxpyi,  zor_blas_caxpyi,  zor_blas_zaxpyi);
   static constexpr auto doti  = per_precision<T>(zor_blas_sdoti,   zor_blas_ddoti,   none,             none);
@@ -77,7 +85,8 @@ struct imports {
   static constexpr auto swap  = per_precision<T>(zor_blas_sswap,   zor_blas_dswap,   zor_blas_cswap,   zor_blas_zswap);
   static constexpr auto dot   = per_precision<T>(zor_blas_sdot,    zor_blas_ddot,    none,             none);
   static constexpr auto dotc  = per_precision<T>(none,             none,             zor_blas_cdotc,   none);             // result first
-  static constexpr auto gemv  = per_precision<T>(zor_blas_sgemv,   zor_blas_dgemv,   none,             none);             // trans length last
+  static constexpr auto gemv  = per_precision<T>(zor_blas_sgemv,   zor_blas_dgemv,   zor_blas_cgemv,   zor_blas_zgemv);   // trans length last
+  static constexpr auto syr   = per_precision<T>(zor_blas_ssyr,    none,             none,             none);             // uplo length last
   // clang-format on
 
   // sum x_i y_i and sum conj(x_i) y_i through the tier's kernels, returned

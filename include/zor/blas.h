@@ -198,10 +198,10 @@ ZOR_API void zor_blas_scgemv(const char *trans, const zor_int *m, const zor_int 
                              const void *beta, void *y, const zor_int *incy);
 
 /* ---- checked matrix-vector entries supplied by zor_core: the published
- * routines with 64-bit integers and the length of the trans text last (as a
- * Fortran caller passes it; only the first byte of trans is read). trans
- * must be N, T or C in either case; a bad argument is reported by position
- * and nothing is written. */
+ * routines with 64-bit integers and the length of the letter argument's
+ * text last (as a Fortran caller passes it; only the first byte of the
+ * letter is read). trans must be N, T or C, uplo U or L, in either case; a
+ * bad argument is reported by position and nothing is written. */
 #include <stddef.h>
 ZOR_API void zor_blas_dgemv(const char *trans, const zor_int *m, const zor_int *n, const double *alpha,
                             const double *a, const zor_int *lda, const double *x, const zor_int *incx,
@@ -209,5 +209,239 @@ ZOR_API void zor_blas_dgemv(const char *trans, const zor_int *m, const zor_int *
 ZOR_API void zor_blas_sgemv(const char *trans, const zor_int *m, const zor_int *n, const float *alpha,
                             const float *a, const zor_int *lda, const float *x, const zor_int *incx,
                             const float *beta, float *y, const zor_int *incy, size_t trans_len);
+ZOR_API void zor_blas_cgemv(const char *trans, const zor_int *m, const zor_int *n, const void *alpha,
+                            const void *a, const zor_int *lda, const void *x, const zor_int *incx,
+                            const void *beta, void *y, const zor_int *incy, size_t trans_len);
+ZOR_API void zor_blas_zgemv(const char *trans, const zor_int *m, const zor_int *n, const void *alpha,
+                            const void *a, const zor_int *lda, const void *x, const zor_int *incx,
+                            const void *beta, void *y, const zor_int *incy, size_t trans_len);
+/* A := alpha x x^T + A on the triangle uplo ('U' or 'L', either case) */
+ZOR_API void zor_blas_ssyr(const char *uplo, const zor_int *n, const float *alpha, const float *x,
+                           const zor_int *incx, float *a, const zor_int *lda, size_t uplo_len);
+
+/* ==== Level 2 beyond the general product. Letter arguments are read at
+ * their first byte in either case: uplo 'U' is the upper triangle, any other
+ * byte the lower; trans 'N' none, 'T' the transpose, any other byte the
+ * conjugate transpose (the transpose for real data); diag 'N' a stored
+ * diagonal, any other byte a unit diagonal that is not read. Band storage:
+ * lda >= k + 1 (general band: kl + ku + 1), the diagonal in row k of the
+ * array for upper, row 0 for lower; packed storage: the triangle column
+ * after column with no gaps. Hermitian routines never read the imaginary
+ * part of the diagonal, and the updates store 0 there. */
+
+/* ---- rank-one updates A := alpha x y^T + A (?geru, real ?ger) and
+ * A := alpha x y^H + A (?gerc); a column whose y[j] is 0 is not touched */
+ZOR_API void zor_blas_sger(const zor_int *m, const zor_int *n, const float *alpha, const float *x, const zor_int *incx,
+                           const float *y, const zor_int *incy, float *a, const zor_int *lda);
+ZOR_API void zor_blas_dger(const zor_int *m, const zor_int *n, const double *alpha, const double *x,
+                           const zor_int *incx, const double *y, const zor_int *incy, double *a, const zor_int *lda);
+ZOR_API void zor_blas_cgeru(const zor_int *m, const zor_int *n, const void *alpha, const void *x, const zor_int *incx,
+                            const void *y, const zor_int *incy, void *a, const zor_int *lda);
+ZOR_API void zor_blas_zgeru(const zor_int *m, const zor_int *n, const void *alpha, const void *x, const zor_int *incx,
+                            const void *y, const zor_int *incy, void *a, const zor_int *lda);
+ZOR_API void zor_blas_cgerc(const zor_int *m, const zor_int *n, const void *alpha, const void *x, const zor_int *incx,
+                            const void *y, const zor_int *incy, void *a, const zor_int *lda);
+ZOR_API void zor_blas_zgerc(const zor_int *m, const zor_int *n, const void *alpha, const void *x, const zor_int *incx,
+                            const void *y, const zor_int *incy, void *a, const zor_int *lda);
+
+/* ---- symmetric and Hermitian updates of one triangle: x?syr, ?her (alpha
+ * real) A := alpha x x^T (x^H) + A; x?syr2, ?her2 A := alpha x y^T (y^H) +
+ * alpha y x^T (conj(alpha) y x^H) + A; ?spr, ?hpr, ?spr2, ?hpr2 the same on
+ * packed storage. A column whose x[j] (and y[j]) is 0 is not touched. */
+ZOR_API void zor_blas_xssyr(const char *uplo, const zor_int *n, const float *alpha, const float *x,
+                            const zor_int *incx, float *a, const zor_int *lda);
+ZOR_API void zor_blas_xdsyr(const char *uplo, const zor_int *n, const double *alpha, const double *x,
+                            const zor_int *incx, double *a, const zor_int *lda);
+ZOR_API void zor_blas_cher(const char *uplo, const zor_int *n, const float *alpha, const void *x, const zor_int *incx,
+                           void *a, const zor_int *lda);
+ZOR_API void zor_blas_zher(const char *uplo, const zor_int *n, const double *alpha, const void *x,
+                           const zor_int *incx, void *a, const zor_int *lda);
+ZOR_API void zor_blas_sspr(const char *uplo, const zor_int *n, const float *alpha, const float *x,
+                           const zor_int *incx, float *ap);
+ZOR_API void zor_blas_dspr(const char *uplo, const zor_int *n, const double *alpha, const double *x,
+                           const zor_int *incx, double *ap);
+ZOR_API void zor_blas_chpr(const char *uplo, const zor_int *n, const float *alpha, const void *x, const zor_int *incx,
+                           void *ap);
+ZOR_API void zor_blas_zhpr(const char *uplo, const zor_int *n, const double *alpha, const void *x,
+                           const zor_int *incx, void *ap);
+ZOR_API void zor_blas_xssyr2(const char *uplo, const zor_int *n, const float *alpha, const float *x,
+                             const zor_int *incx, const float *y, const zor_int *incy, float *a, const zor_int *lda);
+ZOR_API void zor_blas_xdsyr2(const char *uplo, const zor_int *n, const double *alpha, const double *x,
+                             const zor_int *incx, const double *y, const zor_int *incy, double *a,
+                             const zor_int *lda);
+ZOR_API void zor_blas_cher2(const char *uplo, const zor_int *n, const void *alpha, const void *x, const zor_int *incx,
+                            const void *y, const zor_int *incy, void *a, const zor_int *lda);
+ZOR_API void zor_blas_zher2(const char *uplo, const zor_int *n, const void *alpha, const void *x, const zor_int *incx,
+                            const void *y, const zor_int *incy, void *a, const zor_int *lda);
+ZOR_API void zor_blas_sspr2(const char *uplo, const zor_int *n, const float *alpha, const float *x,
+                            const zor_int *incx, const float *y, const zor_int *incy, float *ap);
+ZOR_API void zor_blas_dspr2(const char *uplo, const zor_int *n, const double *alpha, const double *x,
+                            const zor_int *incx, const double *y, const zor_int *incy, double *ap);
+ZOR_API void zor_blas_chpr2(const char *uplo, const zor_int *n, const void *alpha, const void *x, const zor_int *incx,
+                            const void *y, const zor_int *incy, void *ap);
+ZOR_API void zor_blas_zhpr2(const char *uplo, const zor_int *n, const void *alpha, const void *x, const zor_int *incx,
+                            const void *y, const zor_int *incy, void *ap);
+/* Slices for one thread each: n consecutive columns of a larger triangle,
+ * a trapezoid whose rows run to row off + n of the block the pointers stand
+ * at. Lower: a and x at the slice's first diagonal element, column j holds
+ * rows j to n + off - 1. Upper: a at the top of the slice's first column and
+ * x at the vector's start, column j holds rows 0 to off + j. x (and y) are
+ * read over n + off elements; a negative increment starts at the far end of
+ * those. off = 0 is the whole update. */
+ZOR_API void zor_blas_xssyr_in_thread(const char *uplo, const zor_int *n, const float *alpha, const float *x,
+                                      const zor_int *incx, float *a, const zor_int *lda, const zor_int *off);
+ZOR_API void zor_blas_xdsyr_in_thread(const char *uplo, const zor_int *n, const double *alpha, const double *x,
+                                      const zor_int *incx, double *a, const zor_int *lda, const zor_int *off);
+ZOR_API void zor_blas_xssyr2_in_thread(const char *uplo, const zor_int *n, const float *alpha, const float *x,
+                                       const zor_int *incx, const float *y, const zor_int *incy, float *a,
+                                       const zor_int *lda, const zor_int *off);
+ZOR_API void zor_blas_xdsyr2_in_thread(const char *uplo, const zor_int *n, const double *alpha, const double *x,
+                                       const zor_int *incx, const double *y, const zor_int *incy, double *a,
+                                       const zor_int *lda, const zor_int *off);
+
+
+/* ---- triangular products and solves, dense (?trsv, x?trmv), band (?tbmv,
+ * ?tbsv) and packed (?tpmv, ?tpsv): x := op(A) x or op(A)^-1 x. uplo 'U'
+ * or 'u' upper, anything else lower; trans 'N' or 'n', 'T' or 't', anything
+ * else the conjugate transpose (the transpose for real data); diag 'N' or
+ * 'n' non-unit, anything else unit (the diagonal is not read). A zero on a
+ * solve's diagonal divides as IEEE arithmetic does. */
+ZOR_API void zor_blas_strsv(const char *uplo, const char *trans, const char *diag, const zor_int *n,
+                            const float *a, const zor_int *lda, float *x, const zor_int *incx);
+ZOR_API void zor_blas_dtrsv(const char *uplo, const char *trans, const char *diag, const zor_int *n,
+                            const double *a, const zor_int *lda, double *x, const zor_int *incx);
+ZOR_API void zor_blas_ctrsv(const char *uplo, const char *trans, const char *diag, const zor_int *n,
+                            const void *a, const zor_int *lda, void *x, const zor_int *incx);
+ZOR_API void zor_blas_ztrsv(const char *uplo, const char *trans, const char *diag, const zor_int *n,
+                            const void *a, const zor_int *lda, void *x, const zor_int *incx);
+ZOR_API void zor_blas_xstrmv(const char *uplo, const char *trans, const char *diag, const zor_int *n,
+                             const float *a, const zor_int *lda, float *x, const zor_int *incx);
+ZOR_API void zor_blas_xdtrmv(const char *uplo, const char *trans, const char *diag, const zor_int *n,
+                             const double *a, const zor_int *lda, double *x, const zor_int *incx);
+ZOR_API void zor_blas_xctrmv(const char *uplo, const char *trans, const char *diag, const zor_int *n,
+                             const void *a, const zor_int *lda, void *x, const zor_int *incx);
+ZOR_API void zor_blas_xztrmv(const char *uplo, const char *trans, const char *diag, const zor_int *n,
+                             const void *a, const zor_int *lda, void *x, const zor_int *incx);
+/* The slice of a product for one thread: m consecutive elements of
+ * op(A) x for a triangle seen by the thread as of order n. y (incy) holds
+ * on entry the slice's elements of the source vector, x (unit stride) the
+ * whole source vector over the view; only y is written. The slice's
+ * diagonal block is the last m rows and columns of the view for 'N' lower
+ * and transposed upper (a and x from the view's start), the first m for
+ * 'N' upper and transposed lower (a and x at the slice's first diagonal
+ * element and its element of x). */
+ZOR_API void zor_blas_xstrmv_in_thread(const char *uplo, const char *trans, const char *diag, const zor_int *n,
+                                       const float *a, const zor_int *lda, float *y, const zor_int *incy,
+                                       const zor_int *m, const float *x);
+ZOR_API void zor_blas_xdtrmv_in_thread(const char *uplo, const char *trans, const char *diag, const zor_int *n,
+                                       const double *a, const zor_int *lda, double *y, const zor_int *incy,
+                                       const zor_int *m, const double *x);
+ZOR_API void zor_blas_xctrmv_in_thread(const char *uplo, const char *trans, const char *diag, const zor_int *n,
+                                       const void *a, const zor_int *lda, void *y, const zor_int *incy,
+                                       const zor_int *m, const void *x);
+ZOR_API void zor_blas_xztrmv_in_thread(const char *uplo, const char *trans, const char *diag, const zor_int *n,
+                                       const void *a, const zor_int *lda, void *y, const zor_int *incy,
+                                       const zor_int *m, const void *x);
+ZOR_API void zor_blas_stbmv(const char *uplo, const char *trans, const char *diag, const zor_int *n,
+                            const zor_int *k, const float *a, const zor_int *lda, float *x, const zor_int *incx);
+ZOR_API void zor_blas_dtbmv(const char *uplo, const char *trans, const char *diag, const zor_int *n,
+                            const zor_int *k, const double *a, const zor_int *lda, double *x, const zor_int *incx);
+ZOR_API void zor_blas_ctbmv(const char *uplo, const char *trans, const char *diag, const zor_int *n,
+                            const zor_int *k, const void *a, const zor_int *lda, void *x, const zor_int *incx);
+ZOR_API void zor_blas_ztbmv(const char *uplo, const char *trans, const char *diag, const zor_int *n,
+                            const zor_int *k, const void *a, const zor_int *lda, void *x, const zor_int *incx);
+ZOR_API void zor_blas_stbsv(const char *uplo, const char *trans, const char *diag, const zor_int *n,
+                            const zor_int *k, const float *a, const zor_int *lda, float *x, const zor_int *incx);
+ZOR_API void zor_blas_dtbsv(const char *uplo, const char *trans, const char *diag, const zor_int *n,
+                            const zor_int *k, const double *a, const zor_int *lda, double *x, const zor_int *incx);
+ZOR_API void zor_blas_ctbsv(const char *uplo, const char *trans, const char *diag, const zor_int *n,
+                            const zor_int *k, const void *a, const zor_int *lda, void *x, const zor_int *incx);
+ZOR_API void zor_blas_ztbsv(const char *uplo, const char *trans, const char *diag, const zor_int *n,
+                            const zor_int *k, const void *a, const zor_int *lda, void *x, const zor_int *incx);
+ZOR_API void zor_blas_stpmv(const char *uplo, const char *trans, const char *diag, const zor_int *n,
+                            const float *ap, float *x, const zor_int *incx);
+ZOR_API void zor_blas_dtpmv(const char *uplo, const char *trans, const char *diag, const zor_int *n,
+                            const double *ap, double *x, const zor_int *incx);
+ZOR_API void zor_blas_ctpmv(const char *uplo, const char *trans, const char *diag, const zor_int *n,
+                            const void *ap, void *x, const zor_int *incx);
+ZOR_API void zor_blas_ztpmv(const char *uplo, const char *trans, const char *diag, const zor_int *n,
+                            const void *ap, void *x, const zor_int *incx);
+ZOR_API void zor_blas_stpsv(const char *uplo, const char *trans, const char *diag, const zor_int *n,
+                            const float *ap, float *x, const zor_int *incx);
+ZOR_API void zor_blas_dtpsv(const char *uplo, const char *trans, const char *diag, const zor_int *n,
+                            const double *ap, double *x, const zor_int *incx);
+ZOR_API void zor_blas_ctpsv(const char *uplo, const char *trans, const char *diag, const zor_int *n,
+                            const void *ap, void *x, const zor_int *incx);
+ZOR_API void zor_blas_ztpsv(const char *uplo, const char *trans, const char *diag, const zor_int *n,
+                            const void *ap, void *x, const zor_int *incx);
+
+
+/* ---- general band product y := alpha op(A) x + beta y, kl sub- and ku
+ * super-diagonals (lda >= kl + ku + 1, the diagonal in row ku of the
+ * array); and the fused pair y1 := alpha A x1 + beta y1, y2 := alpha A^T x2
+ * + beta y2 (?gem2vu; ?gem2vc with A^H) in one pass over A. */
+ZOR_API void zor_blas_sgbmv(const char *trans, const zor_int *m, const zor_int *n, const zor_int *kl,
+                            const zor_int *ku, const float *alpha, const float *a, const zor_int *lda, const float *x,
+                            const zor_int *incx, const float *beta, float *y, const zor_int *incy);
+ZOR_API void zor_blas_dgbmv(const char *trans, const zor_int *m, const zor_int *n, const zor_int *kl,
+                            const zor_int *ku, const double *alpha, const double *a, const zor_int *lda, const double *x,
+                            const zor_int *incx, const double *beta, double *y, const zor_int *incy);
+ZOR_API void zor_blas_cgbmv(const char *trans, const zor_int *m, const zor_int *n, const zor_int *kl,
+                            const zor_int *ku, const void *alpha, const void *a, const zor_int *lda, const void *x,
+                            const zor_int *incx, const void *beta, void *y, const zor_int *incy);
+ZOR_API void zor_blas_zgbmv(const char *trans, const zor_int *m, const zor_int *n, const zor_int *kl,
+                            const zor_int *ku, const void *alpha, const void *a, const zor_int *lda, const void *x,
+                            const zor_int *incx, const void *beta, void *y, const zor_int *incy);
+ZOR_API void zor_blas_sgem2vu(const zor_int *m, const zor_int *n, const float *alpha, const float *a,
+                               const zor_int *lda, const float *x1, const zor_int *incx1, const float *x2,
+                               const zor_int *incx2, const float *beta, float *y1, const zor_int *incy1, float *y2,
+                               const zor_int *incy2);
+ZOR_API void zor_blas_dgem2vu(const zor_int *m, const zor_int *n, const double *alpha, const double *a,
+                               const zor_int *lda, const double *x1, const zor_int *incx1, const double *x2,
+                               const zor_int *incx2, const double *beta, double *y1, const zor_int *incy1, double *y2,
+                               const zor_int *incy2);
+ZOR_API void zor_blas_cgem2vc(const zor_int *m, const zor_int *n, const void *alpha, const void *a,
+                               const zor_int *lda, const void *x1, const zor_int *incx1, const void *x2,
+                               const zor_int *incx2, const void *beta, void *y1, const zor_int *incy1, void *y2,
+                               const zor_int *incy2);
+ZOR_API void zor_blas_zgem2vc(const zor_int *m, const zor_int *n, const void *alpha, const void *a,
+                               const zor_int *lda, const void *x1, const zor_int *incx1, const void *x2,
+                               const zor_int *incx2, const void *beta, void *y1, const zor_int *incy1, void *y2,
+                               const zor_int *incy2);
+/* ---- symmetric and Hermitian products y := alpha A x + beta y from one
+ * stored triangle: dense (x?symv, ?hemv), band with k off-diagonals
+ * (?sbmv, ?hbmv) and packed (?spmv, ?hpmv). */
+ZOR_API void zor_blas_xssymv(const char *uplo, const zor_int *n, const float *alpha, const float *a,
+                              const zor_int *lda, const float *x, const zor_int *incx, const float *beta, float *y,
+                              const zor_int *incy);
+ZOR_API void zor_blas_ssbmv(const char *uplo, const zor_int *n, const zor_int *k, const float *alpha,
+                             const float *a, const zor_int *lda, const float *x, const zor_int *incx, const float *beta,
+                             float *y, const zor_int *incy);
+ZOR_API void zor_blas_sspmv(const char *uplo, const zor_int *n, const float *alpha, const float *ap, const float *x,
+                             const zor_int *incx, const float *beta, float *y, const zor_int *incy);
+ZOR_API void zor_blas_xdsymv(const char *uplo, const zor_int *n, const double *alpha, const double *a,
+                              const zor_int *lda, const double *x, const zor_int *incx, const double *beta, double *y,
+                              const zor_int *incy);
+ZOR_API void zor_blas_dsbmv(const char *uplo, const zor_int *n, const zor_int *k, const double *alpha,
+                             const double *a, const zor_int *lda, const double *x, const zor_int *incx, const double *beta,
+                             double *y, const zor_int *incy);
+ZOR_API void zor_blas_dspmv(const char *uplo, const zor_int *n, const double *alpha, const double *ap, const double *x,
+                             const zor_int *incx, const double *beta, double *y, const zor_int *incy);
+ZOR_API void zor_blas_chemv(const char *uplo, const zor_int *n, const void *alpha, const void *a,
+                              const zor_int *lda, const void *x, const zor_int *incx, const void *beta, void *y,
+                              const zor_int *incy);
+ZOR_API void zor_blas_chbmv(const char *uplo, const zor_int *n, const zor_int *k, const void *alpha,
+                             const void *a, const zor_int *lda, const void *x, const zor_int *incx, const void *beta,
+                             void *y, const zor_int *incy);
+ZOR_API void zor_blas_chpmv(const char *uplo, const zor_int *n, const void *alpha, const void *ap, const void *x,
+                             const zor_int *incx, const void *beta, void *y, const zor_int *incy);
+ZOR_API void zor_blas_zhemv(const char *uplo, const zor_int *n, const void *alpha, const void *a,
+                              const zor_int *lda, const void *x, const zor_int *incx, const void *beta, void *y,
+                              const zor_int *incy);
+ZOR_API void zor_blas_zhbmv(const char *uplo, const zor_int *n, const zor_int *k, const void *alpha,
+                             const void *a, const zor_int *lda, const void *x, const zor_int *incx, const void *beta,
+                             void *y, const zor_int *incy);
+ZOR_API void zor_blas_zhpmv(const char *uplo, const zor_int *n, const void *alpha, const void *ap, const void *x,
+                             const zor_int *incx, const void *beta, void *y, const zor_int *incy);
 
 #endif

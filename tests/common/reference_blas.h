@@ -121,4 +121,84 @@ void srotmg_(float *, float *, float *, const float *, float *);
 void drotmg_(double *, double *, double *, const double *, double *);
 }
 #endif
+
+/* The level-2 routines beyond those above, by family; complex data as void *,
+   real scalars of the Hermitian updates as the real type. */
+#ifdef __cplusplus
+extern "C" {
+#endif
+#define ZOR_REF_GER(R, name) \
+  void name(const f_int *, const f_int *, const R *, const R *, const f_int *, const R *, const f_int *, R *, const f_int *);
+ZOR_REF_GER(float, sger_)
+ZOR_REF_GER(double, dger_)
+ZOR_REF_GER(void, cgeru_)
+ZOR_REF_GER(void, zgeru_)
+ZOR_REF_GER(void, cgerc_)
+ZOR_REF_GER(void, zgerc_)
+#undef ZOR_REF_GER
+
+void ssyr_(const char *, const f_int *, const float *, const float *, const f_int *, float *, const f_int *, f_len);
+void dsyr_(const char *, const f_int *, const double *, const double *, const f_int *, double *, const f_int *, f_len);
+void cher_(const char *, const f_int *, const float *, const void *, const f_int *, void *, const f_int *, f_len);
+void zher_(const char *, const f_int *, const double *, const void *, const f_int *, void *, const f_int *, f_len);
+void sspr_(const char *, const f_int *, const float *, const float *, const f_int *, float *, f_len);
+void dspr_(const char *, const f_int *, const double *, const double *, const f_int *, double *, f_len);
+void chpr_(const char *, const f_int *, const float *, const void *, const f_int *, void *, f_len);
+void zhpr_(const char *, const f_int *, const double *, const void *, const f_int *, void *, f_len);
+void sspr2_(const char *, const f_int *, const float *, const float *, const f_int *, const float *, const f_int *,
+            float *, f_len);
+void dspr2_(const char *, const f_int *, const double *, const double *, const f_int *, const double *,
+            const f_int *, double *, f_len);
+void chpr2_(const char *, const f_int *, const void *, const void *, const f_int *, const void *, const f_int *,
+            void *, f_len);
+void zhpr2_(const char *, const f_int *, const void *, const void *, const f_int *, const void *, const f_int *,
+            void *, f_len);
+
+#define ZOR_REF_GBMV(R, name)                                                                                    \
+  void name(const char *, const f_int *, const f_int *, const f_int *, const f_int *, const R *, const R *,      \
+            const f_int *, const R *, const f_int *, const R *, R *, const f_int *, f_len);
+ZOR_REF_GBMV(float, sgbmv_)
+ZOR_REF_GBMV(double, dgbmv_)
+ZOR_REF_GBMV(void, cgbmv_)
+ZOR_REF_GBMV(void, zgbmv_)
+#undef ZOR_REF_GBMV
+#define ZOR_REF_SBMV(R, name)                                                                                    \
+  void name(const char *, const f_int *, const f_int *, const R *, const R *, const f_int *, const R *,         \
+            const f_int *, const R *, R *, const f_int *, f_len);
+ZOR_REF_SBMV(float, ssbmv_)
+ZOR_REF_SBMV(double, dsbmv_)
+ZOR_REF_SBMV(void, chbmv_)
+ZOR_REF_SBMV(void, zhbmv_)
+#undef ZOR_REF_SBMV
+#define ZOR_REF_SPMV(R, name)                                                                                     \
+  void name(const char *, const f_int *, const R *, const R *, const R *, const f_int *, const R *, R *,         \
+            const f_int *, f_len);
+ZOR_REF_SPMV(float, sspmv_)
+ZOR_REF_SPMV(double, dspmv_)
+ZOR_REF_SPMV(void, chpmv_)
+ZOR_REF_SPMV(void, zhpmv_)
+#undef ZOR_REF_SPMV
+
+/* Triangular: uplo, trans, diag, n, then the storage: (a, lda) dense,
+   (k, a, lda) band, (ap) packed; then x, incx and the three lengths. */
+#define ZOR_REF_TRMV(R, name)                                                                                    \
+  void name(const char *, const char *, const char *, const f_int *, const R *, const f_int *, R *, const f_int *, \
+            f_len, f_len, f_len);
+#define ZOR_REF_TBMV(R, name)                                                                                    \
+  void name(const char *, const char *, const char *, const f_int *, const f_int *, const R *, const f_int *, R *, \
+            const f_int *, f_len, f_len, f_len);
+#define ZOR_REF_TPMV(R, name) \
+  void name(const char *, const char *, const char *, const f_int *, const R *, R *, const f_int *, f_len, f_len, f_len);
+ZOR_REF_TRMV(float, strmv_) ZOR_REF_TRMV(double, dtrmv_) ZOR_REF_TRMV(void, ctrmv_) ZOR_REF_TRMV(void, ztrmv_)
+ZOR_REF_TRMV(float, strsv_) ZOR_REF_TRMV(double, dtrsv_) ZOR_REF_TRMV(void, ctrsv_) ZOR_REF_TRMV(void, ztrsv_)
+ZOR_REF_TBMV(float, stbmv_) ZOR_REF_TBMV(double, dtbmv_) ZOR_REF_TBMV(void, ctbmv_) ZOR_REF_TBMV(void, ztbmv_)
+ZOR_REF_TBMV(float, stbsv_) ZOR_REF_TBMV(double, dtbsv_) ZOR_REF_TBMV(void, ctbsv_) ZOR_REF_TBMV(void, ztbsv_)
+ZOR_REF_TPMV(float, stpmv_) ZOR_REF_TPMV(double, dtpmv_) ZOR_REF_TPMV(void, ctpmv_) ZOR_REF_TPMV(void, ztpmv_)
+ZOR_REF_TPMV(float, stpsv_) ZOR_REF_TPMV(double, dtpsv_) ZOR_REF_TPMV(void, ctpsv_) ZOR_REF_TPMV(void, ztpsv_)
+#undef ZOR_REF_TRMV
+#undef ZOR_REF_TBMV
+#undef ZOR_REF_TPMV
+#ifdef __cplusplus
+}
+#endif
 #endif

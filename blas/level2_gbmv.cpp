@@ -1,0 +1,100 @@
+// General band products y := alpha op(A) x + beta y (?gbmv) and the fused
+// pair y1 := alpha A x1 + beta y1, y2 := alpha op(A) x2 + beta y2 (?gem2vu
+// with the transpose, ?gem2vc with the conjugate transpose; real data has
+// only the first).
+//
+// ?gbmv opens with the frame of the general product (return when m or n is
+// 0, or alpha is 0 and beta is 1; y := beta y, a zero beta never reading y;
+// return when alpha is 0). Column j holds rows max(0, j - ku) to
+// min(m - 1, j + kl), the diagonal in row ku of the array. 'N': the rows of
+// column j take alpha x[j] times the column; transposed: y[j] := s alpha +
+// y[j], s the column's dot with x (conjugated for 'C').
+//
+// ?gem2v: return when m or n is 0, or alpha is 0 and beta is 1; both y1 and
+// y2 scaled; return when alpha is 0. Then one touch of each column j does
+// both products: with t := alpha x1[j] the rows of y1 take t times the
+// column while s sums conj_if(a[i, j]) x2[i]; then y2[j] := y2[j] + s alpha,
+// alpha after the sum. Unit strides on element boundaries run the row pass,
+// anything else scalar loops of the same order.
+#include <zor/blas.h>
+
+#include "blas/level2_rows.hpp"
+
+namespace zor::blas::level2 {
+namespace {
+
+template <class T, bool Conj>
+void band_columns(Trans op, int64_t m, int64_t n, int64_t kl, int64_t ku, typename T::elem alpha,
+                  const BandColumns<typename T::elem> &col, const Strided<typename T::elem> &x,
+                  const Strided<typename T::elem> &y) {
+  using E = typename T::elem;
+  using Rows = InRows<T>;
+  for (int64_t j = 0; j < n; ++j) {
+    const int64_t lo = j - ku > 0 ? j - ku : 0, hi = j + kl + 1 < m ? j + kl + 1 : m;
+    if (op == Trans::N) Rows::add(lo, hi, alpha * x.get(j), col(j), y);
+    else y.set(j, Rows::template dot<Conj>(lo, hi, col(j), x) * alpha + y.get(j));
+  }
+}
+
+template <class T>
+void gbmv(const char *trans, const zor_int *m_, const zor_int *n_, const zor_int *kl, const zor_int *ku,
+          const void *alpha_, const void *a, const zor_int *lda, const void *x, const zor_int *incx, const void *beta,
+          void *y, const zor_int *incy) {
+  using E = typename T::elem;
+  const int64_t m = *m_, n = *n_;
+  if (m == 0 || n == 0) return;
+  const Trans op = product_trans<T::complex>(trans);
+  const int64_t leny = op == Trans::N ? m : n, lenx = op == Trans::N ? n : m;
+  const E alpha = *static_cast<const E *>(alpha_);
+  E *ys = vector_start(static_cast<E *>(y), leny, *incy);
+  if (!open_product(leny, alpha, *static_cast<const E *>(beta), ys, *incy)) return;
+  const BandColumns<E> col{const_cast<E *>(static_cast<const E *>(a)), *lda, *ku};
+  const Strided<E> xs{vector_start(const_cast<E *>(static_cast<const E *>(x)), lenx, *incx), *incx}, yv{ys, *incy};
+  if (op == Trans::C) band_columns<T, true>(op, m, n, *kl, *ku, alpha, col, xs, yv);
+  else band_columns<T, false>(op, m, n, *kl, *ku, alpha, col, xs, yv);
+}
+
+template <class T>
+void gem2v(const zor_int *m_, const zor_int *n_, const void *alpha_, const void *a, const zor_int *lda,
+           const void *x1, const zor_int *incx1, const void *x2, const zor_int *incx2, const void *beta_, void *y1,
+           const zor_int *incy1, void *y2, const zor_int *incy2) {
+  using E = typename T::elem;
+  const int64_t m = *m_, n = *n_;
+  if (m == 0 || n == 0) return;
+  const E alpha = *static_cast<const E *>(alpha_), beta = *static_cast<const E *>(beta_);
+  E *y1s = vector_start(static_cast<E *>(y1), m, *incy1), *y2s = vector_start(static_cast<E *>(y2), n, *incy2);
+  const bool first = open_product(m, alpha, beta, y1s, *incy1), second = open_product(n, alpha, beta, y2s, *incy2);
+  if (!first || !second) return;
+  const DenseColumns<E> col{const_cast<E *>(static_cast<const E *>(a)), *lda};
+  const Strided<E> x1s{vector_start(const_cast<E *>(static_cast<const E *>(x1)), n, *incx1), *incx1};
+  const Strided<E> x2s{vector_start(const_cast<E *>(static_cast<const E *>(x2)), m, *incx2), *incx2};
+  const Strided<E> y1v{y1s, *incy1}, y2v{y2s, *incy2};
+  for (int64_t j = 0; j < n; ++j) {
+    E s{};
+    InRows<T>::template add_dot<T::complex>(0, m, alpha * x1s.get(j), col(j), x2s, y1v, s);
+    y2v.set(j, y2v.get(j) + s * alpha);
+  }
+}
+
+}  // namespace
+}  // namespace zor::blas::level2
+
+using namespace zor;
+using namespace zor::blas::level2;
+
+// clang-format off
+#define ZOR_GBMV(L, T, E) \
+  ZOR_API void zor_blas_##L##gbmv(const char *trans, const zor_int *m, const zor_int *n, const zor_int *kl, const zor_int *ku, const E *alpha, const E *a, const zor_int *lda, const E *x, const zor_int *incx, const E *beta, E *y, const zor_int *incy) { gbmv<T>(trans, m, n, kl, ku, alpha, a, lda, x, incx, beta, y, incy); }
+ZOR_GBMV(s, S, float)
+ZOR_GBMV(d, D, double)
+ZOR_GBMV(c, C, void)
+ZOR_GBMV(z, Z, void)
+#undef ZOR_GBMV
+#define ZOR_GEM2V(NAME, T, E) \
+  ZOR_API void zor_blas_##NAME(const zor_int *m, const zor_int *n, const E *alpha, const E *a, const zor_int *lda, const E *x1, const zor_int *incx1, const E *x2, const zor_int *incx2, const E *beta, E *y1, const zor_int *incy1, E *y2, const zor_int *incy2) { gem2v<T>(m, n, alpha, a, lda, x1, incx1, x2, incx2, beta, y1, incy1, y2, incy2); }
+ZOR_GEM2V(sgem2vu, S, float)
+ZOR_GEM2V(dgem2vu, D, double)
+ZOR_GEM2V(cgem2vc, C, void)
+ZOR_GEM2V(zgem2vc, Z, void)
+#undef ZOR_GEM2V
+// clang-format on

@@ -1,0 +1,58 @@
+// Rank-one updates A := alpha x y^T + A (sger, dger, cgeru, zgeru) and
+// A := alpha x y^H + A (cgerc, zgerc).
+//
+// Return when m or n is below 1 or alpha is 0 (complex: both parts). Then
+// column by column: a column whose y[j] equals 0 (both parts; a NaN is not
+// 0) is passed over, so a NaN in x does not reach it. Otherwise
+// t := alpha y[j] (alpha conj(y[j]) for the conjugated forms), in that order
+// of the product, and the column takes t x: through the tier's x?axpy (m, t,
+// x, incx, column, 1), which carries all the speed; complex forms with an
+// increment of x other than 1 run a plain loop instead, from the standard's
+// first element.
+#include <zor/blas.h>
+
+#include "blas/level2_rows.hpp"
+
+namespace zor::blas::level2 {
+namespace {
+
+template <class T, bool Conj>
+void ger(const zor_int *m_, const zor_int *n_, const void *alpha_, const void *x_, const zor_int *incx_,
+         const void *y_, const zor_int *incy_, void *a_, const zor_int *lda_) {
+  using E = typename T::elem;
+  const int64_t m = *m_, n = *n_, incx = *incx_, incy = *incy_, lda = *lda_;
+  if (m < 1 || n < 1) return;
+  const E alpha = *static_cast<const E *>(alpha_);
+  if (is_zero(alpha)) return;
+  const E *x = static_cast<const E *>(x_);
+  const Strided<const E> y{vector_start(static_cast<const E *>(y_), n, incy), incy};
+  const Strided<const E> xs{vector_start(x, m, incx), incx};
+  E *a = static_cast<E *>(a_);
+  const zor_int one = 1;
+  for (int64_t j = 0; j < n; ++j) {
+    const E yj = y.get(j);
+    if (is_zero(yj)) continue;
+    const E t = alpha * conj_if<Conj>(yj);
+    E *col = a + j * lda;
+    if (!T::complex || incx == 1) {
+      imports<T>::xaxpy(m_, &t, x, incx_, col, &one);
+    } else {
+      for (int64_t i = 0; i < m; ++i) store_any(col + i, load_any(col + i) + xs.get(i) * t);
+    }
+  }
+}
+
+}  // namespace
+}  // namespace zor::blas::level2
+
+using namespace zor;
+using zor::blas::level2::ger;
+
+// clang-format off
+ZOR_API void zor_blas_sger(const zor_int *m, const zor_int *n, const float *alpha, const float *x, const zor_int *incx, const float *y, const zor_int *incy, float *a, const zor_int *lda) { ger<S, false>(m, n, alpha, x, incx, y, incy, a, lda); }
+ZOR_API void zor_blas_dger(const zor_int *m, const zor_int *n, const double *alpha, const double *x, const zor_int *incx, const double *y, const zor_int *incy, double *a, const zor_int *lda) { ger<D, false>(m, n, alpha, x, incx, y, incy, a, lda); }
+ZOR_API void zor_blas_cgeru(const zor_int *m, const zor_int *n, const void *alpha, const void *x, const zor_int *incx, const void *y, const zor_int *incy, void *a, const zor_int *lda) { ger<C, false>(m, n, alpha, x, incx, y, incy, a, lda); }
+ZOR_API void zor_blas_zgeru(const zor_int *m, const zor_int *n, const void *alpha, const void *x, const zor_int *incx, const void *y, const zor_int *incy, void *a, const zor_int *lda) { ger<Z, false>(m, n, alpha, x, incx, y, incy, a, lda); }
+ZOR_API void zor_blas_cgerc(const zor_int *m, const zor_int *n, const void *alpha, const void *x, const zor_int *incx, const void *y, const zor_int *incy, void *a, const zor_int *lda) { ger<C, true>(m, n, alpha, x, incx, y, incy, a, lda); }
+ZOR_API void zor_blas_zgerc(const zor_int *m, const zor_int *n, const void *alpha, const void *x, const zor_int *incx, const void *y, const zor_int *incy, void *a, const zor_int *lda) { ger<Z, true>(m, n, alpha, x, incx, y, incy, a, lda); }
+// clang-format on
