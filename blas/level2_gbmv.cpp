@@ -7,8 +7,9 @@
 // 0, or alpha is 0 and beta is 1; y := beta y, a zero beta never reading y;
 // return when alpha is 0). Column j holds rows max(0, j - ku) to
 // min(m - 1, j + kl), the diagonal in row ku of the array. 'N': the rows of
-// column j take alpha x[j] times the column; transposed: y[j] := s alpha +
-// y[j], s the column's dot with x (conjugated for 'C').
+// column j take alpha x[j] times the column (unit strides: column pairs
+// share a pass over the rows both hold); transposed: y[j] := s alpha + y[j],
+// s the column's dot with x (conjugated for 'C').
 //
 // ?gem2v: return when m or n is 0, or alpha is 0 and beta is 1; both y1 and
 // y2 scaled; return when alpha is 0. Then one touch of each column j does
@@ -29,10 +30,31 @@ void band_columns(Trans op, int64_t m, int64_t n, int64_t kl, int64_t ku, typena
                   const Strided<typename T::elem> &y) {
   using E = typename T::elem;
   using Rows = InRows<T>;
-  for (int64_t j = 0; j < n; ++j) {
-    const int64_t lo = j - ku > 0 ? j - ku : 0, hi = j + kl + 1 < m ? j + kl + 1 : m;
-    if (op == Trans::N) Rows::add(lo, hi, alpha * x.get(j), col(j), y);
-    else y.set(j, Rows::template dot<Conj>(lo, hi, col(j), x) * alpha + y.get(j));
+  auto lo = [&](int64_t j) { return j - ku > 0 ? j - ku : 0; };
+  auto hi = [&](int64_t j) { return j + kl + 1 < m ? j + kl + 1 : m; };
+  int64_t j = 0;
+  if (op == Trans::N && Rows::unit(col(0), y)) {
+    // Column pairs: the rows the two share take both in one pass, each
+    // element as ((y + t0 a0) + t1 a1), as two single columns would give;
+    // the row at either end that only one of them holds goes alone.
+    for (; j + 1 < n; j += 2) {
+      const E t0 = alpha * x.get(j), t1 = alpha * x.get(j + 1);
+      const int64_t lo0 = lo(j), hi0 = hi(j), lo1 = lo(j + 1), hi1 = hi(j + 1);
+      if (lo1 >= hi0) {
+        Rows::add(lo0, hi0, t0, col(j), y);
+        Rows::add(lo1, hi1, t1, col(j + 1), y);
+        continue;
+      }
+      Rows::add(lo0, lo1, t0, col(j), y);
+      const E *c[2] = {col(j) + lo1, col(j + 1) + lo1};
+      const Factor<E> f[2] = {Factor<E>(t0), Factor<E>(t1)};
+      row_pass<E, 2, true, false>(hi0 - lo1, c, f, nullptr, y.p + lo1, nullptr);
+      Rows::add(hi0, hi1, t1, col(j + 1), y);
+    }
+  }
+  for (; j < n; ++j) {
+    if (op == Trans::N) Rows::add(lo(j), hi(j), alpha * x.get(j), col(j), y);
+    else y.set(j, Rows::template dot<Conj>(lo(j), hi(j), col(j), x) * alpha + y.get(j));
   }
 }
 

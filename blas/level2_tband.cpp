@@ -19,7 +19,7 @@
 namespace zor::blas::level2 {
 namespace {
 
-constexpr int64_t kBandSmall = 64, kBandMiddle = 256, kBandLarge = 1001, kBandWide = 500;
+using namespace fixed;
 
 template <class T, bool Solve>
 bool band_general(const Triangle &g) {

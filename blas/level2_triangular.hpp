@@ -53,11 +53,45 @@ void triangular_product_as(const Triangle &g, Columns col, const Strided<typenam
   }
 }
 
+// The transposed solve of a whole triangle on a unit-stride x: the n mod 4
+// columns solved first go singly, then groups of four: one pass over the
+// solved part of x forms the four dots, and the 4 by 4 head is resolved in
+// scalars, x[j + q] := (x[j + q] - s_q - the head's terms) / a[j + q, j + q].
+template <class T, bool Conj, class Columns, class Diag>
+void transposed_solve_by_four(const Triangle &g, Columns col, typename T::elem *x, Diag &&diag) {
+  using E = typename T::elem;
+  const int64_t n = g.n, singles = n % 4;
+  const Strided<E> xs{x, 1};
+  auto single = [&](int64_t j) {
+    x[j] = diag(j, x[j] - InRows<T>::template dot<Conj>(g.lo(j), g.hi(j), col(j), xs));
+  };
+  for (int64_t s = 0; s < singles; ++s) single(g.upper ? s : n - 1 - s);
+  for (int64_t done = singles; done < n; done += 4) {
+    // Columns j..j+3; the solved rows [r0, r0 + len).
+    const int64_t j = g.upper ? done : n - done - 4, r0 = g.upper ? 0 : j + 4, len = g.upper ? j : n - j - 4;
+    E s[4] = {};
+    const E *c[4] = {col(j), col(j + 1), col(j + 2), col(j + 3)};
+    if (len > 0) {
+      const E *cs[4] = {c[0] + r0, c[1] + r0, c[2] + r0, c[3] + r0};
+      row_pass<E, 4, false, true, Conj>(len, cs, nullptr, x + r0, nullptr, s);
+    }
+    for (int q0 = 0; q0 < 4; ++q0) {
+      const int q = g.upper ? q0 : 3 - q0;
+      E v = x[j + q] - s[q];
+      for (int r = g.upper ? 0 : q + 1; r < (g.upper ? q : 4); ++r) v = v - times<Conj>(c[q][j + r], x[j + r]);
+      x[j + q] = diag(j + q, v);
+    }
+  }
+}
+
 template <class T, class Rows, bool Conj, class Columns>
 void triangular_solve_as(const Triangle &g, Columns col, const Strided<typename T::elem> &x) {
   using E = typename T::elem;
   const int64_t n = g.n;
   auto diag = [&](int64_t j, E v) { return g.unit ? v : divided(v, conj_if<Conj>(load_any(col(j) + j))); };
+  if constexpr (std::is_same_v<Rows, InRows<T>>)
+    if (g.op != Trans::N && g.k >= n && n >= 4 && Rows::unit(col(0), x))
+      return transposed_solve_by_four<T, Conj>(g, col, x.p, diag);
   if (g.op == Trans::N) {
     for (int64_t s = 0; s < n; ++s) {
       const int64_t j = g.upper ? n - 1 - s : s;

@@ -38,7 +38,7 @@
 namespace zor::blas::level2 {
 namespace {
 
-constexpr int64_t kSolveBlock = 32, kProductBlock = 64;
+using namespace fixed;
 
 char trans_letter(Trans op) { return op == Trans::N ? 'N' : op == Trans::T ? 'T' : 'C'; }
 

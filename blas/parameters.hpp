@@ -63,6 +63,13 @@ inline constexpr int kGatherPass = 8;
 inline constexpr int64_t kMixedDirectBelow = 4;
 inline constexpr int32_t kMixedScratchAlignment = 128;
 
+// Triangular products and solves: the diagonal block of ?trsv and of
+// x?trmv (and its slices); everything off it goes through gemv.
+inline constexpr int64_t kSolveBlock = 32, kProductBlock = 64;
+// Complex triangular band routines: the order and width thresholds that
+// choose between the general inner form and the dot-based one.
+inline constexpr int64_t kBandSmall = 64, kBandMiddle = 256, kBandLarge = 1001, kBandWide = 500;
+
 // Modified-Givens set-up: gam and gamsq, and their reciprocals as the
 // decimal constants they are (not exact powers of two).
 template <class R> struct Rotmg;

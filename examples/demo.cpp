@@ -75,6 +75,17 @@ void fourier() {
   std::printf("dft: placement 12345 refused with status %lld: %s\n", static_cast<long long>(status),
               zor_fft_status_text(status));
   zor_fft_free(&d);
+  // A real line of 16 points, cos(2 pi 3 j / 16): its spectrum, in the ccs
+  // layout, holds 8 at frequency 3.
+  int64_t m = 16;
+  DftNode *r = nullptr;
+  zor_fft_create(&r, DFT_DOUBLE, DFT_REAL, 1, &m);
+  zor_fft_commit(r);
+  double line[18];
+  for (int j = 0; j < 16; ++j) line[j] = std::cos(2 * 3.14159265358979323846 * 3 * j / 16);
+  zor_fft_forward(r, line);
+  std::printf("dft: real cos(2 pi 3 j / 16), spectrum at 3 = %.3f%+.3fi\n", line[6], line[7]);
+  zor_fft_free(&r);
 }
 
 }  // namespace

@@ -239,4 +239,48 @@ TEST(DftFaults, SplitStorage) {
   EXPECT_EQ(im, want_im);
 }
 
+// Real descriptors out of place: every allocation of commit (a power of two,
+// an even and an odd mixed length) and of a strided compute fails in turn.
+template <class T>
+void check_real(int64_t n, int64_t stride) {
+  SCOPED_TRACE(testing::Message() << "real n " << n << " stride " << stride << " " << sizeof(T));
+  DftNode *d = nullptr;
+  ASSERT_EQ(zor_fft_create(&d, precision_of<T>, DFT_REAL, 1, &n), 0);
+  const int64_t strides[2] = {0, stride};
+  ASSERT_EQ(zor_fft_set_input_strides(d, strides), 0);
+  ASSERT_EQ(zor_fft_set_output_strides(d, strides), 0);
+  ASSERT_EQ(zor_fft_set_value(d, DFT_PLACEMENT, DFT_NOT_INPLACE), 0);
+  long count = allocations_of([&] { ASSERT_EQ(zor_fft_commit(d), 0); });
+  ASSERT_GT(count, 0);
+  for (long k = 1; k <= count; ++k) {
+    d->uncommit(d);
+    long live = live_blocks();
+    EXPECT_EQ(failing(k, [&] { return zor_fft_commit(d); }), DFT_MEMORY_ERROR) << "allocation " << k;
+    EXPECT_EQ(d->commit_status, DFT_UNCOMMITTED);
+    EXPECT_EQ(live_blocks(), live) << "allocation " << k;
+  }
+  ASSERT_EQ(zor_fft_commit(d), 0);
+  Rng rng(13);
+  std::vector<T> x(static_cast<size_t>(stride * (n + 2))), want(x.size()), y(x.size());
+  for (auto &v : x) v = T(rng.uniform());
+  ASSERT_EQ(zor_fft_forward_out(d, x.data(), want.data()), 0);
+  long compute_count = allocations_of([&] { zor_fft_forward_out(d, x.data(), y.data()); });
+  EXPECT_EQ(compute_count, stride == 1 ? 0 : 1);
+  for (long k = 1; k <= compute_count; ++k) {
+    long live = live_blocks();
+    EXPECT_EQ(failing(k, [&] { return zor_fft_forward_out(d, x.data(), y.data()); }), DFT_MEMORY_ERROR);
+    EXPECT_EQ(live_blocks(), live);
+  }
+  std::fill(y.begin(), y.end(), T(0));
+  ASSERT_EQ(zor_fft_forward_out(d, x.data(), y.data()), 0);
+  EXPECT_EQ(y, want);
+  zor_fft_free(&d);
+}
+
+TEST(DftFaults, RealTransforms) {
+  check_real<double>(4096, 1);
+  check_real<double>(1000, 3);
+  check_real<float>(301, 2);
+}
+
 }  // namespace

@@ -106,6 +106,11 @@ TEST(DftReal, LayoutRules) {
     ASSERT_EQ(zor_fft_set_input_strides(d, half), 0);
     EXPECT_EQ(zor_fft_commit(d), 0);
   }
+  {  // lengths above the limits: 9
+    RealDescriptor d(DFT_DOUBLE, 0x1000001, kCcs), s(DFT_SINGLE, 0x2000001, kPack);
+    EXPECT_EQ(zor_fft_commit(d), DFT_1D_LENGTH_EXCEEDS_INT32);
+    EXPECT_EQ(zor_fft_commit(s), DFT_1D_LENGTH_EXCEEDS_INT32);
+  }
   {  // a real domain has no scrambled order
     RealDescriptor d(DFT_SINGLE, 8, kCcs);
     EXPECT_EQ(zor_fft_set_value(d, DFT_ORDERING, DFT_BACKWARD_SCRAMBLED), DFT_UNIMPLEMENTED);
