@@ -204,4 +204,29 @@ void csrmultd_ker(const I *conj, const I *first, const I *last, const I *n, cons
   }
 }
 
+// The parts of a sorted dist for the solves: p is the first one-based
+// position whose distance is not negative. When there is none, p is
+// ndiag + 1, and that position counts as a non-zero distance without being
+// read (the search stops at the end of the list).
+template <class P, char Part, char Diag, class I>
+void find_diag(const I *dist, const I *ndiag, I *strict_first, I *strict_last, I *all_first, I *all_last,
+               I *status) {
+  const int64_t n = *ndiag;
+  int64_t p = 1;
+  while (p <= n && dist[p - 1] < 0) ++p;
+  const bool main = p <= n && dist[p - 1] == 0;
+  if constexpr (Part == 'l') {
+    *strict_first = 1;
+    *strict_last = I(Diag == 'n' || main ? p - 1 : p);
+    *all_first = 1;
+    *all_last = I(p);
+  } else {
+    *strict_first = I(Diag == 'u' || p + 1 <= n ? p + 1 : n);
+    *strict_last = I(n);
+    *all_first = I(p);
+    *all_last = I(n);
+  }
+  *status = I(Diag == 'u' || main ? 0 : -1);
+}
+
 }  // namespace zor::spblas

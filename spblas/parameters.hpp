@@ -39,7 +39,14 @@ struct MmWeights {
   static constexpr int q = (Letter == 'z' || Op == 's') ? 20 : 12;
 };
 
-// The scratch row of the sm kernels is aligned to this many bytes.
+// The diagonal-format products go over blocks of this many rows and columns
+// (the last block of each taking the rest); a row's terms come by column
+// block, then in the list order of the diagonals.
+inline constexpr int64_t kDiaRowBlock = 20000;
+inline constexpr int64_t kDiaColumnBlock = 5000;
+
+// The scratch of the sm kernels and of the COO solves is aligned to this
+// many bytes.
 inline constexpr uint64_t kScratchAlignment = 128;
 
 // The summing routines of symmetric copies take four elements at a time in

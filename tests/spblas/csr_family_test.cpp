@@ -3,34 +3,15 @@
 // between them, empty rows, duplicates, entries in the ignored triangle,
 // both bases of the row arrays, ranges including an empty one, alpha 1, 0
 // and random. Solves are checked by building y = op(A) x and solving back.
-#include <fstream>
-#include <map>
-#include <regex>
-#include <set>
 #include <string>
 
-#include <zor/spblas.h>
-
 #include "spblas/csr_reference.hpp"
+#include "spblas/family_cases.hpp"
 
 namespace {
 
 using namespace zor::test;
 using namespace zor::test::sparse;
-
-struct Case {
-  const char *name;
-  char precision;
-  int int_bytes;
-  int base;
-  char op, structure, part, diag;
-  const char *operation, *mode;
-  void (*entry)();
-};
-
-const Case kCases[] = {
-#include "spblas_cases.inc"
-};
 
 template <class E, class I>
 struct Run {
@@ -291,32 +272,11 @@ TEST_P(CsrKernel, MatchesTheDenseExpansion) {
   else run_case<int32_t>(cs, rng);
 }
 
-INSTANTIATE_TEST_SUITE_P(Family, CsrKernel, testing::Range(0, int(std::size(kCases))),
+INSTANTIATE_TEST_SUITE_P(Family, CsrKernel, testing::ValuesIn(cases_of("csr")),
                          [](const testing::TestParamInfo<int> &info) { return std::string(kCases[info.param].name); });
 
 // The generated names are exactly the CSR names of the export list, with the
-// per-base counts of the family (352 zero-based, 353 one-based per prefix).
-TEST(CsrFamily, NamesAreTheExportList) {
-  std::set<std::string> ours, listed;
-  std::map<std::string, int> per_base;
-  for (const Case &cs : kCases) {
-    ours.insert(cs.name);
-    per_base[std::string(cs.int_bytes == 4 ? "lp64 " : "") + char('0' + cs.base)]++;
-  }
-  std::ifstream tsv(ZOR_EXPORTS_TSV);
-  ASSERT_TRUE(tsv) << ZOR_EXPORTS_TSV;
-  std::regex csr("^zor_spblas_(lp64_)?[sdcz]csr[01].*");
-  for (std::string line; std::getline(tsv, line);) {
-    std::string name = line.substr(0, line.find('\t'));
-    if (std::regex_match(name, csr)) listed.insert(name);
-  }
-  EXPECT_EQ(ours.size(), std::size(kCases));
-  EXPECT_EQ(listed.size(), 1410u);
-  EXPECT_EQ(ours, listed);
-  EXPECT_EQ(per_base["0"], 352);
-  EXPECT_EQ(per_base["1"], 353);
-  EXPECT_EQ(per_base["lp64 0"], 352);
-  EXPECT_EQ(per_base["lp64 1"], 353);
-}
+// per-base counts of the family.
+TEST(CsrFamily, NamesAreTheExportList) { expect_export_names("csr", 352, 353); }
 
 }  // namespace

@@ -131,14 +131,14 @@ struct Dense {
   W operator()(int64_t r, int64_t c) const { return a[r * cols + c]; }
 };
 
-// op(A) of the entries of rows lo..hi (one-based), expanded by structure:
+// op(A) of an m x k matrix given by its entries, expanded by structure:
 // the stored triangle mirrored (s), mirrored conjugated (h), mirrored with
-// changed sign (a), the unit diagonal added for the rows.
-template <class E, class I>
-Dense expand(const Letters &kd, const CsrData<E, I> &a, int64_t lo, int64_t hi) {
-  Dense d{a.m, a.k, std::vector<W>(a.m * a.k)};
-  for (const Entry &e : a.entries) {
-    if (e.row < lo - 1 || e.row > hi - 1) continue;
+// changed sign (a), the unit diagonal added for rows unit_lo..unit_hi
+// (one-based).
+inline Dense expand(const Letters &kd, int64_t m, int64_t k, const std::vector<Entry> &entries, int64_t unit_lo,
+                    int64_t unit_hi) {
+  Dense d{m, k, std::vector<W>(m * k)};
+  for (const Entry &e : entries) {
     int64_t r = e.row, c = e.col;
     bool inside = kd.part == 'l' ? c < r : c > r;
     bool on = c == r;
@@ -165,7 +165,7 @@ Dense expand(const Letters &kd, const CsrData<E, I> &a, int64_t lo, int64_t hi) 
     }
   }
   if (kd.diag == 'u')
-    for (int64_t r = lo - 1; r <= hi - 1; ++r) d(r, r) += 1;
+    for (int64_t r = unit_lo - 1; r <= unit_hi - 1; ++r) d(r, r) += 1;
   if (kd.op == 'n') return d;
   // Hermitian t is conj(A) with the stored diagonal's imaginary part kept
   // (and so conjugated), which A^T would leave as it is.
@@ -177,6 +177,15 @@ Dense expand(const Letters &kd, const CsrData<E, I> &a, int64_t lo, int64_t hi) 
   for (int64_t r = 0; r < d.rows; ++r)
     for (int64_t c = 0; c < d.cols; ++c) t(c, r) = kd.op == 'c' ? std::conj(d(r, c)) : d(r, c);
   return t;
+}
+
+// The same of the CSR entries of rows lo..hi.
+template <class E, class I>
+Dense expand(const Letters &kd, const CsrData<E, I> &a, int64_t lo, int64_t hi) {
+  std::vector<Entry> rows;
+  for (const Entry &e : a.entries)
+    if (e.row >= lo - 1 && e.row <= hi - 1) rows.push_back(e);
+  return expand(kd, a.m, a.k, rows, lo, hi);
 }
 
 // |got - want| within tol * scale[i], element by element; NaN never passes.

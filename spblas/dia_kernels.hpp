@@ -1,0 +1,166 @@
+// Diagonal-format kernels (base 1, column-major dense operands): the matrix
+// as ndiag full-length diagonals, row r of diagonal t at vals[t*lval + r-1],
+// dist[t] = col - row. Rows and columns are one-based below.
+//
+// Multiply: rows in blocks of kDiaRowBlock, columns in blocks of
+// kDiaColumnBlock (the last block of each taking the rest); for each block
+// pair, each diagonal in list order that crosses it (c0 - r1 + 1 <= d <=
+// c1 - r0 - 1) is walked over its overlap, so the terms of a row come by
+// column block, then in list order. Per element v of row r on distance d
+// (v conjugated first where the letter says so):
+//   g   y[r] += (v alpha) x[r+d]; t, c: y[r+d] += (v alpha) x[r]
+//   t   as g, diagonals d <= 0 (l) / d >= 0 (u) only, the strict tests with
+//       a unit diagonal, whose term alpha x comes before the blocks
+//   s   d <= 0 (l) / d >= 0 (u): for d != 0, a = v alpha,
+//       y[r] += x[r+d] a, y[r+d] += x[r] a; the main diagonal as g
+//   h   as s with the mirror's value conjugated (op t: the direct one)
+//   a   d < 0 (l) / d > 0 (u): a = v alpha, y[r] += x[r+d] a, y[r+d] -= x[r] a;
+//       op t (A^T = -A) and c (A^H = -conj(A)) with alpha negated
+//   d   main diagonals only: y[r] += (x[r] alpha) v
+// mm: the same on every dense column of the range, inside the rows.
+#pragma once
+#include <algorithm>
+
+#include "spblas/csr_common.hpp"
+
+namespace zor::spblas {
+
+template <class E, class I>
+struct Dia {
+  const E *vals;
+  int64_t lval;
+  const I *dist;
+  int64_t ndiag;
+  E at(int64_t t, int64_t r) const { return vals[t * lval + r - 1]; }  // row r of diagonal t
+};
+
+// The block pairs and the diagonals that cross them: body(t, d, lo, hi)
+// for rows lo..hi of diagonal t. m and k must be positive.
+template <class E, class I, class F>
+inline void dia_blocks(const Dia<E, I> &a, int64_t m, int64_t k, F &&body) {
+  const int64_t rb = std::min(m, fixed::kDiaRowBlock), nr = m / rb;
+  const int64_t cb = std::min(k, fixed::kDiaColumnBlock), nc = k / cb;
+  for (int64_t bi = 0; bi < nr; ++bi) {
+    const int64_t r0 = bi * rb, r1 = bi == nr - 1 ? m : r0 + rb;
+    for (int64_t bj = 0; bj < nc; ++bj) {
+      const int64_t c0 = bj * cb, c1 = bj == nc - 1 ? k : c0 + cb;
+      for (int64_t t = 0; t < a.ndiag; ++t) {
+        const int64_t d = a.dist[t];
+        if (d < c0 - r1 + 1 || d > c1 - r0 - 1) continue;
+        const int64_t lo = std::max(r0 + 1, c0 - d + 1), hi = std::min(c1 - d, r1);
+        if (lo <= hi) body(t, d, lo, hi);
+      }
+    }
+  }
+}
+
+// Whether diagonal d takes part in the structure's product.
+template <Kind K>
+inline bool dia_used(int64_t d) {
+  constexpr char S = K.structure;
+  constexpr bool lower = K.part == 'l', unit = K.diag == 'u';
+  if constexpr (S == 'g') return true;
+  else if constexpr (S == 'd') return d == 0;
+  else if constexpr (S == 'a') return lower ? d < 0 : d > 0;
+  else if (unit) return lower ? d < 0 : d > 0;
+  else return lower ? d <= 0 : d >= 0;
+}
+
+// Rows lo..hi of diagonal t (distance d) into y, x and y any views.
+template <Kind K, class E, class I, class X, class Y>
+inline void dia_rows(const Dia<E, I> &a, E alpha, int64_t t, int64_t d, int64_t lo, int64_t hi, X x, Y y) {
+  constexpr char S = K.structure, op = K.op;
+  constexpr bool conj_read = op == 'c';
+  if constexpr (S == 'g' || S == 't') {
+    for (int64_t r = lo; r <= hi; ++r) {
+      const E v = conj_if<conj_read>(a.at(t, r)) * alpha;
+      if constexpr (op == 'n') y(r - 1) = y(r - 1) + v * x(r + d - 1);
+      else y(r + d - 1) = y(r + d - 1) + v * x(r - 1);
+    }
+  } else if constexpr (S == 'd') {
+    for (int64_t r = lo; r <= hi; ++r) y(r - 1) = y(r - 1) + (x(r - 1) * alpha) * conj_if<conj_read>(a.at(t, r));
+  } else if (d == 0) {  // the main diagonal of s and h
+    constexpr bool cj = S == 'h' ? op == 't' : conj_read;
+    for (int64_t r = lo; r <= hi; ++r) y(r - 1) = y(r - 1) + (conj_if<cj>(a.at(t, r)) * alpha) * x(r - 1);
+  } else {
+    // s, h, a: both halves in one pass, the row's own update first.
+    constexpr bool cj_direct = S == 'h' ? op == 't' : conj_read;
+    constexpr bool cj_mirror = S == 'h' ? op == 'n' : conj_read;
+    for (int64_t r = lo; r <= hi; ++r) {
+      const E v = a.at(t, r);
+      const E direct = conj_if<cj_direct>(v) * alpha;
+      y(r - 1) = y(r - 1) + x(r + d - 1) * direct;
+      if constexpr (S == 'a') {
+        y(r + d - 1) = y(r + d - 1) - x(r - 1) * direct;
+      } else {
+        const E mirror = cj_mirror == cj_direct ? direct : conj_if<cj_mirror>(v) * alpha;
+        y(r + d - 1) = y(r + d - 1) + x(r - 1) * mirror;
+      }
+    }
+  }
+}
+
+// y += alpha op(A) x over the blocks; x and y are views (one dense column).
+template <Kind K, class E, class I, class X, class Y>
+inline void dia_multiply(const Dia<E, I> &a, E alpha, int64_t m, int64_t k, X x, Y y) {
+  if (m < 1 || k < 1) return;
+  if constexpr (K.structure == 'a' && K.op != 'n') alpha = negated(alpha);
+  if constexpr (K.diag == 'u')
+    for (int64_t i = 0; i < m; ++i) y(i) = y(i) + x(i) * alpha;
+  dia_blocks(a, m, k, [&](int64_t t, int64_t d, int64_t lo, int64_t hi) {
+    if (dia_used<K>(d)) dia_rows<K>(a, alpha, t, d, lo, hi, x, y);
+  });
+}
+
+// ---------------------------------------------------------------- solves
+
+// The diagonal structure: y[r] /= v for every main diagonal (alpha is not
+// an argument; a list without distance 0 does nothing).
+template <Kind K, class E, class I, class Y>
+inline void dia_diagonal_solve(const Dia<E, I> &a, int64_t m, Y y) {
+  for (int64_t t = 0; t < a.ndiag; ++t)
+    if (a.dist[t] == 0)
+      for (int64_t r = 1; r <= m; ++r) y(r - 1) = divide(y(r - 1), conj_if<K.op == 'c'>(a.at(t, r)));
+}
+
+// The triangular solve by blocks of B rows, B the distance of the nearest
+// off-diagonal of the triangle (-dist[strict_last-1] for l, dist[strict_first-1]
+// for u; m when that is 0 or strict_last is 0): no diagonal reaches within a
+// block, so its rows are independent. Blocks run forward for (l, n) and
+// (u, t or c), backward otherwise. Per block: the rows divided by the main
+// diagonal (non-unit), then, before the next block, each strict diagonal in
+// list order carries the block's solution to the rows it reaches:
+//   op n   y[q] -= v[q] y[q+d] for the rows q whose q+d lies in the block
+//   op t   y[q+d] -= v[q] y[q] for the rows q of the block
+template <Kind K, class E, class I, class Y>
+inline void dia_triangular_solve(const Dia<E, I> &a, int64_t m, int64_t strict_first, int64_t strict_last,
+                                 int64_t main, Y y) {
+  if (m < 1) return;
+  constexpr bool lower = K.part == 'l', cj = K.op == 'c', transposed = K.op != 'n';
+  int64_t B = m;
+  if (strict_last != 0) {
+    const int64_t d = lower ? -int64_t(a.dist[strict_last - 1]) : int64_t(a.dist[strict_first - 1]);
+    if (d > 0) B = d;  // 0 (and a list out of order) leaves one block
+  }
+  const int64_t nb = (m + B - 1) / B;
+  const bool forward = lower != transposed;
+  for (int64_t s = 0; s < nb; ++s) {
+    const int64_t bi = forward ? s : nb - 1 - s;
+    const int64_t r0 = bi * B, r1 = std::min(r0 + B, m);  // rows r0+1..r1
+    if constexpr (K.diag == 'n')
+      for (int64_t r = r0 + 1; r <= r1; ++r) y(r - 1) = divide(y(r - 1), conj_if<cj>(a.at(main, r)));
+    if (s == nb - 1) break;
+    for (int64_t t = strict_first - 1; t < strict_last; ++t) {
+      const int64_t d = a.dist[t];
+      if constexpr (!transposed) {
+        const int64_t q0 = std::max<int64_t>(r0 + 1 - d, 1), q1 = std::min(r1 - d, m);
+        for (int64_t q = q0; q <= q1; ++q) y(q - 1) = y(q - 1) - conj_if<cj>(a.at(t, q)) * y(q + d - 1);
+      } else {
+        const int64_t q0 = std::max<int64_t>(r0 + 1, 1 - d), q1 = std::min(r1, m - d);
+        for (int64_t q = q0; q <= q1; ++q) y(q + d - 1) = y(q + d - 1) - conj_if<cj>(a.at(t, q)) * y(q - 1);
+      }
+    }
+  }
+}
+
+}  // namespace zor::spblas

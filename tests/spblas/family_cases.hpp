@@ -1,0 +1,66 @@
+// The table of every exported grammar kernel (generated from
+// tools/spblas_family.py), the cases of one format in it, and the check
+// that the table's names of a format are those of the export list.
+#pragma once
+#include <cstring>
+#include <fstream>
+#include <map>
+#include <regex>
+#include <set>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+#include <zor/spblas.h>
+
+namespace zor::test::sparse {
+
+struct Case {
+  const char *name;
+  char precision;
+  int int_bytes;
+  const char *format;
+  int base;
+  char op, structure, part, diag;
+  const char *operation, *mode;
+  void (*entry)();
+};
+
+inline const Case kCases[] = {
+#include "spblas_cases.inc"
+};
+
+inline std::vector<int> cases_of(const char *format) {
+  std::vector<int> out;
+  for (int i = 0; i < int(std::size(kCases)); ++i)
+    if (std::strcmp(kCases[i].format, format) == 0) out.push_back(i);
+  return out;
+}
+
+// The names of `format` in the table are exactly those of the export list,
+// zero_based and one_based of them per base in each integer width.
+inline void expect_export_names(const char *format, int zero_based, int one_based) {
+  std::set<std::string> ours, listed;
+  std::map<std::string, int> per_base;
+  for (int i : cases_of(format)) {
+    const Case &cs = kCases[i];
+    ours.insert(cs.name);
+    per_base[std::string(cs.int_bytes == 4 ? "lp64 " : "") + char('0' + cs.base)]++;
+  }
+  std::ifstream tsv(ZOR_EXPORTS_TSV);
+  ASSERT_TRUE(tsv) << ZOR_EXPORTS_TSV;
+  std::regex names(std::string("^zor_spblas_(lp64_)?[sdcz]") + format + "[01].*");
+  for (std::string line; std::getline(tsv, line);) {
+    std::string name = line.substr(0, line.find('\t'));
+    if (std::regex_match(name, names)) listed.insert(name);
+  }
+  EXPECT_EQ(ours.size(), cases_of(format).size());
+  EXPECT_EQ(listed.size(), size_t(2 * (zero_based + one_based)));
+  EXPECT_EQ(ours, listed);
+  EXPECT_EQ(per_base["0"], zero_based);
+  EXPECT_EQ(per_base["1"], one_based);
+  EXPECT_EQ(per_base["lp64 0"], zero_based);
+  EXPECT_EQ(per_base["lp64 1"], one_based);
+}
+
+}  // namespace zor::test::sparse
