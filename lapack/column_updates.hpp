@@ -1,9 +1,13 @@
 // Column operations shared by the small factorisations: a column less a
-// few other columns times factors, and a column times a real factor. The
+// few other columns times factors, a column times a real factor, a
+// triangle less columns times factors, and the first largest magnitude of a
+// column. The
 // vector bodies and the scalar ends do the same arithmetic per element, so
 // results do not depend on where a column starts.
 #pragma once
+#include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstdint>
 #include <utility>
 
@@ -146,6 +150,44 @@ inline void triangle_update(int64_t m, const R *const *src, R *a, int64_t lda, F
     for (; j >= 0; j -= 2) pair(j);
     if (j == -1) alone(0);
   }
+}
+
+// The first largest |x[i]| for i < len at stride inc, two elements a
+// pass: two lanes of doubles (exact for either precision), both starting at
+// element 0, keep their first strict maxima with their positions, free of
+// branches; merged by value and, on equal values, by position. This is the
+// first maximum a strict scan finds, NaNs included (never greater, and a
+// NaN first element stays the answer).
+template <class R>
+void first_max(int64_t len, const R *x, int64_t inc, int64_t *at, R *value) {
+  using simd::f64x2;
+  f64x2 m = simd::splat(double(std::fabs(x[0]))), where = simd::splat(0.0), pos = simd::make(1.0, 2.0);
+  const f64x2 two = simd::splat(2.0);
+  int64_t i = 1;
+  for (; i + 2 <= len; i += 2) {
+    f64x2 v;
+    if constexpr (sizeof(R) == 8) v = inc == 1 ? simd::load_u(x + i) : simd::make(x[i * inc], x[(i + 1) * inc]);
+    else v = simd::make(double(x[i * inc]), double(x[(i + 1) * inc]));
+    v = simd::abs(v);
+    const f64x2 greater = simd::cmp_lt(m, v);
+    m = simd::select(greater, v, m);
+    where = simd::select(greater, pos, where);
+    pos = simd::add(pos, two);
+  }
+  double m0 = simd::lane0(m), m1 = simd::lane0(simd::dup_hi(m));
+  double w0 = simd::lane0(where), w1 = simd::lane0(simd::dup_hi(where));
+  if (m1 > m0 || (m1 == m0 && w1 < w0)) m0 = m1, w0 = w1;
+  if (i < len && double(std::fabs(x[i * inc])) > m0) m0 = std::fabs(x[i * inc]), w0 = double(i);
+  *at = int64_t(w0);
+  *value = R(m0);
+}
+
+template <class R>
+R largest(int64_t len, const R *x, int64_t inc) {
+  int64_t at;
+  R v = 0;
+  if (len > 0) first_max(len, x, inc, &at, &v);
+  return v;
 }
 
 }  // namespace zor::lapack

@@ -17,6 +17,16 @@
 
 namespace zor::lapack {
 
+template <class R> inline R real_part(R v) { return v; }
+template <class R> inline R real_part(cplx<R> v) { return v.re; }
+template <class E> inline E from_real(real_t<E> v) {
+  if constexpr (is_complex_v<E>) return E{v, 0};
+  else return v;
+}
+// |x|, and hypot(re, im) for complex elements (no overflow on the way).
+template <class R> inline R magnitude(R v) { return std::fabs(v); }
+template <class R> inline R magnitude(cplx<R> v) { return std::hypot(v.re, v.im); }
+
 template <class R> inline R times_real(R a, R r) { return a * r; }
 template <class R> inline cplx<R> times_real(cplx<R> a, R r) { return {a.re * r, a.im * r}; }
 
@@ -44,5 +54,13 @@ template <class R> inline bool unusable_pivot(R d) { return !(d > R(0) || d < R(
 template <class R> inline bool unusable_pivot(cplx<R> d) {
   return (d.re == R(0) && d.im == R(0)) || d.re != d.re || d.im != d.im;
 }
+
+// The interface passes complex arrays and scalars as void pointers: the
+// elements of precision T behind them.
+template <class T> inline typename T::elem *as_elems(void *p) { return static_cast<typename T::elem *>(p); }
+template <class T> inline const typename T::elem *as_elems(const void *p) {
+  return static_cast<const typename T::elem *>(p);
+}
+template <class T> inline typename T::elem elem_at(const void *p) { return *as_elems<T>(p); }
 
 }  // namespace zor::lapack

@@ -35,7 +35,8 @@
 // agree with it bit for bit on the same pivots.
 //
 // Paths, one table row per precision: the rank-one update by loops, or (s
-// lower) by the level-2 syr "Lower"; the scaling of x by a loop, or by the
+// lower) by the provider's syr "Lower" with alpha -d (which skips the same
+// columns and forms the same products); the scaling of x by a loop, or by the
 // level-1 scaling from the n in the table on (d lower from 45; s upper
 // always).
 #include <zor/lapack.h>
@@ -55,53 +56,16 @@ constexpr int64_t kNever = INT64_MAX;
 
 struct BunchKaufmanPlan {
   int64_t lower_scal, upper_scal;  // n from which x is scaled by the level-1 scaling
+  bool lower_syr;                  // the lower rank-one update by the provider's syr
 };
 template <class T> constexpr BunchKaufmanPlan kBunchKaufman{};
 // clang-format off
-//                                               lower_scal  upper_scal
-template <> constexpr BunchKaufmanPlan kBunchKaufman<S>{45,         0};
-template <> constexpr BunchKaufmanPlan kBunchKaufman<D>{45,         kNever};
+//                                               lower_scal  upper_scal  lower_syr
+template <> constexpr BunchKaufmanPlan kBunchKaufman<S>{45,         0,          true};
+template <> constexpr BunchKaufmanPlan kBunchKaufman<D>{45,         kNever,     false};
 // clang-format on
 
 template <class R> constexpr R kAlpha = R(0.6403882032022076);  // (1 + sqrt(17)) / 8
-
-// The first largest |x[i]| for i < len at stride inc, two elements a
-// pass: two lanes of doubles (exact for either precision), both starting at
-// element 0, keep their first strict maxima with their positions, free of
-// branches; merged by value and, on equal values, by position. This is the
-// first maximum a strict scan finds, NaNs included (never greater, and a
-// NaN first element stays the answer).
-template <class R>
-void first_max(int64_t len, const R *x, int64_t inc, int64_t *at, R *value) {
-  using simd::f64x2;
-  f64x2 m = simd::splat(double(std::fabs(x[0]))), where = simd::splat(0.0), pos = simd::make(1.0, 2.0);
-  const f64x2 two = simd::splat(2.0);
-  int64_t i = 1;
-  for (; i + 2 <= len; i += 2) {
-    f64x2 v;
-    if constexpr (sizeof(R) == 8) v = inc == 1 ? simd::load_u(x + i) : simd::make(x[i * inc], x[(i + 1) * inc]);
-    else v = simd::make(double(x[i * inc]), double(x[(i + 1) * inc]));
-    v = simd::abs(v);
-    const f64x2 greater = simd::cmp_lt(m, v);
-    m = simd::select(greater, v, m);
-    where = simd::select(greater, pos, where);
-    pos = simd::add(pos, two);
-  }
-  double m0 = simd::lane0(m), m1 = simd::lane0(simd::dup_hi(m));
-  double w0 = simd::lane0(where), w1 = simd::lane0(simd::dup_hi(where));
-  if (m1 > m0 || (m1 == m0 && w1 < w0)) m0 = m1, w0 = w1;
-  if (i < len && double(std::fabs(x[i * inc])) > m0) m0 = std::fabs(x[i * inc]), w0 = double(i);
-  *at = int64_t(w0);
-  *value = R(m0);
-}
-
-template <class R>
-R largest(int64_t len, const R *x, int64_t inc) {
-  int64_t at;
-  R v = 0;
-  if (len > 0) first_max(len, x, inc, &at, &v);
-  return v;
-}
 
 template <class R>
 void swap_runs(int64_t len, R *x, int64_t incx, R *y, int64_t incy) {
@@ -171,7 +135,13 @@ void lower(int64_t n, typename T::real *a, int64_t lda, int64_t *ipiv, int64_t *
       if (k + 1 < n) {
         const R d11 = R(1) / A(k, k);
         R *x = &A(k + 1, k);
-        rank_one<R, true>(n - k - 1, x, d11, &A(k + 1, k + 1), lda);
+        if constexpr (kBunchKaufman<T>.lower_syr) {
+          const zor_int m = n - k - 1, one = 1, ld = lda;
+          const R minus_d11 = -d11;
+          imports<T>::syr("Lower", &m, &minus_d11, x, &one, &A(k + 1, k + 1), &ld, 5);
+        } else {
+          rank_one<R, true>(n - k - 1, x, d11, &A(k + 1, k + 1), lda);
+        }
         scale<T>(n - k - 1, d11, x, by_blas);
       }
       ipiv[k] = kp + 1;
@@ -274,6 +244,7 @@ using namespace zor::lapack;
 using zor::S;
 using zor::D;
 // clang-format off
+ZOR_API void zor_lapack_ps_ssytrf_l_small(const char *, const zor_int *n, float *a, const zor_int *lda, zor_int *ipiv, zor_int *info) { sytrf<S, true>(*n, a, *lda, ipiv, info); }
 ZOR_API void zor_lapack_ps_dsytrf_l_small(const char *, const zor_int *n, double *a, const zor_int *lda, zor_int *ipiv, zor_int *info) { sytrf<D, true>(*n, a, *lda, ipiv, info); }
 ZOR_API void zor_lapack_ps_ssytrf_u_small(const char *, const zor_int *n, float *a, const zor_int *lda, zor_int *ipiv, zor_int *info) { sytrf<S, false>(*n, a, *lda, ipiv, info); }
 ZOR_API void zor_lapack_ps_dsytrf_u_small(const char *, const zor_int *n, double *a, const zor_int *lda, zor_int *ipiv, zor_int *info) { sytrf<D, false>(*n, a, *lda, ipiv, info); }

@@ -67,26 +67,39 @@ namespace {
 
 constexpr int64_t kNever = INT64_MAX;
 
-// n from which each path runs.
+// What a level-2 path does for each column: one gemv for the column (row)
+// and its diagonal; the diagonal by dotc, then gemv between conjugations;
+// or right-looking, the real scaling and her.
+enum class Level2 { none, gemv, dotc_gemv, her };
+
+// n from which each path runs, and what the level-2 paths are.
 struct CholeskyPlan {
   int64_t lower_nest, lower_level2, upper_level2;
+  Level2 lower_kind, upper_kind;
 };
 template <class T> constexpr CholeskyPlan kPlan{};
 // clang-format off
-//                                      lower_nest  lower_level2  upper_level2
-template <> constexpr CholeskyPlan kPlan<S>{50,         kNever,       kNever};
-template <> constexpr CholeskyPlan kPlan<D>{kNever,     40,           50};
-template <> constexpr CholeskyPlan kPlan<C>{20,         50,           50};
-template <> constexpr CholeskyPlan kPlan<Z>{kNever,     40,           40};
+//                                      lower_nest  lower_level2  upper_level2  lower_kind          upper_kind
+template <> constexpr CholeskyPlan kPlan<S>{50,         kNever,       kNever,       Level2::none,       Level2::none};
+template <> constexpr CholeskyPlan kPlan<D>{kNever,     40,           50,           Level2::gemv,       Level2::gemv};
+template <> constexpr CholeskyPlan kPlan<C>{20,         50,           50,           Level2::dotc_gemv,  Level2::dotc_gemv};
+template <> constexpr CholeskyPlan kPlan<Z>{kNever,     40,           40,           Level2::her,        Level2::dotc_gemv};
 // clang-format on
 
-template <class E> inline real_t<E> real_part(E v) {
-  if constexpr (is_complex_v<E>) return v.re;
-  else return v;
+// sum conj(x_i) x_i over len elements at stride inc: c through the
+// provider's checked cdotc, z through the tier's zdotc.
+template <class T>
+typename T::elem self_dotc(int64_t len, const typename T::elem *x, int64_t inc) {
+  typename T::elem r;
+  const zor_int n = len, step = inc;
+  if constexpr (T::letter == 'c') imports<T>::dotc(&r, &n, x, &step, x, &step);
+  else imports<T>::xdotc(&r, &n, x, &step, x, &step);
+  return r;
 }
-template <class E> inline E from_real(real_t<E> v) {
-  if constexpr (is_complex_v<E>) return E{v, 0};
-  else return v;
+
+template <class E>
+void conjugate(int64_t len, E *x, int64_t inc) {
+  for (int64_t i = 0; i < len; ++i) x[i * inc] = conj_if<true>(x[i * inc]);
 }
 
 // The pivot test on the reduced diagonal d: on failure the diagonal keeps
@@ -153,10 +166,56 @@ int64_t lower_gemv(int64_t n, typename T::elem *a, int64_t lda) {
   return 0;
 }
 
+// c: the diagonal by dotc of row j, then row j conjugated, the rows below
+// by gemv against the columns to the left, row j conjugated back.
+template <class T>
+int64_t lower_dotc_gemv(int64_t n, typename T::elem *a, int64_t lda) {
+  using E = typename T::elem;
+  using R = real_t<E>;
+  const E minus_one = from_real<E>(R(-1)), one = from_real<E>(R(1));
+  const zor_int ld = lda, inc = 1;
+  for (int64_t j = 0; j < n; ++j) {
+    E *row = a + j, *diag = a + j + j * lda;
+    R r;
+    if (int64_t bad = take_pivot(diag, real_part(*diag) - real_part(self_dotc<T>(j, row, lda)), j, &r)) return bad;
+    if (j + 1 == n) break;
+    const zor_int rows = n - j - 1, cols = j;
+    conjugate(j, row, lda);
+    imports<T>::gemv("No traspose", &rows, &cols, &minus_one, a + j + 1, &ld, row, &ld, &one, diag + 1, &inc, 11);
+    conjugate(j, row, lda);
+    imports<T>::rscal(&rows, &r, diag + 1, &inc);
+  }
+  return 0;
+}
+
+// z: right-looking; the column below the pivot scaled, then the trailing
+// block less its outer product by her "Lower", alpha -1.
+template <class T>
+int64_t lower_her(int64_t n, typename T::elem *a, int64_t lda) {
+  using E = typename T::elem;
+  using R = real_t<E>;
+  const R minus_one = -1;
+  const zor_int ld = lda, inc = 1;
+  for (int64_t j = 0; j < n; ++j) {
+    E *diag = a + j + j * lda;
+    R r;
+    if (int64_t bad = take_pivot(diag, real_part(*diag), j, &r)) return bad;
+    if (j + 1 == n) break;
+    const zor_int rest = n - j - 1;
+    imports<T>::rscal(&rest, &r, diag + 1, &inc);
+    imports<T>::her("Lower", &rest, &minus_one, diag + 1, &inc, diag + 1 + lda, &ld);
+  }
+  return 0;
+}
+
 template <class T>
 int64_t lower(int64_t n, typename T::elem *a, int64_t lda) {
   constexpr CholeskyPlan plan = kPlan<T>;
-  if (n >= plan.lower_level2) return lower_gemv<T>(n, a, lda);
+  if (n >= plan.lower_level2) {
+    if constexpr (plan.lower_kind == Level2::gemv) return lower_gemv<T>(n, a, lda);
+    if constexpr (plan.lower_kind == Level2::dotc_gemv) return lower_dotc_gemv<T>(n, a, lda);
+    if constexpr (plan.lower_kind == Level2::her) return lower_her<T>(n, a, lda);
+  }
   return lower_left<T>(n, a, lda, n >= plan.lower_nest);
 }
 
@@ -229,9 +288,36 @@ int64_t upper_gemv(int64_t n, typename T::elem *a, int64_t lda) {
   return 0;
 }
 
+// c, z: the diagonal by dotc of column j, then column j conjugated, the
+// rest of row j by gemv "Transpose" on the block above it, column j
+// conjugated back.
+template <class T>
+int64_t upper_dotc_gemv(int64_t n, typename T::elem *a, int64_t lda) {
+  using E = typename T::elem;
+  using R = real_t<E>;
+  const E minus_one = from_real<E>(R(-1)), one = from_real<E>(R(1));
+  const zor_int ld = lda, inc = 1;
+  for (int64_t j = 0; j < n; ++j) {
+    E *col = a + j * lda, *diag = col + j;
+    R r;
+    if (int64_t bad = take_pivot(diag, real_part(*diag) - real_part(self_dotc<T>(j, col, 1)), j, &r)) return bad;
+    if (j + 1 == n) break;
+    const zor_int rows = j, cols = n - j - 1;
+    conjugate(j, col, 1);
+    imports<T>::gemv("Transpose", &rows, &cols, &minus_one, col + lda, &ld, col, &inc, &one, diag + lda, &ld, 9);
+    conjugate(j, col, 1);
+    imports<T>::rscal(&cols, &r, diag + lda, &ld);
+  }
+  return 0;
+}
+
 template <class T>
 int64_t upper(int64_t n, typename T::elem *a, int64_t lda) {
-  if (n >= kPlan<T>.upper_level2) return upper_gemv<T>(n, a, lda);
+  constexpr CholeskyPlan plan = kPlan<T>;
+  if (n >= plan.upper_level2) {
+    if constexpr (plan.upper_kind == Level2::gemv) return upper_gemv<T>(n, a, lda);
+    if constexpr (plan.upper_kind == Level2::dotc_gemv) return upper_dotc_gemv<T>(n, a, lda);
+  }
   return upper_rows<T>(n, a, lda);
 }
 
@@ -247,9 +333,15 @@ void potrf(int64_t n, typename T::elem *a, int64_t lda, int64_t *info) {
 using namespace zor::lapack;
 using zor::S;
 using zor::D;
+using zor::C;
+using zor::Z;
 // clang-format off
 ZOR_API void zor_lapack_ps_spotrf_l_small(const char *, const zor_int *n, float *a, const zor_int *lda, zor_int *info) { potrf<S, true>(*n, a, *lda, info); }
 ZOR_API void zor_lapack_ps_dpotrf_l_small(const char *, const zor_int *n, double *a, const zor_int *lda, zor_int *info) { potrf<D, true>(*n, a, *lda, info); }
 ZOR_API void zor_lapack_ps_spotrf_u_small(const char *, const zor_int *n, float *a, const zor_int *lda, zor_int *info) { potrf<S, false>(*n, a, *lda, info); }
 ZOR_API void zor_lapack_ps_dpotrf_u_small(const char *, const zor_int *n, double *a, const zor_int *lda, zor_int *info) { potrf<D, false>(*n, a, *lda, info); }
+ZOR_API void zor_lapack_ps_cpotrf_l_small(const char *, const zor_int *n, void *a, const zor_int *lda, zor_int *info) { potrf<C, true>(*n, as_elems<C>(a), *lda, info); }
+ZOR_API void zor_lapack_ps_zpotrf_l_small(const char *, const zor_int *n, void *a, const zor_int *lda, zor_int *info) { potrf<Z, true>(*n, as_elems<Z>(a), *lda, info); }
+ZOR_API void zor_lapack_ps_cpotrf_u_small(const char *, const zor_int *n, void *a, const zor_int *lda, zor_int *info) { potrf<C, false>(*n, as_elems<C>(a), *lda, info); }
+ZOR_API void zor_lapack_ps_zpotrf_u_small(const char *, const zor_int *n, void *a, const zor_int *lda, zor_int *info) { potrf<Z, false>(*n, as_elems<Z>(a), *lda, info); }
 // clang-format on

@@ -266,17 +266,13 @@ using zor::S;
 using zor::D;
 using zor::C;
 using zor::Z;
-template <class T> using El = typename T::elem;
-template <class T> static El<T> val(const void *p) { return *static_cast<const El<T> *>(p); }
-template <class T> static El<T> *ptr(void *p) { return static_cast<El<T> *>(p); }
-template <class T> static const El<T> *ptr(const void *p) { return static_cast<const El<T> *>(p); }
 // clang-format off
 ZOR_API void zor_lapack_ps_ssymv_nb(const char *uplo, const zor_int *n, const zor_int *nb, const float *alpha, const float *a, const zor_int *lda, const float *x, const zor_int *, const float *beta, float *y, const zor_int *) { symv_nb<S, false>(uplo, *n, *nb, *alpha, a, *lda, x, *beta, y); }
 ZOR_API void zor_lapack_ps_dsymv_nb(const char *uplo, const zor_int *n, const zor_int *nb, const double *alpha, const double *a, const zor_int *lda, const double *x, const zor_int *, const double *beta, double *y, const zor_int *) { symv_nb<D, false>(uplo, *n, *nb, *alpha, a, *lda, x, *beta, y); }
-ZOR_API void zor_lapack_ps_chemv_nb(const char *uplo, const zor_int *n, const zor_int *nb, const void *alpha, const void *a, const zor_int *lda, const void *x, const zor_int *, const void *beta, void *y, const zor_int *) { symv_nb<C, true>(uplo, *n, *nb, val<C>(alpha), ptr<C>(a), *lda, ptr<C>(x), val<C>(beta), ptr<C>(y)); }
-ZOR_API void zor_lapack_ps_zhemv_nb(const char *uplo, const zor_int *n, const zor_int *nb, const void *alpha, const void *a, const zor_int *lda, const void *x, const zor_int *, const void *beta, void *y, const zor_int *) { symv_nb<Z, true>(uplo, *n, *nb, val<Z>(alpha), ptr<Z>(a), *lda, ptr<Z>(x), val<Z>(beta), ptr<Z>(y)); }
+ZOR_API void zor_lapack_ps_chemv_nb(const char *uplo, const zor_int *n, const zor_int *nb, const void *alpha, const void *a, const zor_int *lda, const void *x, const zor_int *, const void *beta, void *y, const zor_int *) { symv_nb<C, true>(uplo, *n, *nb, elem_at<C>(alpha), as_elems<C>(a), *lda, as_elems<C>(x), elem_at<C>(beta), as_elems<C>(y)); }
+ZOR_API void zor_lapack_ps_zhemv_nb(const char *uplo, const zor_int *n, const zor_int *nb, const void *alpha, const void *a, const zor_int *lda, const void *x, const zor_int *, const void *beta, void *y, const zor_int *) { symv_nb<Z, true>(uplo, *n, *nb, elem_at<Z>(alpha), as_elems<Z>(a), *lda, as_elems<Z>(x), elem_at<Z>(beta), as_elems<Z>(y)); }
 ZOR_API void zor_lapack_ps_ssyr2_nb(const char *uplo, const zor_int *n, const zor_int *nb, const float *alpha, const float *x, const zor_int *, const float *y, const zor_int *, float *a, const zor_int *lda) { syr2_nb<S, false>(uplo, *n, *nb, *alpha, x, y, a, *lda); }
 ZOR_API void zor_lapack_ps_dsyr2_nb(const char *uplo, const zor_int *n, const zor_int *nb, const double *alpha, const double *x, const zor_int *, const double *y, const zor_int *, double *a, const zor_int *lda) { syr2_nb<D, false>(uplo, *n, *nb, *alpha, x, y, a, *lda); }
-ZOR_API void zor_lapack_ps_cher2_nb(const char *uplo, const zor_int *n, const zor_int *nb, const void *alpha, const void *x, const zor_int *, const void *y, const zor_int *, void *a, const zor_int *lda) { syr2_nb<C, true>(uplo, *n, *nb, val<C>(alpha), ptr<C>(x), ptr<C>(y), ptr<C>(a), *lda); }
-ZOR_API void zor_lapack_ps_zher2_nb(const char *uplo, const zor_int *n, const zor_int *nb, const void *alpha, const void *x, const zor_int *, const void *y, const zor_int *, void *a, const zor_int *lda) { syr2_nb<Z, true>(uplo, *n, *nb, val<Z>(alpha), ptr<Z>(x), ptr<Z>(y), ptr<Z>(a), *lda); }
+ZOR_API void zor_lapack_ps_cher2_nb(const char *uplo, const zor_int *n, const zor_int *nb, const void *alpha, const void *x, const zor_int *, const void *y, const zor_int *, void *a, const zor_int *lda) { syr2_nb<C, true>(uplo, *n, *nb, elem_at<C>(alpha), as_elems<C>(x), as_elems<C>(y), as_elems<C>(a), *lda); }
+ZOR_API void zor_lapack_ps_zher2_nb(const char *uplo, const zor_int *n, const zor_int *nb, const void *alpha, const void *x, const zor_int *, const void *y, const zor_int *, void *a, const zor_int *lda) { syr2_nb<Z, true>(uplo, *n, *nb, elem_at<Z>(alpha), as_elems<Z>(x), as_elems<Z>(y), as_elems<Z>(a), *lda); }
 // clang-format on

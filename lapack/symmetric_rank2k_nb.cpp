@@ -182,13 +182,9 @@ using zor::S;
 using zor::D;
 using zor::C;
 using zor::Z;
-template <class T> using El = typename T::elem;
-template <class T> static El<T> val(const void *p) { return *static_cast<const El<T> *>(p); }
-template <class T> static const El<T> *ptr(const void *p) { return static_cast<const El<T> *>(p); }
-template <class T> static El<T> *ptr(void *p) { return static_cast<El<T> *>(p); }
 // clang-format off
 ZOR_API void zor_lapack_ps_ssyr2k_nb(const char *uplo, const char *, const zor_int *n, const zor_int *nb, const zor_int *k, const float *alpha, const float *a, const zor_int *lda, const float *b, const zor_int *ldb, const float *, float *c, const zor_int *ldc) { syr2k_nb<S, false>(uplo, *n, *nb, *k, *alpha, a, *lda, b, *ldb, c, *ldc); }
 ZOR_API void zor_lapack_ps_dsyr2k_nb(const char *uplo, const char *, const zor_int *n, const zor_int *nb, const zor_int *k, const double *alpha, const double *a, const zor_int *lda, const double *b, const zor_int *ldb, const double *, double *c, const zor_int *ldc) { syr2k_nb<D, false>(uplo, *n, *nb, *k, *alpha, a, *lda, b, *ldb, c, *ldc); }
-ZOR_API void zor_lapack_ps_cher2k_nb(const char *uplo, const char *, const zor_int *n, const zor_int *nb, const zor_int *k, const void *alpha, const void *a, const zor_int *lda, const void *b, const zor_int *ldb, const void *, void *c, const zor_int *ldc) { syr2k_nb<C, true>(uplo, *n, *nb, *k, val<C>(alpha), ptr<C>(a), *lda, ptr<C>(b), *ldb, ptr<C>(c), *ldc); }
-ZOR_API void zor_lapack_ps_zher2k_nb(const char *uplo, const char *, const zor_int *n, const zor_int *nb, const zor_int *k, const void *alpha, const void *a, const zor_int *lda, const void *b, const zor_int *ldb, const void *, void *c, const zor_int *ldc) { syr2k_nb<Z, true>(uplo, *n, *nb, *k, val<Z>(alpha), ptr<Z>(a), *lda, ptr<Z>(b), *ldb, ptr<Z>(c), *ldc); }
+ZOR_API void zor_lapack_ps_cher2k_nb(const char *uplo, const char *, const zor_int *n, const zor_int *nb, const zor_int *k, const void *alpha, const void *a, const zor_int *lda, const void *b, const zor_int *ldb, const void *, void *c, const zor_int *ldc) { syr2k_nb<C, true>(uplo, *n, *nb, *k, elem_at<C>(alpha), as_elems<C>(a), *lda, as_elems<C>(b), *ldb, as_elems<C>(c), *ldc); }
+ZOR_API void zor_lapack_ps_zher2k_nb(const char *uplo, const char *, const zor_int *n, const zor_int *nb, const zor_int *k, const void *alpha, const void *a, const zor_int *lda, const void *b, const zor_int *ldb, const void *, void *c, const zor_int *ldc) { syr2k_nb<Z, true>(uplo, *n, *nb, *k, elem_at<Z>(alpha), as_elems<Z>(a), *lda, as_elems<Z>(b), *ldb, as_elems<Z>(c), *ldc); }
 // clang-format on

@@ -202,7 +202,29 @@ using OurPotrf = void (*)(const char *, const zor_int *, double *, const zor_int
 using SytrfFn = void (*)(const char *, const f_int *, double *, const f_int *, f_int *, double *, const f_int *,
                          f_int *, size_t);
 
+using Getc2Fn = void (*)(const f_int *, double *, const f_int *, f_int *, f_int *, f_int *);
+
 void add_factorisation_cases(std::vector<Case> &cases) {
+  for (int n : {16, 32}) {
+    auto batch = std::make_shared<Batch>(n, random_doubles(size_t(n) * n, -1, 1, 60 + n));
+    cases.push_back({"dgetc2 n=" + std::to_string(n) + " vs dgetc2", "dgetc2", n, kReference | kNative,
+                     [=] {
+                       std::vector<int64_t> p(n), q(n);
+                       return batch->time([&](double *a) {
+                         const zor_int n64 = n;
+                         zor_int info;
+                         zor_lapack_ps_dgetc2(&n64, a, &n64, p.data(), q.data(), &info);
+                       });
+                     },
+                     [=](const Lookup &lookup) {
+                       auto getc2 = reinterpret_cast<Getc2Fn>(lookup("dgetc2_"));
+                       std::vector<f_int> p(n), q(n);
+                       return batch->time([&](double *a) {
+                         f_int info;
+                         getc2(&n, a, &n, p.data(), q.data(), &info);
+                       });
+                     }});
+  }
   for (int n : {16, 32, 44}) {
     auto batch = std::make_shared<Batch>(n, random_doubles(size_t(n) * n, -1, 1, 40 + n));
     cases.push_back({"dsytrf_l_small n=" + std::to_string(n) + " vs dsytrf", "dsytrf_l_small", n,

@@ -17,21 +17,42 @@
  * L L^H) or upper (A = U^H U) triangle; uplo is fixed by the name and not
  * read; info is written only on failure, with the 1-based column of the
  * first pivot not above 0 (NaN included): columns before it factorised,
- * a[j, j] the reduced value. */
+ * a[j, j] the reduced value (imaginary part 0), the rest of column j
+ * partly updated; zpotrf_l from n = 40 works right-looking, so there the
+ * trailing block holds the updates of the columns before j. */
 ZOR_API void zor_lapack_ps_spotrf_l_small(const char *uplo, const zor_int *n, float *a, const zor_int *lda, zor_int *info);
 ZOR_API void zor_lapack_ps_dpotrf_l_small(const char *uplo, const zor_int *n, double *a, const zor_int *lda, zor_int *info);
 ZOR_API void zor_lapack_ps_spotrf_u_small(const char *uplo, const zor_int *n, float *a, const zor_int *lda, zor_int *info);
 ZOR_API void zor_lapack_ps_dpotrf_u_small(const char *uplo, const zor_int *n, double *a, const zor_int *lda, zor_int *info);
+ZOR_API void zor_lapack_ps_cpotrf_l_small(const char *uplo, const zor_int *n, void *a, const zor_int *lda, zor_int *info);
+ZOR_API void zor_lapack_ps_zpotrf_l_small(const char *uplo, const zor_int *n, void *a, const zor_int *lda, zor_int *info);
+ZOR_API void zor_lapack_ps_cpotrf_u_small(const char *uplo, const zor_int *n, void *a, const zor_int *lda, zor_int *info);
+ZOR_API void zor_lapack_ps_zpotrf_u_small(const char *uplo, const zor_int *n, void *a, const zor_int *lda, zor_int *info);
 
 /* ?sytrf: Bunch-Kaufman L D L^T (U D U^T) of the lower (upper) triangle;
  * ipiv as the published ?sytrf (negative for 2 by 2 blocks, 64-bit); info
  * is read first, and a zero column is recorded only if it is still 0. */
+ZOR_API void zor_lapack_ps_ssytrf_l_small(const char *uplo, const zor_int *n, float *a, const zor_int *lda,
+                                          zor_int *ipiv, zor_int *info);
 ZOR_API void zor_lapack_ps_dsytrf_l_small(const char *uplo, const zor_int *n, double *a, const zor_int *lda,
                                           zor_int *ipiv, zor_int *info);
 ZOR_API void zor_lapack_ps_ssytrf_u_small(const char *uplo, const zor_int *n, float *a, const zor_int *lda,
                                           zor_int *ipiv, zor_int *info);
 ZOR_API void zor_lapack_ps_dsytrf_u_small(const char *uplo, const zor_int *n, double *a, const zor_int *lda,
                                           zor_int *ipiv, zor_int *info);
+
+/* ?getc2: LU with complete pivoting, A = P L U Q; info cleared first, then
+ * the last i whose pivot was below smin (and raised to smin); ipiv, jpiv
+ * 1-based, 64-bit, ipiv[n] = jpiv[n] = n. Of equal magnitudes the first in
+ * column order (from the diagonal) is taken. */
+ZOR_API void zor_lapack_ps_sgetc2(const zor_int *n, float *a, const zor_int *lda, zor_int *ipiv, zor_int *jpiv,
+                                  zor_int *info);
+ZOR_API void zor_lapack_ps_dgetc2(const zor_int *n, double *a, const zor_int *lda, zor_int *ipiv, zor_int *jpiv,
+                                  zor_int *info);
+ZOR_API void zor_lapack_ps_cgetc2(const zor_int *n, void *a, const zor_int *lda, zor_int *ipiv, zor_int *jpiv,
+                                  zor_int *info);
+ZOR_API void zor_lapack_ps_zgetc2(const zor_int *n, void *a, const zor_int *lda, zor_int *ipiv, zor_int *jpiv,
+                                  zor_int *info);
 
 /* ?gtsv_small: the published ?gtsv (partial pivoting) in one small routine;
  * info written only on failure (the first zero pivot's row). */
@@ -175,6 +196,15 @@ ZOR_API void zor_lapack_ps_crot3(const zor_int *n, void *x, const zor_int *incx,
                                  const zor_int *incz, const void *tau, const void *p, const void *q);
 ZOR_API void zor_lapack_ps_zrot3(const zor_int *n, void *x, const zor_int *incx, void *y, const zor_int *incy, void *z,
                                  const zor_int *incz, const void *tau, const void *p, const void *q);
+
+/* ---- C := H C (side 'L') or C H (any other side), H = I - tau v v^H, C m
+ * by n; tau = 0 returns without reading v. Small orders (left 1 to 8 for d,
+ * 1 to 10 otherwise) have their own loops; larger ones use work (n elements
+ * left, m right) for gemv and a rank-one update. */
+ZOR_API void zor_lapack_ps_dlarfx(const char *side, const zor_int *m, const zor_int *n, const double *v,
+                                  const double *tau, double *c, const zor_int *ldc, double *work);
+ZOR_API void zor_lapack_ps_clarfx(const char *side, const zor_int *m, const zor_int *n, const void *v,
+                                  const void *tau, void *c, const zor_int *ldc, void *work);
 
 /* ---- A := alpha x x^T + A, complex symmetric (not Hermitian), packed. */
 ZOR_API void zor_lapack_ps_cspr(const char *uplo, const zor_int *n, const void *alpha, const void *x,

@@ -2,7 +2,9 @@
 // against ?potf2 for n from 0 to 70 (every path threshold), both triangles,
 // lda n and n + 3, with failing pivots planted at chosen columns;
 // Bunch-Kaufman against ?sytf2, bit for bit, with each kind of pivot forced;
-// ?gtsv_small against ?gtsv, bit for bit.
+// ?getc2 against ?getc2 (the reference scans another way, so ties are left
+// to a model of the first-in-column-order rule); ?gtsv_small against ?gtsv,
+// bit for bit.
 #include <zor/lapack.h>
 
 #include <limits>
@@ -18,6 +20,8 @@ template <class E> PotrfFn our_potrf(bool lower) {
   auto cast = [](auto f) { return reinterpret_cast<PotrfFn>(f); };
   if constexpr (letter<E>() == 's') return cast(lower ? zor_lapack_ps_spotrf_l_small : zor_lapack_ps_spotrf_u_small);
   if constexpr (letter<E>() == 'd') return cast(lower ? zor_lapack_ps_dpotrf_l_small : zor_lapack_ps_dpotrf_u_small);
+  if constexpr (letter<E>() == 'c') return cast(lower ? zor_lapack_ps_cpotrf_l_small : zor_lapack_ps_cpotrf_u_small);
+  if constexpr (letter<E>() == 'z') return cast(lower ? zor_lapack_ps_zpotrf_l_small : zor_lapack_ps_zpotrf_u_small);
 }
 template <class E> void ref_potf2(const char *uplo, f_int n, E *a, f_int lda, f_int *info) {
   if constexpr (letter<E>() == 's') spotf2_(uplo, &n, a, &lda, info, 1);
@@ -35,7 +39,7 @@ std::vector<int64_t> sizes_across_thresholds() {
 }
 
 template <class E> struct Factorisations : ::testing::Test {};
-using Cholesky = ::testing::Types<float, double>;
+using Cholesky = ::testing::Types<float, double, c8, c16>;
 TYPED_TEST_SUITE(Factorisations, Cholesky);
 
 // A Hermitian positive definite matrix B B^H + n I, stored in full.
@@ -51,14 +55,25 @@ template <class E> std::vector<E> definite(Rng &rng, int64_t n, int64_t lda) {
   return a;
 }
 
+template <class E> void check_cholesky(bool lower, const std::vector<int64_t> &sizes);
+
 TYPED_TEST(Factorisations, CholeskyMatchesTheUnblockedReference) {
-  using E = TypeParam;
+  for (bool lower : {true, false}) check_cholesky<TypeParam>(lower, sizes_across_thresholds());
+}
+
+// zpotrf_u's level-2 path under both microarchitecture answers (its gemv
+// chooses kernels by them).
+TEST(Factorisations, DoubleComplexUpperUnderBothKernelChoices) {
+  for_both_kernels([] { check_cholesky<c16>(false, {39, 40, 41, 57}); });
+}
+
+template <class E> void check_cholesky(bool lower, const std::vector<int64_t> &sizes) {
   using R = real_of<E>;
   Rng rng(31);
   SCOPED_TRACE(testing::Message() << "seed " << rng.seed);
   const R nan = std::numeric_limits<R>::quiet_NaN();
-  for (bool lower : {true, false}) {
-    for (int64_t n : sizes_across_thresholds()) {
+  {
+    for (int64_t n : sizes) {
       for (int64_t pad : {0, 3}) {
         const int64_t lda = std::max<int64_t>(1, n + pad);
         // Plant nothing (-1), or a bad pivot at a column: negative, NaN, or an
@@ -115,6 +130,7 @@ const SytrfForm kSytrf[] = {
     {"dsytrf_l", true, false, reinterpret_cast<SytrfFn>(zor_lapack_ps_dsytrf_l_small)},
     {"dsytrf_u", false, false, reinterpret_cast<SytrfFn>(zor_lapack_ps_dsytrf_u_small)},
     {"ssytrf_u", false, true, reinterpret_cast<SytrfFn>(zor_lapack_ps_ssytrf_u_small)},
+    {"ssytrf_l", true, true, reinterpret_cast<SytrfFn>(zor_lapack_ps_ssytrf_l_small)},
 };
 
 // Runs ours and the reference on a (doubles, narrowed for the single
@@ -202,6 +218,118 @@ TEST(BunchKaufman, EachKindOfPivotAndZeroColumns) {
     check_sytrf(f, 6, 6, a, 5);
     a[size_t(2 + 12)] = nan;
     check_sytrf(f, 6, 6, a);
+  }
+}
+
+// ---------------------------------------------------------------- getc2
+template <class E> void our_getc2(int64_t n, E *a, int64_t lda, int64_t *ipiv, int64_t *jpiv, int64_t *info) {
+  const zor_int n64 = n, lda64 = lda;
+  if constexpr (letter<E>() == 's') zor_lapack_ps_sgetc2(&n64, a, &lda64, ipiv, jpiv, info);
+  if constexpr (letter<E>() == 'd') zor_lapack_ps_dgetc2(&n64, a, &lda64, ipiv, jpiv, info);
+  if constexpr (letter<E>() == 'c') zor_lapack_ps_cgetc2(&n64, a, &lda64, ipiv, jpiv, info);
+  if constexpr (letter<E>() == 'z') zor_lapack_ps_zgetc2(&n64, a, &lda64, ipiv, jpiv, info);
+}
+template <class E> void ref_getc2(f_int n, E *a, f_int lda, f_int *ipiv, f_int *jpiv, f_int *info) {
+  if constexpr (letter<E>() == 's') sgetc2_(&n, a, &lda, ipiv, jpiv, info);
+  if constexpr (letter<E>() == 'd') dgetc2_(&n, a, &lda, ipiv, jpiv, info);
+  if constexpr (letter<E>() == 'c') cgetc2_(&n, a, &lda, ipiv, jpiv, info);
+  if constexpr (letter<E>() == 'z') zgetc2_(&n, a, &lda, ipiv, jpiv, info);
+}
+
+template <class E> struct CompletePivoting : ::testing::Test {};
+using AllPrecisions = ::testing::Types<float, double, c8, c16>;
+TYPED_TEST_SUITE(CompletePivoting, AllPrecisions);
+
+// Random matrices have no ties, so the pivots agree with the reference's;
+// real forms agree bit for bit. Small pivots are planted by making the
+// matrix nearly singular (a column a multiple of another), or tiny.
+TYPED_TEST(CompletePivoting, MatchesTheReferenceWithoutTies) {
+  using E = TypeParam;
+  using R = real_of<E>;
+  Rng rng(35);
+  SCOPED_TRACE(testing::Message() << "seed " << rng.seed);
+  for (int64_t n : {1, 2, 3, 4, 5, 8, 9, 16, 17, 32, 33})
+    for (int kind = 0; kind < 3; ++kind) {
+      const int64_t lda = n + kind;
+      SCOPED_TRACE(testing::Message() << "n " << n << " kind " << kind);
+      auto a = random_vector<E>(rng, size_t(lda * n));
+      if (kind == 1 && n > 1)
+        for (int64_t i = 0; i < n; ++i) a[size_t(i + (n - 1) * lda)] = a[size_t(i)] * R(2);
+      if (kind == 2)
+        for (auto &x : a) x *= std::numeric_limits<R>::min();
+      auto ref = a;
+      std::vector<f_int> rp(static_cast<size_t>(n)), rq(static_cast<size_t>(n));
+      f_int rinfo = -1;
+      ref_getc2<E>(f_int(n), ref.data(), f_int(lda), rp.data(), rq.data(), &rinfo);
+      std::vector<int64_t> p(static_cast<size_t>(n)), q(static_cast<size_t>(n));
+      int64_t info = -7;  // cleared first
+      our_getc2<E>(n, a.data(), lda, p.data(), q.data(), &info);
+      EXPECT_EQ(info, rinfo);
+      EXPECT_EQ(p, widen(rp));
+      EXPECT_EQ(q, widen(rq));
+      if constexpr (is_cplx<E>) EXPECT_LT(relative_difference(a, ref), 8 * n * eps<R>());
+      else EXPECT_TRUE(bits_equal(a, ref));
+    }
+}
+
+// The pivot rule on ties: the first largest magnitude in column order from
+// the diagonal. A plain model with that scan and the same arithmetic.
+template <class R> void model_getc2(int64_t n, std::vector<R> &a, std::vector<int64_t> &p, std::vector<int64_t> &q) {
+  auto A = [&](int64_t i, int64_t j) -> R & { return a[size_t(i + j * n)]; };
+  for (int64_t i = 0; i + 1 < n; ++i) {
+    int64_t ip = i, jp = i;
+    for (int64_t c = i; c < n; ++c)
+      for (int64_t r = i; r < n; ++r)
+        if (std::fabs(A(r, c)) > std::fabs(A(ip, jp))) ip = r, jp = c;
+    for (int64_t c = 0; c < n; ++c) std::swap(A(i, c), A(ip, c));
+    for (int64_t r = 0; r < n; ++r) std::swap(A(r, i), A(r, jp));
+    p[size_t(i)] = ip + 1, q[size_t(i)] = jp + 1;
+    for (int64_t r = i + 1; r < n; ++r) A(r, i) /= A(i, i);
+    for (int64_t c = i + 1; c < n; ++c)
+      for (int64_t r = i + 1; r < n; ++r) A(r, c) -= A(r, i) * A(i, c);
+  }
+  p[size_t(n - 1)] = q[size_t(n - 1)] = n;
+}
+
+TEST(CompletePivoting, TiesGoToTheFirstInColumnOrder) {
+  Rng rng(36);
+  SCOPED_TRACE(testing::Message() << "seed " << rng.seed);
+  // All ones: the diagonal wins every step, and the trailing block is zero
+  // after the first, so info is n (the last small pivot) and smin is eps.
+  for (int64_t n : {2, 3, 5}) {
+    std::vector<double> a(size_t(n * n), 1.0);
+    std::vector<int64_t> p(static_cast<size_t>(n)), q(p), expect(p);
+    for (int64_t i = 0; i < n; ++i) expect[size_t(i)] = i + 1;
+    int64_t info = 0;
+    our_getc2<double>(n, a.data(), n, p.data(), q.data(), &info);
+    EXPECT_EQ(p, expect);
+    EXPECT_EQ(q, expect);
+    EXPECT_EQ(info, n);
+    EXPECT_EQ(a[size_t(n * n - 1)], zor_lapack_dlamch("P"));
+  }
+  // Entries from {-2, -1, 1, 2}: many ties, every step.
+  for (int64_t n : {3, 4, 6, 9})
+    for (int rep = 0; rep < 20; ++rep) {
+      std::vector<double> a(size_t(n * n));
+      for (auto &x : a) x = double(rng.integer(1, 2)) * (rng.integer(0, 1) ? 1 : -1);
+      auto model = a;
+      std::vector<int64_t> p(static_cast<size_t>(n)), q(p), mp(p), mq(p);
+      int64_t info = 0;
+      our_getc2<double>(n, a.data(), n, p.data(), q.data(), &info);
+      model_getc2(n, model, mp, mq);
+      EXPECT_EQ(p, mp) << "n " << n << " rep " << rep;
+      EXPECT_EQ(q, mq) << "n " << n << " rep " << rep;
+      if (info == 0) EXPECT_TRUE(bits_equal(a, model));
+    }
+  // One by one: no scan; smin is the safe minimum over eps.
+  for (double v : {0.0, 3.0}) {
+    double a = v;
+    int64_t p = 0, q = 0, info = 5;
+    our_getc2<double>(1, &a, 1, &p, &q, &info);
+    EXPECT_EQ(p, 1);
+    EXPECT_EQ(q, 1);
+    EXPECT_EQ(info, v == 0 ? 1 : 0);
+    EXPECT_EQ(a, v == 0 ? zor_lapack_dlamch("S") / zor_lapack_dlamch("P") : v);
   }
 }
 

@@ -26,6 +26,13 @@ void spotf2_(const char *, const f_int *, float *, const f_int *, f_int *, f_len
 void dpotf2_(const char *, const f_int *, double *, const f_int *, f_int *, f_len);
 void cpotf2_(const char *, const f_int *, c8 *, const f_int *, f_int *, f_len);
 void zpotf2_(const char *, const f_int *, c16 *, const f_int *, f_int *, f_len);
+void sgetc2_(const f_int *, float *, const f_int *, f_int *, f_int *, f_int *);
+void dgetc2_(const f_int *, double *, const f_int *, f_int *, f_int *, f_int *);
+void cgetc2_(const f_int *, c8 *, const f_int *, f_int *, f_int *, f_int *);
+void zgetc2_(const f_int *, c16 *, const f_int *, f_int *, f_int *, f_int *);
+void dlarfx_(const char *, const f_int *, const f_int *, const double *, const double *, double *, const f_int *,
+             double *, f_len);
+void clarfx_(const char *, const f_int *, const f_int *, const c8 *, const c8 *, c8 *, const f_int *, c8 *, f_len);
 void ssytf2_(const char *, const f_int *, float *, const f_int *, f_int *, f_int *, f_len);
 void dsytf2_(const char *, const f_int *, double *, const f_int *, f_int *, f_int *, f_len);
 void sgtsv_(const f_int *, const f_int *, float *, float *, float *, float *, const f_int *, f_int *);

@@ -1,7 +1,8 @@
 // Rotation sequences against the reference ?lasr (bit for bit, all six
 // forms) and, for identity rotations over infinities and NaNs, against a
 // model that computes every rotation; ?lartv against the reference; ?rot2
-// and ?rot3 against models of their formulas. Vectors stand at every byte
+// and ?rot3 against models of their formulas; ?larfx against the reference
+// (its own loops bit for bit). Vectors stand at every byte
 // offset their elements allow, so that each peel length occurs.
 #include <zor/lapack.h>
 
@@ -207,6 +208,58 @@ TYPED_TEST(Rotations, ReflectorsOfOrderTwoAndThreeFollowTheirFormulas) {
       EXPECT_EQ(std::memcmp(y.data(), my.data(), n * sizeof(E)), 0);
       EXPECT_EQ(std::memcmp(z.data(), mz.data(), n * sizeof(E)), 0);
       EXPECT_TRUE(x.guards_intact() && y.guards_intact() && z.guards_intact());
+    }
+  }
+}
+
+// ---------------------------------------------------------------- larfx
+template <class E> struct SmallReflector : ::testing::Test {};
+using ReflectorElements = ::testing::Types<double, c8>;
+TYPED_TEST_SUITE(SmallReflector, ReflectorElements);
+
+// Orders 1 to 12 on both sides (through the own loops and past them), the
+// other dimension 1 to 9 (odd row counts leave the right side's last row
+// alone), padded leading dimensions.
+TYPED_TEST(SmallReflector, MatchesTheReference) {
+  using E = TypeParam;
+  using R = real_of<E>;
+  Rng rng(24);
+  SCOPED_TRACE(testing::Message() << "seed " << rng.seed);
+  const int largest_left = is_cplx<E> ? 10 : 8;
+  for (bool left : {true, false})
+    for (int64_t order = 1; order <= 12; ++order)
+      for (int64_t other : {1, 2, 5, 9}) {
+        const int64_t m = left ? order : other, n = left ? other : order, ldc = m + 2;
+        SCOPED_TRACE(testing::Message() << (left ? "left" : "right") << " m " << m << " n " << n);
+        const auto v = random_vector<E>(rng, size_t(order));
+        const E tau = random_element<E>(rng);
+        auto c = random_vector<E>(rng, size_t(ldc * n)), ref = c;
+        std::vector<E> work(size_t(left ? n : m)), rwork(work);
+        const zor_int m64 = m, n64 = n, ldc64 = ldc;
+        const f_int m32 = f_int(m), n32 = f_int(n), ldc32 = f_int(ldc);
+        const char *side = left ? "l" : "R";
+        if constexpr (is_cplx<E>) {
+          zor_lapack_ps_clarfx(side, &m64, &n64, v.data(), &tau, c.data(), &ldc64, work.data());
+          clarfx_(side, &m32, &n32, v.data(), &tau, ref.data(), &ldc32, rwork.data(), 1);
+        } else {
+          zor_lapack_ps_dlarfx(side, &m64, &n64, v.data(), &tau, c.data(), &ldc64, work.data());
+          dlarfx_(side, &m32, &n32, v.data(), &tau, ref.data(), &ldc32, rwork.data(), 1);
+        }
+        if (order <= (left ? largest_left : 10)) EXPECT_TRUE(bits_equal(c, ref));
+        else EXPECT_LT(relative_difference(c, ref), 4 * order * eps<R>());
+      }
+  // tau = 0: nothing changes, and v (all NaN) is not read.
+  for (int64_t order : {1, 5, 12}) {
+    const std::vector<E> v(size_t(order), E(std::numeric_limits<R>::quiet_NaN()));
+    const E tau = E(0);
+    const auto c0 = random_vector<E>(rng, size_t(order * order));
+    auto c = c0;
+    std::vector<E> work(static_cast<size_t>(order));
+    const zor_int n64 = order;
+    for (const char *side : {"L", "R"}) {
+      if constexpr (is_cplx<E>) zor_lapack_ps_clarfx(side, &n64, &n64, v.data(), &tau, c.data(), &n64, work.data());
+      else zor_lapack_ps_dlarfx(side, &n64, &n64, v.data(), &tau, c.data(), &n64, work.data());
+      EXPECT_TRUE(bits_equal(c, c0));
     }
   }
 }
