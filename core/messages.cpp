@@ -17,6 +17,15 @@ struct Message {
 constexpr Message kCatalogue[] = {
     {0, "Parameter 1 is incorrect: the first dimension must be positive"},
     {1, "Parameter 2 is incorrect: the second dimension must be positive"},
+    {761, "No error"},
+    {762, "Not enough memory for the transform"},
+    {763, "Invalid configuration: zero length, bad rank, bad arguments or an uncommitted descriptor"},
+    {764, "Inconsistent configuration: a value outside the accepted set or the wrong number of arrays"},
+    {766, "Bad descriptor: null or not a transform descriptor"},
+    {767, "Configuration not implemented"},
+    {768, "Internal error of the transforms"},
+    {769, "No free workspace slot for this thread"},
+    {770, "One-dimensional length exceeds the limits"},
     {771, "Internal error"},
     {1001, "Error in the transform descriptor: %s"},
 };

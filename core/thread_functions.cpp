@@ -5,6 +5,8 @@
 
 #include <cstring>
 
+#include "core/dft_threading.hpp"
+
 namespace {
 
 int64_t unknown_function() { return 7; }
@@ -22,8 +24,11 @@ constexpr ThreadFunction kThreadFunctions[] = {
 }  // namespace
 
 ZOR_API zor_thread_fun zor_serv_load_thread_fun(const char *name) {
-  if (name)
+  if (name) {
     for (const ThreadFunction &f : kThreadFunctions)
       if (f.fn && std::strcmp(f.name, name) == 0) return f.fn;
+    for (const zor_core::DftThreadFunction *f = zor_core::kDftThreadFunctions; f->name; ++f)
+      if (std::strcmp(f->name, name) == 0) return f->fn;
+  }
   return &unknown_function;
 }

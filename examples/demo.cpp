@@ -1,10 +1,13 @@
 // A first look at the library: who it is, what the provider says about the
 // processor, the working-memory pool at work, and one call into each family.
+#include <cmath>
+#include <complex>
 #include <cstdio>
 #include <vector>
 
 #include <zor/blas.h>
 #include <zor/core.h>
+#include <zor/dft.h>
 #include <zor/gemm.h>
 #include <zor/serv.h>
 #include <zor/spblas.h>
@@ -52,6 +55,39 @@ void sparse() {
   std::printf("sparse mv: tridiag(-1, 2, -1) [1 2 3] = [%g %g %g]\n", y[0], y[1], y[2]);
 }
 
+// Fourier transform: 1000 points forward and back (the backward scale 1/n
+// makes the round trip the identity), then a setting the descriptor refuses.
+void fourier() {
+  int64_t n = 1000;
+  DftNode *d = nullptr;
+  zor_fft_create(&d, DFT_DOUBLE, DFT_COMPLEX, 1, &n);
+  zor_fft_set_scale(d, DFT_BACKWARD_SCALE, 1.0 / double(n));
+  zor_fft_commit(d);
+  std::vector<std::complex<double>> x(n), y;
+  for (int64_t k = 0; k < n; ++k) x[k] = {std::cos(0.3 * double(k)), std::sin(0.01 * double(k * k))};
+  y = x;
+  zor_fft_forward(d, y.data());
+  zor_fft_backward(d, y.data());
+  double err = 0;
+  for (int64_t k = 0; k < n; ++k) err = std::fmax(err, std::abs(y[k] - x[k]));
+  std::printf("dft: 1000 points forward and back, largest error %.2e\n", err);
+  int64_t status = zor_fft_set_value(d, DFT_PLACEMENT, 12345);
+  std::printf("dft: placement 12345 refused with status %lld: %s\n", static_cast<long long>(status),
+              zor_fft_status_text(status));
+  zor_fft_free(&d);
+  // A real line of 16 points, cos(2 pi 3 j / 16): its spectrum, in the ccs
+  // layout, holds 8 at frequency 3.
+  int64_t m = 16;
+  DftNode *r = nullptr;
+  zor_fft_create(&r, DFT_DOUBLE, DFT_REAL, 1, &m);
+  zor_fft_commit(r);
+  double line[18];
+  for (int j = 0; j < 16; ++j) line[j] = std::cos(2 * 3.14159265358979323846 * 3 * j / 16);
+  zor_fft_forward(r, line);
+  std::printf("dft: real cos(2 pi 3 j / 16), spectrum at 3 = %.3f%+.3fi\n", line[6], line[7]);
+  zor_fft_free(&r);
+}
+
 }  // namespace
 
 int main() {
@@ -84,5 +120,6 @@ int main() {
   matrix_multiply();
   transpose();
   sparse();
+  fourier();
   return 0;
 }

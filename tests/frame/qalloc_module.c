@@ -10,6 +10,7 @@
 #include <stdlib.h>
 
 static long fail_next_count;
+static long fail_nth_count;
 static size_t fail_size_value;
 static long counts[4];
 static int reuse_last_freed;
@@ -23,6 +24,7 @@ static int should_fail(size_t n) {
     --fail_next_count;
     return 1;
   }
+  if (fail_nth_count > 0 && --fail_nth_count == 0) return 1;
   return fail_size_value != 0 && n == fail_size_value;
 }
 
@@ -60,6 +62,7 @@ void *(*q_realloc_dll)(void *, size_t) = counting_realloc;
 void (*q_free_dll)(void *) = counting_free;
 
 void qalloc_fail_next(long n) { fail_next_count = n; }
+void qalloc_fail_nth(long k) { fail_nth_count = k; }
 void qalloc_fail_size(size_t n) { fail_size_value = n; }
 void qalloc_reuse_last_freed(int on) {
   reuse_last_freed = on;

@@ -8,6 +8,8 @@ extern "C" {
 enum { QALLOC_MALLOC, QALLOC_CALLOC, QALLOC_REALLOC, QALLOC_FREE };
 /* The next n raw allocations fail. */
 void qalloc_fail_next(long n);
+/* The k-th raw allocation from now fails, once (k from 1; 0: none). */
+void qalloc_fail_nth(long k);
 /* Every raw allocation of exactly n bytes fails (0: none). */
 void qalloc_fail_size(size_t n);
 /* While on, a freed block is held back and handed to the next allocation it

@@ -1,0 +1,189 @@
+// The passes of the radix plans, one body per pass kind over the precision.
+//
+// A plan of n = f_0 f_1 ... f_L points runs by decimation in time: the first
+// pass (radix f_L, no twiddles) reads the input through the `order` table of
+// digit-reversed positions, with stride n / f_L, and writes groups of f_L
+// consecutive values; pass k (from L-1 down to 0) joins f_k transforms of
+// `remaining` points into one of f_k * remaining points, in `done` groups,
+// after turning input j of butterfly q by w_n^(j q done). Pass 0 writes the
+// output. The unordered plans run the same passes in reverse (decimation in
+// frequency: butterfly, then the turn of output j) and leave the spectrum in
+// the order the first pass would read it.
+//
+// Registers: doubles hold one complex value, floats two, so the float passes
+// run two butterflies side by side (two q of one group, or two groups when a
+// group has a single butterfly) and finish an odd count with a narrow one.
+// Twiddles of a pass are stored in the order of use: for each q (each pair of
+// q for floats, then the odd one) the f_k - 1 factors of inputs 1 .. f_k - 1.
+#pragma once
+#include <cstddef>
+#include <cstdint>
+
+#include "dft/butterfly.hpp"
+#include "dft/plan.hpp"
+
+namespace zor::dft {
+
+// The roots of a radix without its own kernel: cos and sin of 2 pi m / p for
+// m below p, each spread over a register; sines after the cosines.
+template <class CV, bool Fwd>
+ZOR_DFT_INLINE void bf_generic(typename CV::V *x, int p, const void *table) {
+  using V = typename CV::V;
+  auto c = static_cast<const V *>(table), s = c + p;
+  const int h = (p - 1) / 2;
+  V sv[80], dv[80];
+  V x0 = x[0], sum = x[0];
+  for (int k = 0; k < h; ++k) {
+    sv[k] = add<CV>(x[k + 1], x[p - 1 - k]);
+    dv[k] = sub<CV>(x[k + 1], x[p - 1 - k]);
+    sum = add<CV>(sum, sv[k]);
+  }
+  for (int j = 1; j <= h; ++j) {
+    V a = x0, b = simd::zero<V>();
+    int m = 0;
+    for (int k = 0; k < h; ++k) {
+      m += j;
+      if (m >= p) m -= p;
+      a = add<CV>(a, simd::mul(sv[k], c[m]));
+      b = add<CV>(b, simd::mul(dv[k], s[m]));
+    }
+    V r = rot<CV, Fwd>(b);
+    x[j] = add<CV>(a, r);
+    x[p - j] = sub<CV>(a, r);
+  }
+  x[0] = sum;
+}
+
+// A butterfly of compile-time radix P, or of the plan's runtime radix p
+// (P = 0) with its table.
+template <class CV, bool Fwd, int P>
+ZOR_DFT_INLINE void run_butterfly(typename CV::V *x, int p, const void *table) {
+  if constexpr (P == 0) bf_generic<CV, Fwd>(x, p, table);
+  else butterfly<CV, Fwd, P>(x);
+}
+
+template <class R>
+struct Passes {
+  using E = cplx<R>;
+  using W = Wide<R>;
+  using N = Narrow<R>;
+  using WV = typename W::V;
+  using NV = typename N::V;
+  using Tw = typename W::Tw;
+  static constexpr int L = W::lanes;
+
+  // Twiddle entries a pass of radix p over `rem` butterflies per group holds.
+  static int64_t twiddle_count(int p, int64_t rem) {
+    return rem == 1 ? 0 : ((rem + L - 1) / L) * (p - 1);
+  }
+
+  // First pass on groups [g0, g1): group g reads src[base + j stride],
+  // base = order[g] (or g p without an order), and writes dst[g p + m].
+  template <bool Fwd, int P>
+  static void first(const E *src, int64_t stride, const int32_t *order, E *dst, int64_t g0, int64_t g1, int p,
+                    const void *table) {
+    constexpr int Pc = P ? P : 160;
+    const int r = P ? P : p;
+    auto base = [&](int64_t g) { return order ? int64_t(order[g]) : g * r; };
+    int64_t g = g0;
+    if constexpr (L == 2) {
+      for (; g + 2 <= g1; g += 2) {
+        WV x[Pc];
+        const E *a = src + base(g), *b = src + base(g + 1);
+        for (int j = 0; j < r; ++j) x[j] = W::load2(a + j * stride, b + j * stride);
+        run_butterfly<W, Fwd, P>(x, r, table);
+        E *da = dst + g * r, *db = dst + (g + 1) * r;
+        for (int j = 0; j < r; ++j) W::store2(da + j, db + j, x[j]);
+      }
+    }
+    for (; g < g1; ++g) {
+      NV x[Pc];
+      const E *a = src + base(g);
+      for (int j = 0; j < r; ++j) x[j] = N::load(a + j * stride);
+      run_butterfly<N, Fwd, P>(x, r, table);
+      E *da = dst + g * r;
+      for (int j = 0; j < r; ++j) N::store(da + j, x[j]);
+    }
+  }
+
+  // Butterflies q of groups [g0, g1), each group p * rem values. Dif: the
+  // turn follows the butterfly (on outputs) instead of preceding it.
+  template <bool Fwd, bool Dif, int P>
+  static void twiddle_pass(const E *src, E *dst, int64_t g0, int64_t g1, int64_t rem, const Tw *tw, int p,
+                           const void *table) {
+    constexpr int Pc = P ? P : 160;
+    const int r = P ? P : p;
+    const int64_t span = r * rem;
+    if (rem == 1) {  // no turns: groups side by side
+      first<Fwd, P>(src + g0 * r, 1, nullptr, dst + g0 * r, 0, g1 - g0, p, table);
+      return;
+    }
+    for (int64_t g = g0; g < g1; ++g) {
+      const E *s = src + g * span;
+      E *d = dst + g * span;
+      const Tw *t = tw;
+      int64_t q = 0;
+      for (; q + L <= rem; q += L, t += r - 1) {
+        WV x[Pc];
+        for (int j = 0; j < r; ++j) x[j] = W::load(s + q + j * rem);
+        if constexpr (!Dif)
+          for (int j = 1; j < r; ++j) x[j] = twiddle<W, Fwd>(x[j], t[j - 1]);
+        run_butterfly<W, Fwd, P>(x, r, table);
+        if constexpr (Dif)
+          for (int j = 1; j < r; ++j) x[j] = twiddle<W, Fwd>(x[j], t[j - 1]);
+        for (int j = 0; j < r; ++j) W::store(d + q + j * rem, x[j]);
+      }
+      if constexpr (L == 2) {
+        if (q < rem) {
+          NV x[Pc];
+          for (int j = 0; j < r; ++j) x[j] = N::load(s + q + j * rem);
+          if constexpr (!Dif)
+            for (int j = 1; j < r; ++j) x[j] = twiddle<N, Fwd>(x[j], t[j - 1]);
+          run_butterfly<N, Fwd, P>(x, r, table);
+          if constexpr (Dif)
+            for (int j = 1; j < r; ++j) x[j] = twiddle<N, Fwd>(x[j], t[j - 1]);
+          for (int j = 0; j < r; ++j) N::store(d + q + j * rem, x[j]);
+        }
+      }
+    }
+  }
+
+  // Dispatch by radix: the radices with their own butterflies, else the
+  // generic odd kernel over the factor's table.
+  template <bool Fwd>
+  static void first_any(int radix, const E *src, int64_t stride, const int32_t *order, E *dst, int64_t g0,
+                        int64_t g1, const void *table) {
+    switch (radix) {
+      case 2: return first<Fwd, 2>(src, stride, order, dst, g0, g1, 2, table);
+      case 3: return first<Fwd, 3>(src, stride, order, dst, g0, g1, 3, table);
+      case 4: return first<Fwd, 4>(src, stride, order, dst, g0, g1, 4, table);
+      case 5: return first<Fwd, 5>(src, stride, order, dst, g0, g1, 5, table);
+      case 7: return first<Fwd, 7>(src, stride, order, dst, g0, g1, 7, table);
+      case 8: return first<Fwd, 8>(src, stride, order, dst, g0, g1, 8, table);
+      case 11: return first<Fwd, 11>(src, stride, order, dst, g0, g1, 11, table);
+      case 13: return first<Fwd, 13>(src, stride, order, dst, g0, g1, 13, table);
+      case 16: return first<Fwd, 16>(src, stride, order, dst, g0, g1, 16, table);
+      case 32: return first<Fwd, 32>(src, stride, order, dst, g0, g1, 32, table);
+      default: return first<Fwd, 0>(src, stride, order, dst, g0, g1, radix, table);
+    }
+  }
+
+  template <bool Fwd, bool Dif>
+  static void twiddle_any(int radix, const E *src, E *dst, int64_t g0, int64_t g1, int64_t rem, const Tw *tw,
+                          const void *table) {
+    switch (radix) {
+      case 2: return twiddle_pass<Fwd, Dif, 2>(src, dst, g0, g1, rem, tw, 2, table);
+      case 3: return twiddle_pass<Fwd, Dif, 3>(src, dst, g0, g1, rem, tw, 3, table);
+      case 4: return twiddle_pass<Fwd, Dif, 4>(src, dst, g0, g1, rem, tw, 4, table);
+      case 5: return twiddle_pass<Fwd, Dif, 5>(src, dst, g0, g1, rem, tw, 5, table);
+      case 7: return twiddle_pass<Fwd, Dif, 7>(src, dst, g0, g1, rem, tw, 7, table);
+      case 8: return twiddle_pass<Fwd, Dif, 8>(src, dst, g0, g1, rem, tw, 8, table);
+      case 11: return twiddle_pass<Fwd, Dif, 11>(src, dst, g0, g1, rem, tw, 11, table);
+      case 13: return twiddle_pass<Fwd, Dif, 13>(src, dst, g0, g1, rem, tw, 13, table);
+      case 16: return twiddle_pass<Fwd, Dif, 16>(src, dst, g0, g1, rem, tw, 16, table);
+      default: return twiddle_pass<Fwd, Dif, 0>(src, dst, g0, g1, rem, tw, radix, table);
+    }
+  }
+};
+
+}  // namespace zor::dft

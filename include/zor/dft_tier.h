@@ -1,0 +1,136 @@
+/* The tier's Fourier-transform exports (zor_dft_*), and the functions of the
+ * threading layer that the tier reaches by name, with the argument lists this
+ * library fixes for them. Internal entries: plain values, a status result
+ * (codes in <zor/dft_records.h>). Applications use <zor/dft.h> instead.
+ */
+#ifndef ZOR_DFT_TIER_H
+#define ZOR_DFT_TIER_H
+
+#include <zor/dft_records.h>
+#include <zor/export.h>
+
+/* ---------------------------------------------------------------- creators */
+/* *handle receives a new node. 3 for a null handle, 2 for a zero length. */
+ZOR_API int64_t zor_dft_dfti_create_dc1d(DftNode **handle, int64_t length);
+ZOR_API int64_t zor_dft_dfti_create_sc1d(DftNode **handle, int64_t length);
+/* Real forward domain, one dimension. */
+ZOR_API int64_t zor_dft_dfti_create_dr1d(DftNode **handle, int64_t length);
+ZOR_API int64_t zor_dft_dfti_create_sr1d(DftNode **handle, int64_t length);
+/* The common worker: precision 35 or 36, domain 32 or 33, rank lengths. */
+ZOR_API int64_t zor_dft_dfti_create_node(DftNode **handle, int32_t precision, int32_t domain, int64_t rank,
+                                         const int64_t *lengths);
+/* The flat record: an array of `rank` DftFlatRecord. */
+ZOR_API int64_t zor_dft_create_descriptor_md(DftFlatRecord **handle, int32_t precision, int32_t domain,
+                                             int64_t rank, const int64_t *lengths);
+/* 1, or 2 out of place; doubled for complex split storage. */
+ZOR_API int64_t zor_dft_determine_nioargs(const DftFlatRecord *record);
+/* Copies min(length, 198) bytes of the version text, stopping before the
+   first zero byte; no terminator, no padding. */
+ZOR_API int64_t zor_dft_dfti_get_version_string(char *buffer, int64_t length);
+/* Destroys the node held in method_state, if any, and clears the slot. */
+ZOR_API int64_t zor_dft_free_allocated_buffers(DftNode *node);
+
+/* ---------------------------------------------------------------- commit cores */
+ZOR_API int64_t zor_dft_commit_descriptor_core_d_c2c_1d(DftNode *root);
+ZOR_API int64_t zor_dft_commit_descriptor_core_s_c2c_1d(DftNode *root);
+ZOR_API int64_t zor_dft_commit_descriptor_core_d_r2c_1d(DftNode *root);
+ZOR_API int64_t zor_dft_commit_descriptor_core_s_r2c_1d(DftNode *root);
+
+/* ---------------------------------------------------------------- drivers */
+/* The batch of a committed node on the calling thread: `transforms` lines,
+   `workspace` the node's workspace (or a thread's share of it). With split
+   storage data is the address of a pair {real, imaginary}, and so are in and
+   out. */
+ZOR_API int64_t zor_dft_xzforward(DftNode *node, void *data, int64_t transforms, void *workspace);
+ZOR_API int64_t zor_dft_xzbackward(DftNode *node, void *data, int64_t transforms, void *workspace);
+ZOR_API int64_t zor_dft_xcforward(DftNode *node, void *data, int64_t transforms, void *workspace);
+ZOR_API int64_t zor_dft_xcbackward(DftNode *node, void *data, int64_t transforms, void *workspace);
+ZOR_API int64_t zor_dft_xzforward_out(DftNode *node, void *in, void *out, int64_t transforms, void *workspace);
+ZOR_API int64_t zor_dft_xzbackward_out(DftNode *node, void *in, void *out, int64_t transforms, void *workspace);
+ZOR_API int64_t zor_dft_xcforward_out(DftNode *node, void *in, void *out, int64_t transforms, void *workspace);
+ZOR_API int64_t zor_dft_xcbackward_out(DftNode *node, void *in, void *out, int64_t transforms, void *workspace);
+
+/* Real data. Forward reads real lines (input offset, stride, distance in
+   real elements) and writes their spectra (output ones); backward the
+   reverse. With conjugate-even storage 40 (x{d,s}...) the spectrum is a real
+   array in the node's packed format; with 39 (xdzforward, xzdbackward,
+   xscforward, xcsbackward) it is n/2 + 1 complex values, and its offset,
+   stride and distance count complex elements. In place with storage 40 both
+   sides use the input offset, stride and distance. Rank 1. */
+ZOR_API int64_t zor_dft_xdforward(DftNode *node, void *data, int64_t transforms, void *workspace);
+ZOR_API int64_t zor_dft_xdbackward(DftNode *node, void *data, int64_t transforms, void *workspace);
+ZOR_API int64_t zor_dft_xsforward(DftNode *node, void *data, int64_t transforms, void *workspace);
+ZOR_API int64_t zor_dft_xsbackward(DftNode *node, void *data, int64_t transforms, void *workspace);
+ZOR_API int64_t zor_dft_xdforward_out(DftNode *node, void *in, void *out, int64_t transforms, void *workspace);
+ZOR_API int64_t zor_dft_xdbackward_out(DftNode *node, void *in, void *out, int64_t transforms, void *workspace);
+ZOR_API int64_t zor_dft_xsforward_out(DftNode *node, void *in, void *out, int64_t transforms, void *workspace);
+ZOR_API int64_t zor_dft_xsbackward_out(DftNode *node, void *in, void *out, int64_t transforms, void *workspace);
+ZOR_API int64_t zor_dft_xdzforward(DftNode *node, void *data, int64_t transforms, void *workspace);
+ZOR_API int64_t zor_dft_xzdbackward(DftNode *node, void *data, int64_t transforms, void *workspace);
+ZOR_API int64_t zor_dft_xscforward(DftNode *node, void *data, int64_t transforms, void *workspace);
+ZOR_API int64_t zor_dft_xcsbackward(DftNode *node, void *data, int64_t transforms, void *workspace);
+ZOR_API int64_t zor_dft_xdzforward_out(DftNode *node, void *in, void *out, int64_t transforms, void *workspace);
+ZOR_API int64_t zor_dft_xzdbackward_out(DftNode *node, void *in, void *out, int64_t transforms, void *workspace);
+ZOR_API int64_t zor_dft_xscforward_out(DftNode *node, void *in, void *out, int64_t transforms, void *workspace);
+ZOR_API int64_t zor_dft_xcsbackward_out(DftNode *node, void *in, void *out, int64_t transforms, void *workspace);
+
+/* ---------------------------------------------------------------- four steps
+   A long transform as an m2-by-m1 problem (the record DftFourStep). z is
+   double, c single; `forward` 1 or 0 chooses the direction (the backward
+   direction uses the conjugate twiddles). `workspace` is the node's share
+   (DftFourStep.work_size bytes, 64-byte aligned), or null to take one for
+   the call. */
+
+/* Setup on the axis node of a committing root: split, pitches, twiddle
+   table, children. 102 when the length has no split with both factors above
+   1 (nothing changed); 1 when memory fails (what was built is freed and the
+   root uncommitted). */
+ZOR_API int64_t zor_dft_xz_init_data_1d_via_2d(DftNode *node, DftNode *root);
+ZOR_API int64_t zor_dft_xc_init_data_1d_via_2d(DftNode *node, DftNode *root);
+/* Steps 1 and 2 on lines first .. first + count - 1 of the m2 lines of m1
+   points, point j1 of line j2 at in[j2 line_step + j1 point_step]: each
+   line goes through the row child, point k1 is multiplied by w^(j2 k1) and
+   stored at out[j2 pitch + k1]. Groups of 8 lines. out may be in when
+   point_step is 1 and pitch is line_step. */
+ZOR_API int64_t zor_dft_xz_4step_1_2(DftNode *node, int64_t first, int64_t count, const void *in, int64_t line_step,
+                                     int64_t point_step, void *out, int64_t pitch, void *workspace, int32_t forward);
+ZOR_API int64_t zor_dft_xc_4step_1_2(DftNode *node, int64_t first, int64_t count, const void *in, int64_t line_step,
+                                     int64_t point_step, void *out, int64_t pitch, void *workspace, int32_t forward);
+/* Steps 3 and 4 on columns first .. first + count - 1 of the m2-by-m1
+   matrix at in (point (j2, k1) at in[j2 in_pitch + k1]): blocks of 16
+   columns are copied transposed into lines of col_pitch, go through the
+   column child, and step 4 (step scale_4 when the direction's scale is not
+   1) writes point k2 of column k1 to out[k1 + m1 k2]. out may be in when
+   in_pitch is m1. */
+ZOR_API int64_t zor_dft_xz_4step_3(DftNode *node, int64_t first, int64_t count, const void *in, int64_t in_pitch,
+                                   void *out, void *workspace, int32_t forward);
+ZOR_API int64_t zor_dft_xc_4step_3(DftNode *node, int64_t first, int64_t count, const void *in, int64_t in_pitch,
+                                   void *out, void *workspace, int32_t forward);
+/* Step 4: `lines` lines of `length` points, `pitch` apart, written
+   transposed: out[i + k out_step] = in[i pitch + k] (times scale in
+   scale_4). Blocks of 8 lines by 8 points (16 lines in single precision).
+   Returns 0. */
+ZOR_API int64_t zor_dft_xz_4step_4(int64_t lines, const void *in, int64_t pitch, void *out, int64_t length,
+                                   int64_t out_step);
+ZOR_API int64_t zor_dft_xc_4step_4(int64_t lines, const void *in, int64_t pitch, void *out, int64_t length,
+                                   int64_t out_step);
+ZOR_API int64_t zor_dft_xz_4step_scale_4(int64_t lines, const void *in, int64_t pitch, void *out, int64_t length,
+                                         int64_t out_step, double scale);
+ZOR_API int64_t zor_dft_xc_4step_scale_4(int64_t lines, const void *in, int64_t pitch, void *out, int64_t length,
+                                         int64_t out_step, float scale);
+
+/* ---------------------------------------------------------------- the threading layer
+   Looked up by name through zor_serv_load_thread_fun. */
+
+/* Fills the node's services table. */
+typedef int64_t (*zor_dft_bless_fn)(DftNode *node);
+/* Builds the axis chain of the root and ends in the matching commit core. */
+typedef int64_t (*zor_dft_commit_node_fn)(DftNode *root);
+/* A whole task handed over by a compute entry. `holder` points to the node
+   pointer. In place: (holder, data, 0, 0, 0); out of place: (holder, in, out,
+   0, 0); split storage passes the addresses of {real, imaginary} pairs the
+   same way. The result is a status. */
+typedef int64_t (*zor_dft_compute_par_fn)(DftNode **holder, void *in, void *out, void *reserved1,
+                                          void *reserved2);
+
+#endif

@@ -1,0 +1,286 @@
+// Failed allocations, injected through the allocator module with pooling off
+// (this program runs with ZOR_DISABLE_FAST_MM set, so every buffer is a raw
+// allocation): the k-th allocation of create, of commit on each path and of
+// compute fails, for every k. Each gives status 1, leaves the descriptor as
+// it was and the live blocks as they were, and a retry computes the same
+// numbers as a run without failure.
+#include <functional>
+
+#include "dft_testing.hpp"
+#include "qalloc_module.h"
+
+namespace {
+
+using namespace zor::test;
+
+long injected = 0;
+long live_blocks() { return qalloc_count(QALLOC_MALLOC) - qalloc_count(QALLOC_FREE) - injected; }
+
+// Raw allocations made by `body`.
+long allocations_of(const std::function<void()> &body) {
+  long before = qalloc_count(QALLOC_MALLOC);
+  body();
+  return qalloc_count(QALLOC_MALLOC) - before;
+}
+
+// `body` with its k-th allocation failing.
+int64_t failing(long k, const std::function<int64_t()> &body) {
+  qalloc_fail_nth(k);
+  int64_t s = body();
+  qalloc_fail_nth(0);
+  ++injected;
+  return s;
+}
+
+TEST(DftFaults, Create) {
+  for (int32_t precision : {DFT_DOUBLE, DFT_SINGLE}) {
+    int64_t n = 100;
+    long count = allocations_of([&] {
+      DftNode *d = nullptr;
+      ASSERT_EQ(zor_fft_create(&d, precision, DFT_COMPLEX, 1, &n), 0);
+      zor_fft_free(&d);
+    });
+    ASSERT_GT(count, 0);
+    for (long k = 1; k <= count; ++k) {
+      long live = live_blocks();
+      DftNode *d = nullptr;
+      EXPECT_EQ(failing(k, [&] { return zor_fft_create(&d, precision, DFT_COMPLEX, 1, &n); }), DFT_MEMORY_ERROR);
+      EXPECT_EQ(d, nullptr);
+      EXPECT_EQ(live_blocks(), live) << k;
+    }
+  }
+}
+
+struct Path {
+  const char *name;
+  int32_t precision;
+  int64_t n;
+  std::function<void(DftNode *)> configure;
+  int32_t placement = DFT_INPLACE;
+};
+
+void no_settings(DftNode *) {}
+
+// One transform of the line x (in place, or out of place into y).
+template <class T>
+std::vector<std::complex<T>> run(DftNode *d, const Path &p, const std::vector<std::complex<T>> &x, int64_t *status) {
+  std::vector<std::complex<T>> y = x, out(x.size());
+  *status = p.placement == DFT_INPLACE ? zor_fft_forward(d, y.data()) : zor_fft_forward_out(d, x.data(), out.data());
+  return p.placement == DFT_INPLACE ? y : out;
+}
+
+template <class T>
+void check_commit(const Path &p) {
+  SCOPED_TRACE(p.name);
+  Rng rng(11);
+  auto x = random_line<T>(p.n * 8, rng);  // room for the strided paths
+  auto make = [&] {
+    Descriptor *d = new Descriptor(p.precision, p.n);
+    EXPECT_EQ(zor_fft_set_value(*d, DFT_PLACEMENT, p.placement), 0);
+    p.configure(*d);
+    return d;
+  };
+  std::vector<std::complex<T>> want;
+  long count = allocations_of([&] {
+    Descriptor *d = make();
+    ASSERT_EQ(zor_fft_commit(*d), 0);
+    int64_t s;
+    want = run<T>(*d, p, x, &s);
+    ASSERT_EQ(s, 0);
+    delete d;
+  });
+  Descriptor *d = make();
+  DftNode *node = *d;
+  long commit_count = allocations_of([&] { EXPECT_EQ(zor_fft_commit(node), 0); });
+  ASSERT_LE(commit_count, count);
+  for (long k = 1; k <= commit_count; ++k) {
+    node->uncommit(node);  // nothing built: every allocation happens again
+    long live = live_blocks();
+    EXPECT_EQ(failing(k, [&] { return zor_fft_commit(node); }), DFT_MEMORY_ERROR) << "allocation " << k;
+    EXPECT_EQ(node->commit_status, DFT_UNCOMMITTED);
+    EXPECT_EQ(node->compute_forward, nullptr);
+    EXPECT_EQ(live_blocks(), live) << "allocation " << k;
+  }
+  ASSERT_EQ(zor_fft_commit(*d), 0);
+  int64_t s;
+  auto again = run<T>(*d, p, x, &s);
+  ASSERT_EQ(s, 0);
+  EXPECT_EQ(again, want);
+
+  // Compute: every allocation of one transform fails in turn.
+  long compute_count = allocations_of([&] { run<T>(*d, p, x, &s); });
+  for (long k = 1; k <= compute_count; ++k) {
+    long live = live_blocks();
+    failing(k, [&] {
+      run<T>(*d, p, x, &s);
+      return s;
+    });
+    EXPECT_EQ(s, DFT_MEMORY_ERROR) << "compute allocation " << k;
+    EXPECT_EQ((*d)->commit_status, DFT_COMMITTED);
+    EXPECT_EQ(live_blocks(), live);
+  }
+  auto last = run<T>(*d, p, x, &s);
+  EXPECT_EQ(s, 0);
+  EXPECT_EQ(last, want);
+  delete d;
+}
+
+TEST(DftFaults, CommitAndComputeOnEachPath) {
+  auto strided = [](DftNode *d) {
+    int64_t s[2] = {0, 2};
+    zor_fft_set_input_strides(d, s);
+    zor_fft_set_output_strides(d, s);
+  };
+  auto interleaved = [](int64_t count) {
+    return [count](DftNode *d) {
+      int64_t s[2] = {0, count};
+      zor_fft_set_input_strides(d, s);
+      zor_fft_set_output_strides(d, s);
+      zor_fft_set_number_of_transforms(d, count);
+      zor_fft_set_input_distance(d, 1);
+      zor_fft_set_output_distance(d, 1);
+    };
+  };
+  auto scaled = [](DftNode *d) { zor_fft_set_scale(d, DFT_FORWARD_SCALE, 1.0 / 100); };
+  auto two_users = [](DftNode *d) { zor_fft_set_value(d, DFT_NUMBER_OF_USER_THREADS, 2); };
+  auto scrambled = [](DftNode *d) { zor_fft_set_value(d, DFT_ORDERING, DFT_BACKWARD_SCRAMBLED); };
+  auto half = [](DftNode *d) { zor_fft_set_scale(d, DFT_BACKWARD_SCALE, 0.5); };
+  auto four_steps = [](DftNode *d) { d->force_four_step = 1; };
+  const Path paths[] = {
+      {"small plan with its scale", DFT_DOUBLE, 100, scaled},
+      {"fixed kernel with a table", DFT_DOUBLE, 1024, no_settings},
+      {"power-of-two plan", DFT_DOUBLE, 4096, no_settings},
+      {"mixed plan, strided lines", DFT_DOUBLE, 1000, strided, DFT_NOT_INPLACE},
+      {"chirp plan", DFT_DOUBLE, 4097, no_settings},
+      {"direct plan through the core", DFT_DOUBLE, 53, half},
+      {"block worker", DFT_DOUBLE, 96, interleaved(4)},
+      {"unordered plan", DFT_DOUBLE, 6000, scrambled},
+      {"user threads", DFT_DOUBLE, 2048, two_users},
+      {"single precision plan", DFT_SINGLE, 4096, no_settings},
+      {"single precision block worker", DFT_SINGLE, 40, interleaved(5)},
+      {"four steps", DFT_DOUBLE, 65536, four_steps},
+      {"single precision four steps", DFT_SINGLE, 1 << 17, four_steps, DFT_NOT_INPLACE},
+  };
+  long before = injected;
+  for (const Path &p : paths) {
+    if (p.precision == DFT_DOUBLE) check_commit<double>(p);
+    else check_commit<float>(p);
+  }
+  EXPECT_GT(injected - before, 2 * long(sizeof paths / sizeof paths[0]));
+}
+
+// The four steps with their scratch: each of its allocations fails in turn.
+TEST(DftFaults, FourStepScratch) {
+  for (int32_t placement : {DFT_INPLACE, DFT_NOT_INPLACE}) {
+    const Path p{"four steps, scratch", DFT_DOUBLE, 65536, no_settings, placement};
+    Descriptor d(DFT_DOUBLE, p.n);
+    ASSERT_EQ(zor_fft_set_value(d, DFT_PLACEMENT, placement), 0);
+    d->force_four_step = 1;
+    ASSERT_EQ(zor_fft_commit(d), 0);
+    ASSERT_NE(d->four_step_state, nullptr);
+    static_cast<DftFourStep *>(d->four_step_state)->transpose_mode = 0;
+    Rng rng(13);
+    auto x = random_line<double>(p.n, rng);
+    int64_t s;
+    auto want = run<double>(d, p, x, &s);
+    ASSERT_EQ(s, 0);
+    long count = allocations_of([&] { run<double>(d, p, x, &s); });
+    ASSERT_GT(count, 0);
+    for (long k = 1; k <= count; ++k) {
+      long live = live_blocks();
+      failing(k, [&] {
+        run<double>(d, p, x, &s);
+        return s;
+      });
+      EXPECT_EQ(s, DFT_MEMORY_ERROR) << k;
+      EXPECT_EQ(live_blocks(), live);
+    }
+    EXPECT_EQ(run<double>(d, p, x, &s), want);
+  }
+}
+
+TEST(DftFaults, SplitStorage) {
+  auto split = [](DftNode *d) {
+    zor_fft_set_value(d, DFT_COMPLEX_STORAGE, DFT_REAL_REAL);
+    int64_t s[2] = {0, 3};
+    zor_fft_set_input_strides(d, s);
+  };
+  const int64_t n = 300;
+  Descriptor d(DFT_DOUBLE, n);
+  split(d);
+  long count = allocations_of([&] { ASSERT_EQ(zor_fft_commit(d), 0); });
+  for (long k = 1; k <= count; ++k) {
+    d->uncommit(d);
+    long live = live_blocks();
+    EXPECT_EQ(failing(k, [&] { return zor_fft_commit(d); }), DFT_MEMORY_ERROR);
+    d->uncommit(d);
+    EXPECT_EQ(live_blocks(), live);
+  }
+  ASSERT_EQ(zor_fft_commit(d), 0);
+  Rng rng(12);
+  std::vector<double> re(3 * n), im(3 * n);
+  for (auto &v : re) v = rng.uniform();
+  for (auto &v : im) v = rng.uniform();
+  auto re0 = re, im0 = im;
+  ASSERT_EQ(zor_fft_forward_split(d, re.data(), im.data()), 0);
+  auto want_re = re, want_im = im;
+  long compute_count = allocations_of([&] {
+    re = re0, im = im0;
+    zor_fft_forward_split(d, re.data(), im.data());
+  });
+  ASSERT_GT(compute_count, 0);
+  for (long k = 1; k <= compute_count; ++k) {
+    re = re0, im = im0;
+    EXPECT_EQ(failing(k, [&] { return zor_fft_forward_split(d, re.data(), im.data()); }), DFT_MEMORY_ERROR);
+  }
+  re = re0, im = im0;
+  ASSERT_EQ(zor_fft_forward_split(d, re.data(), im.data()), 0);
+  EXPECT_EQ(re, want_re);
+  EXPECT_EQ(im, want_im);
+}
+
+// Real descriptors out of place: every allocation of commit (a power of two,
+// an even and an odd mixed length) and of a strided compute fails in turn.
+template <class T>
+void check_real(int64_t n, int64_t stride) {
+  SCOPED_TRACE(testing::Message() << "real n " << n << " stride " << stride << " " << sizeof(T));
+  DftNode *d = nullptr;
+  ASSERT_EQ(zor_fft_create(&d, precision_of<T>, DFT_REAL, 1, &n), 0);
+  const int64_t strides[2] = {0, stride};
+  ASSERT_EQ(zor_fft_set_input_strides(d, strides), 0);
+  ASSERT_EQ(zor_fft_set_output_strides(d, strides), 0);
+  ASSERT_EQ(zor_fft_set_value(d, DFT_PLACEMENT, DFT_NOT_INPLACE), 0);
+  long count = allocations_of([&] { ASSERT_EQ(zor_fft_commit(d), 0); });
+  ASSERT_GT(count, 0);
+  for (long k = 1; k <= count; ++k) {
+    d->uncommit(d);
+    long live = live_blocks();
+    EXPECT_EQ(failing(k, [&] { return zor_fft_commit(d); }), DFT_MEMORY_ERROR) << "allocation " << k;
+    EXPECT_EQ(d->commit_status, DFT_UNCOMMITTED);
+    EXPECT_EQ(live_blocks(), live) << "allocation " << k;
+  }
+  ASSERT_EQ(zor_fft_commit(d), 0);
+  Rng rng(13);
+  std::vector<T> x(static_cast<size_t>(stride * (n + 2))), want(x.size()), y(x.size());
+  for (auto &v : x) v = T(rng.uniform());
+  ASSERT_EQ(zor_fft_forward_out(d, x.data(), want.data()), 0);
+  long compute_count = allocations_of([&] { zor_fft_forward_out(d, x.data(), y.data()); });
+  EXPECT_EQ(compute_count, stride == 1 ? 0 : 1);
+  for (long k = 1; k <= compute_count; ++k) {
+    long live = live_blocks();
+    EXPECT_EQ(failing(k, [&] { return zor_fft_forward_out(d, x.data(), y.data()); }), DFT_MEMORY_ERROR);
+    EXPECT_EQ(live_blocks(), live);
+  }
+  std::fill(y.begin(), y.end(), T(0));
+  ASSERT_EQ(zor_fft_forward_out(d, x.data(), y.data()), 0);
+  EXPECT_EQ(y, want);
+  zor_fft_free(&d);
+}
+
+TEST(DftFaults, RealTransforms) {
+  check_real<double>(4096, 1);
+  check_real<double>(1000, 3);
+  check_real<float>(301, 2);
+}
+
+}  // namespace
