@@ -39,6 +39,31 @@ inline double thread_seconds() {
   return double(t.tv_sec) + 1e-9 * double(t.tv_nsec);
 }
 
+// best_seconds by thread processor time. Reading that clock is a system
+// call, so the body runs in batches, timed as a whole, of a size doubled
+// until a batch takes min_seconds.
+template <class F>
+double best_thread_seconds(F &&body, int repeats = 5, double min_seconds = 0.05) {
+  long batch = 1;
+  double best = 1e30;
+  for (;;) {
+    const double start = thread_seconds();
+    for (long k = 0; k < batch; ++k) body();
+    const double elapsed = thread_seconds() - start;
+    if (elapsed >= min_seconds) {
+      best = elapsed / double(batch);
+      break;
+    }
+    batch *= 2;
+  }
+  for (int r = 1; r < repeats; ++r) {
+    const double start = thread_seconds();
+    for (long k = 0; k < batch; ++k) body();
+    best = std::min(best, (thread_seconds() - start) / double(batch));
+  }
+  return best;
+}
+
 // Best thread time of `repeats` timed runs of `run`, each after an untimed
 // `prepare` (which restores inputs that the run destroys).
 template <class Prepare, class Run>

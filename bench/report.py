@@ -2,7 +2,11 @@
 """Writes the benchmark report: a markdown table per family and a figure of
 plots per family, from the figures the benchmark programs recorded.
 
-Usage: report.py <figures.tsv> <output directory> [program logs...]
+Usage: report.py <figures.tsv> <output directory>
+
+The sections of families without figures in this run are kept from the
+report already in the output directory; the program logs listed are the
+bench_*.txt files there.
 
 Each line of the figures file (bench/common.hpp, record()) is: family, group,
 size, series, value, unit, separated by tabs. A family gets one table (a row
@@ -101,9 +105,23 @@ def plot(family, rows, path, title):
     return True
 
 
+def earlier_sections(path):
+    """The family sections of an earlier report, in order, by family."""
+    sections = collections.OrderedDict()
+    try:
+        with open(path) as f:
+            text = f.read()
+    except OSError:
+        return sections
+    for part in text.split('\n## ')[1:]:
+        family = part.split('\n', 1)[0].strip()
+        if family != 'Program output':
+            sections[family] = '## ' + part.rstrip('\n') + '\n'
+    return sections
+
+
 def main():
     figures, out_dir = sys.argv[1], sys.argv[2]
-    logs = sys.argv[3:]
     os.makedirs(out_dir, exist_ok=True)
     rows = read(figures)
     cpu = processor_name()
@@ -111,21 +129,28 @@ def main():
     for r in rows:
         if r[0] not in families:
             families.append(r[0])
+    # A run of some programs only replaces their families' sections; the
+    # others stay as the last run that measured them wrote them.
+    report = os.path.join(out_dir, 'README.md')
+    sections = earlier_sections(report)
+    for family in families:
+        mine = [r for r in rows if r[0] == family]
+        text = ['## %s' % family, '']
+        if plot(family, mine, os.path.join(out_dir, '%s.png' % family), '%s on %s' % (family, cpu)):
+            text += ['![%s](%s.png)' % (family, family), '']
+        text += [table(mine), '']
+        sections[family] = '\n'.join(text)
     text = ['# Measured performance', '',
             'Processor: **%s**, one thread. Written by `bench/run.sh` from the benchmark programs in `bench/`; '
             'each measures ours and its peer in the same run, interleaved, and states how in its own output '
             '(the logs beside this file).' % cpu, '']
-    for family in families:
-        mine = [r for r in rows if r[0] == family]
-        text += ['## %s' % family, '']
-        if plot(family, mine, os.path.join(out_dir, '%s.png' % family), '%s on %s' % (family, cpu)):
-            text += ['![%s](%s.png)' % (family, family), '']
-        text += [table(mine), '']
+    text += list(sections.values())
+    logs = sorted(l for l in os.listdir(out_dir) if l.startswith('bench_') and l.endswith('.txt'))
     if logs:
         text += ['## Program output', '']
-        text += ['- [%s](%s)' % (os.path.basename(l), os.path.basename(l)) for l in logs]
+        text += ['- [%s](%s)' % (l, l) for l in logs]
         text.append('')
-    with open(os.path.join(out_dir, 'README.md'), 'w') as f:
+    with open(report, 'w') as f:
         f.write('\n'.join(text))
 
 

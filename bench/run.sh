@@ -7,6 +7,8 @@
 # Usage: bench/run.sh [program-name-filter [arguments for the programs...]]
 # A family joins the report by building a bench_* program that records its
 # figures; nothing here names a family.
+# A run of some programs replaces only their families' sections of the
+# report; the others stay as their last run wrote them.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 need=()
@@ -24,15 +26,13 @@ out=docs/performance
 mkdir -p "$out"
 figures=$(mktemp)
 trap 'rm -f "$figures"' EXIT
-logs=()
 for prog in $(find build/bench/bench -type f -executable -name 'bench_*' | sort); do
   name=$(basename "$prog")
   [[ -n "$filter" && "$name" != *"$filter"* ]] && continue
   echo "== $name"
   ZOR_BENCH_TSV="$figures" "$prog" "$@" | tee "$out/$name.txt"
-  logs+=("$out/$name.txt")
 done
 py=python3
 /usr/bin/python3 -c "import matplotlib" 2>/dev/null && py=/usr/bin/python3
-"$py" bench/report.py "$figures" "$out" "${logs[@]}"
+"$py" bench/report.py "$figures" "$out"
 echo "report: $out/README.md"

@@ -44,10 +44,6 @@ inline constexpr int kWideningPass = 8;
 // The micro-architecture answer that selects the second double-complex kernels.
 inline constexpr int32_t kSecondKernelAnswer = 33;
 
-// Float vectors of i?amax and i?amin carry positions as 32-bit integers:
-// longer vectors run one by one.
-inline constexpr int64_t kFloatLanesBelow = (int64_t(1) << 31) - 64;
-
 // gemv: the byte fill of a zero beta with unit stride from this many
 // elements on (double 13, single 25); below, and for other betas, vectors
 // from 8 elements on.
@@ -87,10 +83,10 @@ namespace tuned {
 // Unit-stride skeleton: vectors loaded before any is stored, per group
 // (bench/blas/level1_bench.cpp, daxpy and dcopy rows at n = 1e3).
 inline constexpr int kLoadGroup = 4;
-// i?amax, i?amin: independent sets of lanes taking successive vectors in
-// turn, so that the running extremes are not one chain of compares
-// (bench/blas/level1_bench.cpp, idamax row at n = 1e3).
-inline constexpr int kExtremeSets = 4;
+// i?amax, i?amin: vectors of magnitudes a block; a block is one compare
+// against the best and, rarely, a new best (bench/blas/level1_bench.cpp,
+// the i?amax rows at n = 1e3 and 1e5).
+inline constexpr int64_t kExtremeBlock = 32;
 
 }  // namespace tuned
 

@@ -8,8 +8,8 @@
 //   mode. So a second commit after a setter never leaks or reuses stale
 //   pointers.
 // - Empty services slots are never called (slot 0 reads 0, slot 1 reads 1).
-// - Step 5, the four-step split, behaves as though its setup found no usable
-//   split (102): those lengths go on to the plan or chirp paths.
+// - The four-step path lets the kernel be called directly only when one user
+//   thread shares the node (several would share its workspace).
 // - A failed node-level chirp returns its own status (1 for memory) instead
 //   of falling through to the length limit.
 #include <cmath>
@@ -21,6 +21,7 @@
 
 #include "dft/compute.hpp"
 #include "dft/fixed.hpp"
+#include "dft/four_step.hpp"
 #include "dft/late.hpp"
 #include "dft/node.hpp"
 #include "dft/plan.hpp"
@@ -361,7 +362,21 @@ int64_t commit_axis(DftNode *root, DftNode *ax, int64_t index) {
   const bool unit = ax->input_stride == 1 && ax->output_stride == 1;
   const bool natural =
       ax->ordering == DFT_ORDERED && ax->complex_storage == DFT_COMPLEX_COMPLEX && root->rank == 1 && unit;
-  // Step 5 (the four-step split) finds no usable split here and goes on.
+  // Long lines, or on request, as an m2-by-m1 problem; a length with no
+  // usable split goes on.
+  const int64_t limit = dbl ? (pow2 ? 0x4000000 : 0x1000000) : (pow2 ? 0x8000000 : 0x2000000);
+  if (natural && ax->length_log2 >= 16 && (n > limit || ax->force_four_step == 1)) {
+    int64_t s = four_step_setup<R>(ax, root);
+    if (s == DFT_NO_ERROR) {
+      ax->uses_plan = 0;
+      ax->kernels[fwd] = four_step_kernel<R, true>;
+      ax->kernels[bwd] = four_step_kernel<R, false>;
+      ax->work_size = static_cast<const DftFourStep *>(ax->four_step_state)->work_size;
+      if (root->transforms == 1 && root->user_threads == 1) root->flags |= DFT_FLAG_CALL_KERNEL_DIRECTLY;
+      return DFT_NO_ERROR;
+    }
+    if (s != DFT_NO_TWO_FACTOR_SPLIT) return s;
+  }
   if (natural && !pow2 && n > (dbl ? 0x1000000 : 0x2000000)) {
     int64_t s = commit_chirp<R>(root, ax);
     if (s) return s;

@@ -89,8 +89,10 @@ inline f64x2 min(f64x2 a, f64x2 b) { return _mm_min_pd(a, b); }
 inline f32x4 min(f32x4 a, f32x4 b) { return _mm_min_ps(a, b); }
 inline f64x2 sqrt(f64x2 a) { return _mm_sqrt_pd(a); }
 inline f32x4 sqrt(f32x4 a) { return _mm_sqrt_ps(a); }
-inline f64x2 abs(f64x2 a) { return _mm_andnot_pd(_mm_set1_pd(-0.0), a); }
-inline f32x4 abs(f32x4 a) { return _mm_andnot_ps(_mm_set1_ps(-0.0f), a); }
+// The sign bit cleared by an and with its complement, so that the value's
+// own register takes the result (no copy of the mask a call).
+inline f64x2 abs(f64x2 a) { return _mm_and_pd(a, _mm_castsi128_pd(_mm_set1_epi64x(0x7fffffffffffffffll))); }
+inline f32x4 abs(f32x4 a) { return _mm_and_ps(a, _mm_castsi128_ps(_mm_set1_epi32(0x7fffffff))); }
 // [a0 + b0, a1] / [a0 + b0, a1, a2, a3]: a scalar added into lane 0 only.
 inline f64x2 add_lo(f64x2 a, f64x2 b) { return _mm_add_sd(a, b); }
 inline f32x4 add_lo(f32x4 a, f32x4 b) { return _mm_add_ss(a, b); }
@@ -120,6 +122,9 @@ inline f64x2 cmp_lt(f64x2 a, f64x2 b) { return _mm_cmplt_pd(a, b); }
 inline f32x4 cmp_lt(f32x4 a, f32x4 b) { return _mm_cmplt_ps(a, b); }
 inline f64x2 cmp_eq(f64x2 a, f64x2 b) { return _mm_cmpeq_pd(a, b); }
 inline f32x4 cmp_eq(f32x4 a, f32x4 b) { return _mm_cmpeq_ps(a, b); }
+// One bit a lane, lane 0 in bit 0: the sign bits (a mask's lanes).
+inline int mask_bits(f64x2 m) { return _mm_movemask_pd(m); }
+inline int mask_bits(f32x4 m) { return _mm_movemask_ps(m); }
 // a where the mask is set, b elsewhere.
 inline f64x2 select(f64x2 mask, f64x2 a, f64x2 b) { return or_(and_(mask, a), andnot_(mask, b)); }
 inline f32x4 select(f32x4 mask, f32x4 a, f32x4 b) { return or_(and_(mask, a), andnot_(mask, b)); }
@@ -173,6 +178,13 @@ inline f64x2 dup_re(f64x2 a) { return dup_lo(a); }
 inline f32x4 dup_re(f32x4 a) { return dup_even(a); }
 inline f64x2 dup_im(f64x2 a) { return dup_hi(a); }
 inline f32x4 dup_im(f32x4 a) { return dup_odd(a); }
+
+// The real parts and the imaginary parts of the elements of two registers,
+// a's first: [a.re..., b.re...] and [a.im..., b.im...].
+inline f64x2 re_parts(f64x2 a, f64x2 b) { return unpack_lo(a, b); }
+inline f32x4 re_parts(f32x4 a, f32x4 b) { return _mm_shuffle_ps(a, b, 0x88); }
+inline f64x2 im_parts(f64x2 a, f64x2 b) { return unpack_hi(a, b); }
+inline f32x4 im_parts(f32x4 a, f32x4 b) { return _mm_shuffle_ps(a, b, 0xDD); }
 
 // (re, im) exchanged in each element. flip_copy does the same through the
 // integer shuffle, which writes a new register (no copy before it): the

@@ -1,8 +1,9 @@
 // One-dimensional complex transforms, forward, in place, one line, against
 // FFTW 3 planned with FFTW_MEASURE: double at 64, 1024, 4096, 2^16, 2^20,
-// 1000, 3^10 and 10007; single at 1024 and 4096. Real forward transforms out
-// of place into the ccs layout (FFTW's r2c layout), double at 4096 and 2^20;
-// their rate counts 2.5 n log2 n. Ours and FFTW's are timed
+// 1000, 3^10 and 10007; single at 1024 and 4096; double 2^18 to 2^24 by
+// four steps beside our plan path. Real forward transforms out of place into
+// the ccs layout (FFTW's r2c layout), double at 4096 and 2^20; their rate
+// counts 2.5 n log2 n. Ours and FFTW's are timed
 // alternately in one process; the rate is 5 n log2 n / time (Mflop/s). The
 // program first compares with FFTW as installed, then runs itself again in a
 // child with a shim preloaded that makes FFTW plan with SSE2 codelets only;
@@ -104,6 +105,41 @@ void row(int64_t n, const char *peer_name) {
   Peer<T>::release(x);
 }
 
+// Long lines in place: the four steps forced, our plan path, and the peer.
+void four_step_row(int64_t n, const char *peer_name) {
+  const size_t bytes = sizeof(std::complex<double>) * size_t(n);
+  auto *x = static_cast<std::complex<double> *>(Peer<double>::alloc(bytes));
+  Peer<double> peer(n, x);
+  for (int64_t k = 0; k < n; ++k) x[k] = {std::sin(0.1 * double(k)) * 1e-3, 1e-3};
+  DftNode *four = nullptr, *plain = nullptr;
+  zor_fft_create(&four, DFT_DOUBLE, DFT_COMPLEX, 1, &n);
+  zor_fft_create(&plain, DFT_DOUBLE, DFT_COMPLEX, 1, &n);
+  four->force_four_step = 1;
+  if (zor_fft_commit(four) || zor_fft_commit(plain) || !four->four_step_state) {
+    std::printf("n = %lld: no four-step commit\n", static_cast<long long>(n));
+    return;
+  }
+  double ours = 1e30, plan = 1e30, theirs = 1e30;
+  for (int r = 0; r < 3; ++r) {
+    ours = std::min(ours, best_seconds([&] { zor_fft_forward(four, x); }, 3, 0.05));
+    plan = std::min(plan, best_seconds([&] { zor_fft_forward(plain, x); }, 3, 0.05));
+    theirs = std::min(theirs, best_seconds([&] { peer.run(); }, 3, 0.05));
+  }
+  const double flops = 5.0 * double(n) * std::log2(double(n)) * 1e-6;
+  char what[64];
+  std::snprintf(what, sizeof what, "z n = %lld four steps", static_cast<long long>(n));
+  std::string name = std::string(peer_name) + " (" + peer.kinds() + ")";
+  zor::bench::report(what, "Mflop/s", flops / ours, flops / theirs, name.c_str());
+  zor::bench::report(what, "Mflop/s", flops / ours, flops / plan, "our plan path");
+  const std::string group = "z forward in place, four steps";
+  zor::bench::record("dft", group, long(n), "four steps", flops / ours, "Mflop/s");
+  zor::bench::record("dft", group, long(n), "our plan path", flops / plan, "Mflop/s");
+  zor::bench::record("dft", group, long(n), peer_name, flops / theirs, "Mflop/s");
+  zor_fft_free(&four);
+  zor_fft_free(&plain);
+  Peer<double>::release(x);
+}
+
 // Real forward, out of place, ccs (n/2 + 1 complex values).
 void real_row(int64_t n, const char *peer_name) {
   auto *x = static_cast<double *>(fftw_malloc(sizeof(double) * size_t(n)));
@@ -139,6 +175,7 @@ void real_row(int64_t n, const char *peer_name) {
 void section(const char *peer_name) {
   for (int64_t n : {64, 1024, 4096, 1 << 16, 1 << 20, 1000, 59049, 10007}) row<double>(n, peer_name);
   for (int64_t n : {1024, 4096}) row<float>(n, peer_name);
+  for (int64_t n : {1 << 18, 1 << 20, 1 << 22, 1 << 24}) four_step_row(n, peer_name);
   for (int64_t n : {4096, 1 << 20}) real_row(n, peer_name);
 }
 

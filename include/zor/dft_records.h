@@ -259,6 +259,26 @@ struct DftNode {
   dft_node_fn extra_free;
 };
 
+/* ---------------------------------------------------------------- four steps */
+
+/* The record of a long one-dimensional transform computed as an m2-by-m1
+   two-dimensional problem (n = m1 m2, m1 <= m2), held in four_step_state.
+   Point j = j2 + m2 j1 of the input; point k = k1 + m1 k2 of the output. */
+typedef struct DftFourStep {
+  int64_t rows;          /* m1, the smaller factor */
+  int64_t cols;          /* m2, the larger factor */
+  int64_t row_pitch;     /* elements between lines of m1 points in a scratch */
+  int64_t col_pitch;     /* elements between lines of m2 points in a buffer */
+  DftNode *row_node;     /* child of length m1 */
+  DftNode *col_node;     /* child of length m2; row_node when m1 = m2 */
+  void *twiddles;        /* two levels of twiddle_count values each */
+  int64_t twiddle_count; /* T: w^j = first[j mod T] * second[j / T] */
+  int32_t transpose_mode; /* 0 scratch; 1 work in the output; -1 transpose the input first */
+  int32_t twiddle_log2;  /* log2 T */
+  int64_t child_work;    /* bytes of the children's share of the workspace */
+  int64_t work_size;     /* bytes of the whole share: children, then the line buffer */
+} DftFourStep;
+
 /* ---------------------------------------------------------------- radix plans */
 
 /* Plan tags. */

@@ -74,6 +74,51 @@ ZOR_API int64_t zor_dft_xzdbackward_out(DftNode *node, void *in, void *out, int6
 ZOR_API int64_t zor_dft_xscforward_out(DftNode *node, void *in, void *out, int64_t transforms, void *workspace);
 ZOR_API int64_t zor_dft_xcsbackward_out(DftNode *node, void *in, void *out, int64_t transforms, void *workspace);
 
+/* ---------------------------------------------------------------- four steps
+   A long transform as an m2-by-m1 problem (the record DftFourStep). z is
+   double, c single; `forward` 1 or 0 chooses the direction (the backward
+   direction uses the conjugate twiddles). `workspace` is the node's share
+   (DftFourStep.work_size bytes, 64-byte aligned), or null to take one for
+   the call. */
+
+/* Setup on the axis node of a committing root: split, pitches, twiddle
+   table, children. 102 when the length has no split with both factors above
+   1 (nothing changed); 1 when memory fails (what was built is freed and the
+   root uncommitted). */
+ZOR_API int64_t zor_dft_xz_init_data_1d_via_2d(DftNode *node, DftNode *root);
+ZOR_API int64_t zor_dft_xc_init_data_1d_via_2d(DftNode *node, DftNode *root);
+/* Steps 1 and 2 on lines first .. first + count - 1 of the m2 lines of m1
+   points, point j1 of line j2 at in[j2 line_step + j1 point_step]: each
+   line goes through the row child, point k1 is multiplied by w^(j2 k1) and
+   stored at out[j2 pitch + k1]. Groups of 8 lines. out may be in when
+   point_step is 1 and pitch is line_step. */
+ZOR_API int64_t zor_dft_xz_4step_1_2(DftNode *node, int64_t first, int64_t count, const void *in, int64_t line_step,
+                                     int64_t point_step, void *out, int64_t pitch, void *workspace, int32_t forward);
+ZOR_API int64_t zor_dft_xc_4step_1_2(DftNode *node, int64_t first, int64_t count, const void *in, int64_t line_step,
+                                     int64_t point_step, void *out, int64_t pitch, void *workspace, int32_t forward);
+/* Steps 3 and 4 on columns first .. first + count - 1 of the m2-by-m1
+   matrix at in (point (j2, k1) at in[j2 in_pitch + k1]): blocks of 16
+   columns are copied transposed into lines of col_pitch, go through the
+   column child, and step 4 (step scale_4 when the direction's scale is not
+   1) writes point k2 of column k1 to out[k1 + m1 k2]. out may be in when
+   in_pitch is m1. */
+ZOR_API int64_t zor_dft_xz_4step_3(DftNode *node, int64_t first, int64_t count, const void *in, int64_t in_pitch,
+                                   void *out, void *workspace, int32_t forward);
+ZOR_API int64_t zor_dft_xc_4step_3(DftNode *node, int64_t first, int64_t count, const void *in, int64_t in_pitch,
+                                   void *out, void *workspace, int32_t forward);
+/* Step 4: `lines` lines of `length` points, `pitch` apart, written
+   transposed: out[i + k out_step] = in[i pitch + k] (times scale in
+   scale_4). Blocks of 8 lines by 8 points (16 lines in single precision).
+   Returns 0. */
+ZOR_API int64_t zor_dft_xz_4step_4(int64_t lines, const void *in, int64_t pitch, void *out, int64_t length,
+                                   int64_t out_step);
+ZOR_API int64_t zor_dft_xc_4step_4(int64_t lines, const void *in, int64_t pitch, void *out, int64_t length,
+                                   int64_t out_step);
+ZOR_API int64_t zor_dft_xz_4step_scale_4(int64_t lines, const void *in, int64_t pitch, void *out, int64_t length,
+                                         int64_t out_step, double scale);
+ZOR_API int64_t zor_dft_xc_4step_scale_4(int64_t lines, const void *in, int64_t pitch, void *out, int64_t length,
+                                         int64_t out_step, float scale);
+
 /* ---------------------------------------------------------------- the threading layer
    Looked up by name through zor_serv_load_thread_fun. */
 

@@ -30,6 +30,22 @@ std::vector<cl> naive_dft(const std::vector<std::complex<T>> &x, bool forward) {
   return y;
 }
 
+// The bins `bins` of the naive transform of x (long lines: a few bins at
+// O(n) each). Entry i of the result is bin bins[i].
+template <class T>
+std::vector<cl> naive_bins(const std::vector<std::complex<T>> &x, const std::vector<int64_t> &bins, bool forward) {
+  const int64_t n = int64_t(x.size());
+  const long double pi = 3.14159265358979323846264338327950288L;
+  std::vector<cl> root(static_cast<size_t>(n)), y;
+  for (int64_t m = 0; m < n; ++m) root[size_t(m)] = std::polar(1.0L, (forward ? -2 : 2) * pi * m / n);
+  for (int64_t k : bins) {
+    cl s = 0;
+    for (int64_t j = 0, m = 0; j < n; ++j, m = (m + k) % n) s += cl(x[size_t(j)]) * root[size_t(m)];
+    y.push_back(s);
+  }
+  return y;
+}
+
 // ||y - scale ref|| / ||scale ref||, in the 2-norm.
 template <class T>
 double relative_error(const std::vector<std::complex<T>> &y, const std::vector<cl> &ref, long double scale = 1) {

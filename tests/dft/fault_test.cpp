@@ -145,6 +145,7 @@ TEST(DftFaults, CommitAndComputeOnEachPath) {
   auto two_users = [](DftNode *d) { zor_fft_set_value(d, DFT_NUMBER_OF_USER_THREADS, 2); };
   auto scrambled = [](DftNode *d) { zor_fft_set_value(d, DFT_ORDERING, DFT_BACKWARD_SCRAMBLED); };
   auto half = [](DftNode *d) { zor_fft_set_scale(d, DFT_BACKWARD_SCALE, 0.5); };
+  auto four_steps = [](DftNode *d) { d->force_four_step = 1; };
   const Path paths[] = {
       {"small plan with its scale", DFT_DOUBLE, 100, scaled},
       {"fixed kernel with a table", DFT_DOUBLE, 1024, no_settings},
@@ -157,6 +158,8 @@ TEST(DftFaults, CommitAndComputeOnEachPath) {
       {"user threads", DFT_DOUBLE, 2048, two_users},
       {"single precision plan", DFT_SINGLE, 4096, no_settings},
       {"single precision block worker", DFT_SINGLE, 40, interleaved(5)},
+      {"four steps", DFT_DOUBLE, 65536, four_steps},
+      {"single precision four steps", DFT_SINGLE, 1 << 17, four_steps, DFT_NOT_INPLACE},
   };
   long before = injected;
   for (const Path &p : paths) {
@@ -164,6 +167,36 @@ TEST(DftFaults, CommitAndComputeOnEachPath) {
     else check_commit<float>(p);
   }
   EXPECT_GT(injected - before, 2 * long(sizeof paths / sizeof paths[0]));
+}
+
+// The four steps with their scratch: each of its allocations fails in turn.
+TEST(DftFaults, FourStepScratch) {
+  for (int32_t placement : {DFT_INPLACE, DFT_NOT_INPLACE}) {
+    const Path p{"four steps, scratch", DFT_DOUBLE, 65536, no_settings, placement};
+    Descriptor d(DFT_DOUBLE, p.n);
+    ASSERT_EQ(zor_fft_set_value(d, DFT_PLACEMENT, placement), 0);
+    d->force_four_step = 1;
+    ASSERT_EQ(zor_fft_commit(d), 0);
+    ASSERT_NE(d->four_step_state, nullptr);
+    static_cast<DftFourStep *>(d->four_step_state)->transpose_mode = 0;
+    Rng rng(13);
+    auto x = random_line<double>(p.n, rng);
+    int64_t s;
+    auto want = run<double>(d, p, x, &s);
+    ASSERT_EQ(s, 0);
+    long count = allocations_of([&] { run<double>(d, p, x, &s); });
+    ASSERT_GT(count, 0);
+    for (long k = 1; k <= count; ++k) {
+      long live = live_blocks();
+      failing(k, [&] {
+        run<double>(d, p, x, &s);
+        return s;
+      });
+      EXPECT_EQ(s, DFT_MEMORY_ERROR) << k;
+      EXPECT_EQ(live_blocks(), live);
+    }
+    EXPECT_EQ(run<double>(d, p, x, &s), want);
+  }
 }
 
 TEST(DftFaults, SplitStorage) {

@@ -149,17 +149,24 @@ TEST(DftPlanChoice, LengthLimits) {
   ASSERT_EQ(zor_fft_set_value(d, DFT_ORDERING, DFT_BACKWARD_SCRAMBLED), 0);
   EXPECT_EQ(zor_fft_commit(d), DFT_1D_LENGTH_EXCEEDS_INT32);
   EXPECT_EQ(d->commit_status, DFT_UNCOMMITTED);
-  Descriptor big(DFT_DOUBLE, 0x8000000);  // a power of two above 2^26
+  // A power of two above 2^26 commits by four steps in natural order only.
+  Descriptor big(DFT_DOUBLE, 0x8000000);
+  ASSERT_EQ(zor_fft_set_value(big, DFT_ORDERING, DFT_BACKWARD_SCRAMBLED), 0);
   EXPECT_EQ(zor_fft_commit(big), DFT_1D_LENGTH_EXCEEDS_INT32);
+  ASSERT_EQ(zor_fft_set_value(big, DFT_ORDERING, DFT_ORDERED), 0);
+  EXPECT_EQ(zor_fft_commit(big), 0);
+  EXPECT_NE(big->four_step_state, nullptr);
 }
 
-// The same length in natural order, out of place, goes to the node-level
-// chirp through a child of 2^26 points (several GiB: long label).
+// A prime above that limit in natural order, out of place, has no split for
+// the four steps and goes to the node-level chirp through a child of 2^26
+// points (several GiB: long label).
 TEST(DftPlanChoiceLong, NodeLevelChirp) {
-  const int64_t n = 0x1000001;
+  const int64_t n = 0x100002b;
   Descriptor d(DFT_DOUBLE, n);
   ASSERT_EQ(zor_fft_set_value(d, DFT_PLACEMENT, DFT_NOT_INPLACE), 0);
   ASSERT_EQ(zor_fft_commit(d), 0);
+  EXPECT_EQ(d->four_step_state, nullptr);
   EXPECT_NE(d->extra_state, nullptr);
   EXPECT_NE(d->kernels[DFT_WHOLE_D_FORWARD], nullptr);
   std::vector<cd> x(static_cast<size_t>(n)), y(static_cast<size_t>(n));
