@@ -58,7 +58,7 @@ std::string digits(const TierIntegers &t, zor_mpz_srcptr z, int base) {
 
 // ------------------------------------------------------------ formatted output
 
-struct Spec {
+struct Conversion {
   bool left = false, plus = false, space = false, alternate = false, zero = false;
   int width = -1, precision = -1;
   std::string length;
@@ -67,18 +67,18 @@ struct Spec {
 
 // The text of one integer conversion (d i u o x X) of a magnitude's digits,
 // with sign, base prefix, precision and width as printf lays them out.
-std::string lay_out(const Spec &spec, bool negative, std::string body, const char *prefix) {
-  if (spec.precision >= 0) {
-    if (spec.precision == 0 && body == "0") body.clear();
-    if (int(body.size()) < spec.precision) body.insert(0, size_t(spec.precision) - body.size(), '0');
+std::string lay_out(const Conversion &conv, bool negative, std::string body, const char *prefix) {
+  if (conv.precision >= 0) {
+    if (conv.precision == 0 && body == "0") body.clear();
+    if (int(body.size()) < conv.precision) body.insert(0, size_t(conv.precision) - body.size(), '0');
   }
-  std::string head = negative ? "-" : spec.plus ? "+" : spec.space ? " " : "";
+  std::string head = negative ? "-" : conv.plus ? "+" : conv.space ? " " : "";
   head += prefix;
   size_t total = head.size() + body.size();
-  if (spec.width > 0 && total < size_t(spec.width)) {
-    size_t pad = size_t(spec.width) - total;
-    if (spec.left) return head + body + std::string(pad, ' ');
-    if (spec.zero && spec.precision < 0) return head + std::string(pad, '0') + body;
+  if (conv.width > 0 && total < size_t(conv.width)) {
+    size_t pad = size_t(conv.width) - total;
+    if (conv.left) return head + body + std::string(pad, ' ');
+    if (conv.zero && conv.precision < 0) return head + std::string(pad, '0') + body;
     return std::string(pad, ' ') + head + body;
   }
   return head + body;
@@ -95,93 +95,93 @@ int base_of(char conversion) {
 
 // The base prefix '#' asks for: "0x"/"0X" for non-zero hexadecimal, "0" for
 // octal unless the digits start with one.
-const char *prefix_of(const Spec &spec, const std::string &body) {
-  if (!spec.alternate) return "";
-  if (spec.conversion == 'o') return body.empty() || body[0] != '0' ? "0" : "";
+const char *prefix_of(const Conversion &conv, const std::string &body) {
+  if (!conv.alternate) return "";
+  if (conv.conversion == 'o') return body.empty() || body[0] != '0' ? "0" : "";
   if (body == "0" || body.empty()) return "";
-  if (spec.conversion == 'x') return "0x";
-  if (spec.conversion == 'X') return "0X";
+  if (conv.conversion == 'x') return "0x";
+  if (conv.conversion == 'X') return "0X";
   return "";
 }
 
-std::string integer_text(const TierIntegers &t, const Spec &spec, zor_mpz_srcptr z) {
-  std::string body = digits(t, z, base_of(spec.conversion));
-  return lay_out(spec, z->size < 0, body, prefix_of(spec, body));
+std::string integer_text(const TierIntegers &t, const Conversion &conv, zor_mpz_srcptr z) {
+  std::string body = digits(t, z, base_of(conv.conversion));
+  return lay_out(conv, z->size < 0, body, prefix_of(conv, body));
 }
 
-std::string rational_text(const TierIntegers &t, const Spec &spec, const zor_mpq_struct *q) {
-  int base = base_of(spec.conversion);
+std::string rational_text(const TierIntegers &t, const Conversion &conv, const zor_mpq_struct *q) {
+  int base = base_of(conv.conversion);
   std::string num = digits(t, &q->num, base), den = digits(t, &q->den, base);
-  std::string body = std::string(prefix_of(spec, num)) + num;
+  std::string body = std::string(prefix_of(conv, num)) + num;
   bool whole = q->den.size == 1 && q->den.limbs[0] == 1;
   if (!whole) {
     body += '/';
-    body += prefix_of(spec, den);
+    body += prefix_of(conv, den);
     body += den;
   }
-  Spec plain = spec;
+  Conversion plain = conv;
   plain.precision = -1;
   return lay_out(plain, q->num.size < 0, body, "");
 }
 
 // Reads "%...c" at f (past the '%'); * width and precision come from ap.
-const char *parse(const char *f, Spec &spec, va_list &ap) {
+const char *parse(const char *f, Conversion &conv, va_list &ap) {
   for (;; ++f) {
-    if (*f == '-') spec.left = true;
-    else if (*f == '+') spec.plus = true;
-    else if (*f == ' ') spec.space = true;
-    else if (*f == '#') spec.alternate = true;
-    else if (*f == '0') spec.zero = true;
+    if (*f == '-') conv.left = true;
+    else if (*f == '+') conv.plus = true;
+    else if (*f == ' ') conv.space = true;
+    else if (*f == '#') conv.alternate = true;
+    else if (*f == '0') conv.zero = true;
     else if (*f == '\'') continue;
     else break;
   }
   if (*f == '*') {
-    spec.width = va_arg(ap, int);
-    if (spec.width < 0) spec.left = true, spec.width = -spec.width;
+    conv.width = va_arg(ap, int);
+    if (conv.width < 0) conv.left = true, conv.width = -conv.width;
     ++f;
   } else if (std::isdigit(static_cast<unsigned char>(*f))) {
-    spec.width = 0;
-    while (std::isdigit(static_cast<unsigned char>(*f))) spec.width = spec.width * 10 + (*f++ - '0');
+    conv.width = 0;
+    while (std::isdigit(static_cast<unsigned char>(*f))) conv.width = conv.width * 10 + (*f++ - '0');
   }
   if (*f == '.') {
     ++f;
-    spec.precision = 0;
+    conv.precision = 0;
     if (*f == '*') {
-      spec.precision = va_arg(ap, int);
+      conv.precision = va_arg(ap, int);
       ++f;
     } else {
-      while (std::isdigit(static_cast<unsigned char>(*f))) spec.precision = spec.precision * 10 + (*f++ - '0');
+      while (std::isdigit(static_cast<unsigned char>(*f))) conv.precision = conv.precision * 10 + (*f++ - '0');
     }
   }
-  while (*f && std::strchr("hlLqjztZQ", *f)) spec.length += *f++;
-  spec.conversion = *f;
+  while (*f && std::strchr("hlLqjztZQ", *f)) conv.length += *f++;
+  conv.conversion = *f;
   return *f ? f + 1 : f;
 }
 
 // The conversion as the C library reads it, with the width and precision
 // written out.
-std::string c_format(const Spec &spec) {
+std::string c_format(const Conversion &conv) {
   std::string s = "%";
-  if (spec.left) s += '-';
-  if (spec.plus) s += '+';
-  if (spec.space) s += ' ';
-  if (spec.alternate) s += '#';
-  if (spec.zero) s += '0';
-  if (spec.width >= 0) s += std::to_string(spec.width);
-  if (spec.precision >= 0) {
+  if (conv.left) s += '-';
+  if (conv.plus) s += '+';
+  if (conv.space) s += ' ';
+  if (conv.alternate) s += '#';
+  if (conv.zero) s += '0';
+  if (conv.width >= 0) s += std::to_string(conv.width);
+  if (conv.precision >= 0) {
     s += '.';
-    s += std::to_string(spec.precision);
+    s += std::to_string(conv.precision);
   }
-  s += spec.length;
-  s += spec.conversion;
+  s += conv.length;
+  s += conv.conversion;
   return s;
 }
 
 // Hands one C conversion, with its argument taken from ap, to the C library.
-int c_conversion(FILE *stream, const Spec &spec, va_list &ap, long long written) {
-  const std::string fmt = c_format(spec);
-  const std::string &l = spec.length;
-  const char c = spec.conversion;
+int c_conversion(FILE *stream, const Conversion &conv, va_list &ap, long long written) {
+  const std::string fmt = c_format(conv);
+  const std::string &l = conv.length;
+  const char c = conv.conversion;
   if (std::strchr("di", c)) {
     if (l == "l") return std::fprintf(stream, fmt.c_str(), va_arg(ap, long));
     if (l == "ll" || l == "q") return std::fprintf(stream, fmt.c_str(), va_arg(ap, long long));
@@ -235,17 +235,17 @@ int format(FILE *stream, const char *f, va_list &ap) {
       ++written, ++f;
       continue;
     }
-    Spec spec;
-    f = parse(f, spec, ap);
+    Conversion conv;
+    f = parse(f, conv, ap);
     int n;
-    if (spec.length == "Z" || spec.length == "Q") {
+    if (conv.length == "Z" || conv.length == "Q") {
       if (!t && !(t = tier("zor_gmp___gmp_fprintf"))) return -1;
-      if (!std::strchr("diuoxX", spec.conversion)) return -1;
-      std::string s = spec.length == "Z" ? integer_text(*t, spec, va_arg(ap, zor_mpz_srcptr))
-                                         : rational_text(*t, spec, va_arg(ap, const zor_mpq_struct *));
+      if (!std::strchr("diuoxX", conv.conversion)) return -1;
+      std::string s = conv.length == "Z" ? integer_text(*t, conv, va_arg(ap, zor_mpz_srcptr))
+                                         : rational_text(*t, conv, va_arg(ap, const zor_mpq_struct *));
       n = std::fwrite(s.data(), 1, s.size(), stream) == s.size() ? int(s.size()) : -1;
     } else {
-      n = c_conversion(stream, spec, ap, written);
+      n = c_conversion(stream, conv, ap, written);
     }
     if (n < 0) return -1;
     written += n;
