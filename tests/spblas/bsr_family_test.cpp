@@ -24,7 +24,7 @@ struct Blocks {
 };
 
 template <class E, class I>
-struct Run {
+struct CaseRun {
   const Case &cs;
   Rng &rng;
   long double eps = std::numeric_limits<real_of<E>>::epsilon();
@@ -115,24 +115,13 @@ struct Run {
   }
 };
 
-template <class I>
-void run_case(const Case &cs, Rng &rng) {
-  switch (cs.precision) {
-    case 's': Run<float, I>{cs, rng}.run(); break;
-    case 'd': Run<double, I>{cs, rng}.run(); break;
-    case 'c': Run<std::complex<float>, I>{cs, rng}.run(); break;
-    case 'z': Run<std::complex<double>, I>{cs, rng}.run(); break;
-  }
-}
-
 class BsrKernel : public testing::TestWithParam<int> {};
 
 TEST_P(BsrKernel, MatchesTheDenseExpansion) {
   const Case &cs = kCases[GetParam()];
   Rng rng(0xb5 + GetParam());
   SCOPED_TRACE(testing::Message() << cs.name << " seed " << rng.seed);
-  if (cs.int_bytes == 8) run_case<int64_t>(cs, rng);
-  else run_case<int32_t>(cs, rng);
+  run_case<CaseRun>(cs, rng);
 }
 
 INSTANTIATE_TEST_SUITE_P(Family, BsrKernel, testing::ValuesIn(cases_of("bsr")),

@@ -14,7 +14,7 @@ using namespace zor::test;
 using namespace zor::test::sparse;
 
 template <class E, class I>
-struct Run {
+struct CaseRun {
   const Case &cs;
   Rng &rng;
   Letters kd{cs.base, cs.op, cs.structure, cs.part, cs.diag};
@@ -252,24 +252,13 @@ struct Run {
   }
 };
 
-template <class I>
-void run_case(const Case &cs, Rng &rng) {
-  switch (cs.precision) {
-    case 's': Run<float, I>{cs, rng}.run(); break;
-    case 'd': Run<double, I>{cs, rng}.run(); break;
-    case 'c': Run<std::complex<float>, I>{cs, rng}.run(); break;
-    case 'z': Run<std::complex<double>, I>{cs, rng}.run(); break;
-  }
-}
-
 class CsrKernel : public testing::TestWithParam<int> {};
 
 TEST_P(CsrKernel, MatchesTheDenseExpansion) {
   const Case &cs = kCases[GetParam()];
   Rng rng(0x5b1a5 + GetParam());
   SCOPED_TRACE(testing::Message() << cs.name << " seed " << rng.seed);
-  if (cs.int_bytes == 8) run_case<int64_t>(cs, rng);
-  else run_case<int32_t>(cs, rng);
+  run_case<CaseRun>(cs, rng);
 }
 
 INSTANTIATE_TEST_SUITE_P(Family, CsrKernel, testing::ValuesIn(cases_of("csr")),

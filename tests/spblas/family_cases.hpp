@@ -2,6 +2,8 @@
 // tools/spblas_family.py), the cases of one format in it, and the check
 // that the table's names of a format are those of the export list.
 #pragma once
+#include <complex>
+#include <cstdint>
 #include <cstring>
 #include <fstream>
 #include <map>
@@ -35,6 +37,22 @@ inline std::vector<int> cases_of(const char *format) {
   for (int i = 0; i < int(std::size(kCases)); ++i)
     if (std::strcmp(kCases[i].format, format) == 0) out.push_back(i);
   return out;
+}
+
+// Runs one case of the table through Run<E, I>: the element type its precision
+// letter names and the index type of its integer width.
+template <template <class, class> class Run, class Rng>
+void run_case(const Case &cs, Rng &rng) {
+  auto with_index = [&]<class I>() {
+    switch (cs.precision) {
+      case 's': Run<float, I>{cs, rng}.run(); break;
+      case 'd': Run<double, I>{cs, rng}.run(); break;
+      case 'c': Run<std::complex<float>, I>{cs, rng}.run(); break;
+      case 'z': Run<std::complex<double>, I>{cs, rng}.run(); break;
+    }
+  };
+  if (cs.int_bytes == 8) with_index.template operator()<int64_t>();
+  else with_index.template operator()<int32_t>();
 }
 
 // The names of `format` in the table are exactly those of the export list,
