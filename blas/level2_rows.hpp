@@ -66,24 +66,6 @@ struct Strided {
   void set(int64_t i, E v) const { store_any(p + i * inc, v); }
 };
 
-// Quotients: a real one plainly; a complex one by the scaled formula, so
-// that the divisor's squared magnitude never overflows or underflows before
-// the quotient does: with |re| >= |im|, r := im / re, d := re + im r,
-// a / b = ((a.re + a.im r) / d, (a.im - a.re r) / d); the other case
-// mirrors it. A true division: no reciprocal is formed.
-template <class R>
-inline R divided(R a, R b) {
-  return a / b;
-}
-template <class R>
-inline cplx<R> divided(cplx<R> a, cplx<R> b) {
-  if (std::fabs(b.re) >= std::fabs(b.im)) {
-    const R r = b.im / b.re, d = b.re + b.im * r;
-    return {(a.re + a.im * r) / d, (a.im - a.re * r) / d};
-  }
-  const R r = b.re / b.im, d = b.re * r + b.im;
-  return {(a.re * r + a.im) / d, (a.im * r - a.re) / d};
-}
 // An element times a real: both parts scaled. A Hermitian diagonal is the
 // real part of its element.
 template <class R>

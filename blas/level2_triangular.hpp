@@ -88,7 +88,7 @@ template <class T, class Rows, bool Conj, class Columns>
 void triangular_solve_as(const Triangle &g, Columns col, const Strided<typename T::elem> &x) {
   using E = typename T::elem;
   const int64_t n = g.n;
-  auto diag = [&](int64_t j, E v) { return g.unit ? v : divided(v, conj_if<Conj>(load_any(col(j) + j))); };
+  auto diag = [&](int64_t j, E v) { return g.unit ? v : quotient(v, conj_if<Conj>(load_any(col(j) + j))); };
   if constexpr (std::is_same_v<Rows, InRows<T>>)
     if (g.op != Trans::N && g.k >= n && n >= 4 && Rows::unit(col(0), x))
       return transposed_solve_by_four<T, Conj>(g, col, x.p, diag);
