@@ -224,10 +224,10 @@ int32_t build_chirp(DftPlan *p, int64_t n) {
   p->conv_length = int32_t(L);
   if (int32_t s = create<R>(&p->sub_plan, L, DFT_SCALE_NONE, 0, DFT_PLAN_TAG_COMPLEX, false)) return s;
   auto *chirp = static_cast<E *>(plan_alloc(int64_t(sizeof(E)) * n));
-  auto *spec = static_cast<E *>(plan_alloc(int64_t(sizeof(E)) * L));
+  auto *spectrum = static_cast<E *>(plan_alloc(int64_t(sizeof(E)) * L));
   p->chirp = chirp;
-  p->chirp_spectrum = spec;
-  if (!chirp || !spec) return DFT_PLAN_NO_MEMORY;
+  p->chirp_spectrum = spectrum;
+  if (!chirp || !spectrum) return DFT_PLAN_NO_MEMORY;
   int64_t q = 0;
   for (int64_t k = 0; k < n; ++k) {
     cplx<double> w = unit_root(q, 2 * n);
@@ -235,13 +235,13 @@ int32_t build_chirp(DftPlan *p, int64_t n) {
     q += 2 * k + 1;
     while (q >= 2 * n) q -= 2 * n;
   }
-  std::memset(spec, 0, sizeof(E) * size_t(L));
-  for (int64_t k = 0; k < n; ++k) spec[k] = conj(chirp[k]);
-  for (int64_t k = 1; k < n; ++k) spec[L - k] = spec[k];
-  int32_t s = plan_forward<R>(spec, spec, p->sub_plan, nullptr);
+  std::memset(spectrum, 0, sizeof(E) * size_t(L));
+  for (int64_t k = 0; k < n; ++k) spectrum[k] = conj(chirp[k]);
+  for (int64_t k = 1; k < n; ++k) spectrum[L - k] = spectrum[k];
+  int32_t s = plan_forward<R>(spectrum, spectrum, p->sub_plan, nullptr);
   if (s) return s;
   R inv = R(1.0 / double(L));
-  for (int64_t k = 0; k < L; ++k) spec[k] = inv * spec[k];
+  for (int64_t k = 0; k < L; ++k) spectrum[k] = inv * spectrum[k];
   int32_t sub_work = 0;
   plan_work_size(p->sub_plan, &sub_work);
   p->work_size = int32_t(16 * L + 64 + sub_work);
@@ -434,13 +434,13 @@ template <class R, bool Fwd>
 int32_t run_chirp(const DftPlan *p, const cplx<R> *in, cplx<R> *out, cplx<R> *work) {
   using E = cplx<R>;
   const int64_t n = p->length, L = p->conv_length;
-  const E *chirp = static_cast<const E *>(p->chirp), *spec = static_cast<const E *>(p->chirp_spectrum);
+  const E *chirp = static_cast<const E *>(p->chirp), *spectrum = static_cast<const E *>(p->chirp_spectrum);
   E *b = work;
   void *sub_work = aligned32<E>(b + L);
   multiply_lines(in, chirp, b, n);
   std::memset(static_cast<void *>(b + n), 0, sizeof(E) * size_t(L - n));
   if (int32_t s = plan_forward<R>(b, b, p->sub_plan, sub_work)) return s;
-  multiply_lines(b, spec, b, L);
+  multiply_lines(b, spectrum, b, L);
   if (int32_t s = plan_backward<R>(b, b, p->sub_plan, sub_work)) return s;
   multiply_lines(b, chirp, out, n);
   if (!Fwd)

@@ -89,14 +89,14 @@ template <class R, bool Fwd, bool Cce>
 int64_t real_driver(DftNode *node, void *in, void *out, int64_t transforms, void *ws) {
   if (node->rank != 1) return DFT_UNIMPLEMENTED;
   const bool in_place = out == nullptr;
-  const int64_t n = node->length, spec = spectrum_values(node), su = Cce ? 2 : 1;
+  const int64_t n = node->length, bins = spectrum_values(node), su = Cce ? 2 : 1;
   const bool one_frame = in_place && !Cce;  // storage 40 in place: the input's offset, stride, distance
   const int64_t iu = Fwd ? 1 : su, ou = Fwd ? su : 1;
   const bool zero_past_end = in_place && !Fwd && node->packed_format == DFT_CCS_FORMAT;
-  Side<R> x{static_cast<R *>(in) + node->input_offset * iu, Fwd ? n : spec, node->input_stride,
+  Side<R> x{static_cast<R *>(in) + node->input_offset * iu, Fwd ? n : bins, node->input_stride,
             node->input_distance, iu};
   Side<R> y{static_cast<R *>(in_place ? in : out) + (one_frame ? node->input_offset : node->output_offset) * ou,
-            Fwd ? spec : n + (zero_past_end ? 1 : 0), one_frame ? node->input_stride : node->output_stride,
+            Fwd ? bins : n + (zero_past_end ? 1 : 0), one_frame ? node->input_stride : node->output_stride,
             one_frame ? node->input_distance : node->output_distance, ou};
   dft_axis_kernel k = node->real_kernels[real_slot<R>(Fwd)];
   if (x.stride == 1 && y.stride == 1 && (!in_place || x.base == y.base)) {

@@ -104,15 +104,15 @@ void by_order(int32_t order) {
   ASSERT_EQ(plan_work_size(p, &work), 0);
   std::vector<char> ws(static_cast<size_t>(work) + 1);
   std::vector<std::complex<T>> x(static_cast<size_t>(n));
-  std::vector<T> line(static_cast<size_t>(n)), spec(static_cast<size_t>(n)), back(static_cast<size_t>(n));
+  std::vector<T> line(static_cast<size_t>(n)), bins(static_cast<size_t>(n)), back(static_cast<size_t>(n));
   for (int64_t j = 0; j < n; ++j) line[size_t(j)] = T(rng.uniform()), x[size_t(j)] = line[size_t(j)];
-  ASSERT_EQ(real_pow2_forward<T>(line.data(), spec.data(), p, work ? ws.data() : nullptr), 0);
-  if (order <= 12) EXPECT_LE(max_relative(spec.data(), stored_spectrum(naive_dft(x, true), n, kPerm), 1), error_bound<T>(n, 8));
-  ASSERT_EQ(real_pow2_inverse<T>(spec.data(), back.data(), p, nullptr), 0);
+  ASSERT_EQ(real_pow2_forward<T>(line.data(), bins.data(), p, work ? ws.data() : nullptr), 0);
+  if (order <= 12) EXPECT_LE(max_relative(bins.data(), stored_spectrum(naive_dft(x, true), n, kPerm), 1), error_bound<T>(n, 8));
+  ASSERT_EQ(real_pow2_inverse<T>(bins.data(), back.data(), p, nullptr), 0);
   std::vector<long double> orig(line.begin(), line.end());
   EXPECT_LE(max_relative(back.data(), orig, 1), error_bound<T>(n, 16));
   ASSERT_EQ(real_pow2_forward<T>(line.data(), line.data(), p, nullptr), 0);
-  EXPECT_EQ(std::memcmp(line.data(), spec.data(), sizeof(T) * size_t(n)), 0);
+  EXPECT_EQ(std::memcmp(line.data(), bins.data(), sizeof(T) * size_t(n)), 0);
   plan_destroy(p);
 }
 

@@ -144,7 +144,7 @@ void strided_against_alone(RealLayout l, bool out) {
   std::vector<T> work = data;
   if (out) ASSERT_EQ(zor_fft_forward_out(d, data.data(), result.data()), 0);
   else ASSERT_EQ(zor_fft_forward(d, work.data()), 0);
-  const T *spec = out ? result.data() : work.data();
+  const T *bins = out ? result.data() : work.data();
   // the tier's driver alike, on copies
   std::vector<T> result2(size, T(-1)), work2 = data;
   using Driver = int64_t (*)(DftNode *, void *, int64_t, void *);
@@ -168,7 +168,7 @@ void strided_against_alone(RealLayout l, bool out) {
     ASSERT_EQ(zor_fft_forward_out(alone, line.data(), want.data()), 0);
     for (int64_t v = 0; v < values; ++v) {
       size_t at = size_t(unit * (so + t * sd + (v / unit) * ss) + v % unit);
-      ASSERT_EQ(spec[at], want[size_t(v)]) << "line " << t << " value " << v;
+      ASSERT_EQ(bins[at], want[size_t(v)]) << "line " << t << " value " << v;
     }
   }
   // and back through the driver of the other direction
