@@ -22,6 +22,7 @@
 #include <zor/blas.h>
 #include <zor/gemm.h>
 #include <zor/gemm_complex.h>
+#include <zor/level3.h>
 
 #include "frame/traits.hpp"
 
@@ -63,6 +64,13 @@ struct imports {
   static constexpr auto xdotu = per_precision<T>(none,             none,             zor_blas_cdotu,   zor_blas_zdotu);   // result first
   static constexpr auto xgemv = per_precision<T>(zor_blas_xsgemv,  zor_blas_xdgemv,  zor_blas_xcgemv,  zor_blas_xzgemv);
   static constexpr auto xgemm = per_precision<T>(zor_blas_xsgemm,  zor_blas_xdgemm,  zor_blas_xcgemm,  zor_blas_xzgemm);
+  // level 3 over the GEMM engine (complex operands as void pointers)
+  static constexpr auto xsymm = per_precision<T>(zor_blas_xssymm,  zor_blas_xdsymm,  zor_blas_xcsymm,  zor_blas_xzsymm);
+  static constexpr auto xhemm = per_precision<T>(none,             none,             zor_blas_xchemm,  zor_blas_xzhemm);
+  static constexpr auto xsyrk = per_precision<T>(zor_blas_xssyrk,  zor_blas_xdsyrk,  zor_blas_xcsyrk,  zor_blas_xzsyrk);
+  static constexpr auto xherk = per_precision<T>(none,             none,             zor_blas_xcherk,  zor_blas_xzherk);  // real alpha, beta
+  static constexpr auto xtrmm = per_precision<T>(zor_blas_xstrmm,  zor_blas_xdtrmm,  zor_blas_xctrmm,  zor_blas_xztrmm);
+  static constexpr auto xtrsm = per_precision<T>(zor_blas_xstrsm,  zor_blas_xdtrsm,  zor_blas_xctrsm,  zor_blas_xztrsm);
   // rank-one and rank-two updates; the real ger, syr, syr2 serve as both
   // the plain and the conjugated row (nothing to conjugate)
   static constexpr auto geru  = per_precision<T>(zor_blas_sger,    zor_blas_dger,    zor_blas_cgeru,   zor_blas_zgeru);
