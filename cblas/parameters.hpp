@@ -14,12 +14,12 @@ namespace zor::front {
 
 namespace fixed {
 
-// A dimension is cut into about kPieces pieces of length len / kPieces held
-// between kPieceMin and kPieceMax, at most len / kPieceMin of them (one
-// piece below 2 kPieceMin), of equal length rounded up to kUnit (the last
-// one takes what is left).
+// A dimension of length len is cut into ceil(len / target) pieces, target =
+// len / kPieces held between kPieceMin and kPieceMax, at most
+// len / kPieceMin of them (one piece below 2 kPieceMin); the pieces start at
+// the even shares of len rounded down to kUnit.
 inline constexpr int64_t kPieces = 8;
-inline constexpr int64_t kPieceMin = 128;
+inline constexpr int64_t kPieceMin = 64;
 inline constexpr int64_t kPieceMax = 512;
 inline constexpr int64_t kUnit = 16;
 
@@ -30,7 +30,10 @@ namespace tuned {
 // A call runs on a team from this much work on (multiply-adds: m n k for
 // ?gemm, the order squared times the other side for ?symm/?hemm, half of
 // that for ?trmm/?trsm and n^2 k / 2 for ?syrk/?herk); below it the tier's
-// routine is called once, directly.
+// routine is called once, directly. At this size one thread takes about a
+// quarter of a millisecond (dgemm of order 128: 276 us on AMD EPYC), a
+// hundred times what a team costs to start on idle cores; on busy cores a
+// team waits for its slowest member (`bench_cblas_threads scan`).
 inline constexpr double kTeamWork = 2.0e6;
 
 }  // namespace tuned

@@ -51,11 +51,14 @@ int configured_count() {
 
 constexpr int64_t ceil_div(int64_t x, int64_t y) { return (x + y - 1) / y; }
 
-// A dimension cut into pieces of `size` (the last one shorter).
+// A dimension cut into `count` pieces whose starts are the even shares
+// rounded down to the unit.
 struct Cuts {
-  int64_t length, size, count;
-  int64_t start(int64_t i) const { return i * size; }
-  int64_t len(int64_t i) const { return i + 1 < count ? size : length - i * size; }
+  int64_t length, count;
+  int64_t start(int64_t i) const {
+    return i >= count ? length : i * length / count / fixed::kUnit * fixed::kUnit;
+  }
+  int64_t len(int64_t i) const { return start(i + 1) - start(i); }
 };
 
 Cuts cut(int64_t length) {
@@ -64,9 +67,7 @@ Cuts cut(int64_t length) {
   if (target > fixed::kPieceMax) target = fixed::kPieceMax;
   int64_t count = ceil_div(length, target);
   if (count > length / fixed::kPieceMin) count = length / fixed::kPieceMin;
-  if (count < 2) return {length, length, 1};
-  const int64_t size = ceil_div(ceil_div(length, count), fixed::kUnit) * fixed::kUnit;
-  return {length, size, ceil_div(length, size)};
+  return {length, count < 1 ? 1 : count};
 }
 
 // Runs piece(0) .. piece(count - 1), each exactly once, on the team.

@@ -4,6 +4,9 @@
 // best of the rounds; the thread counts alternate within each round so that
 // every count sees the same load. Prints the speed-up over one thread.
 //   bench_cblas_threads [n] [rounds]
+// `bench_cblas_threads scan` times dgemm cubes from the order where the team
+// starts (128: 2.1e6 multiply-adds) upwards on 1 and 2 threads, best of many
+// short runs, to check the threshold.
 #include <unistd.h>
 
 #include <chrono>
@@ -44,7 +47,29 @@ std::vector<E> filled(int64_t count, unsigned seed) {
 
 }  // namespace
 
+// dgemm cubes of growing order, 1 against 2 threads.
+int scan() {
+  for (int64_t n : {128, 160, 192, 256, 320}) {
+    const auto a = filled<double>(n * n, 1), b = filled<double>(n * n, 2);
+    std::vector<double> c(n * n);
+    const double one = 1, zero = 0;
+    double best[3] = {1e30, 1e30, 1e30};
+    for (int r = 0; r < 40; ++r)
+      for (int t = 1; t <= 2; ++t) {
+        zor_blas_set_num_threads(t);
+        best[t] = std::min(best[t], wall([] {}, [&] {
+          zor::front::threaded_gemm<zor::D>("N", "N", &n, &n, &n, &one, a.data(), &n, b.data(), &n, &zero, c.data(), &n);
+        }));
+      }
+    std::printf("dgemm %4ld: 1 thread %9.1f us, 2 threads %9.1f us, speed-up %5.2fx\n", long(n), 1e6 * best[1],
+                1e6 * best[2], best[1] / best[2]);
+  }
+  zor_blas_set_num_threads(0);
+  return 0;
+}
+
 int main(int argc, char **argv) {
+  if (argc > 1 && std::string(argv[1]) == "scan") return scan();
   const int64_t n = argc > 1 ? std::atol(argv[1]) : 2000;
   const int rounds = argc > 2 ? std::atoi(argv[2]) : 3;
   long online = sysconf(_SC_NPROCESSORS_ONLN);
