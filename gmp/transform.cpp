@@ -3,6 +3,7 @@
 // the inverse, and the rounding with its carry chain back into limbs.
 #include "gmp/transform.hpp"
 
+#include <algorithm>
 #include <cstring>
 
 #include "dft/plan.hpp"
@@ -46,33 +47,34 @@ void multiply(const double *x, double *y, size_t L) {
   y[1] = y1;
 }
 
-// r (2n limbs) from the 8n values of the inverse: each rounded to the
-// nearest integer (by adding and taking away 1.5 2^52, exact below 2^51 in
-// magnitude), the carry passed on 16 bits at a time. Returns the largest
-// distance of a value from its integer.
-double carry(limb *r, const double *v, len n) {
-  constexpr double kRound = 6755399441055744.0;  // 1.5 2^52
-  int64_t kRoundBits;
-  std::memcpy(&kRoundBits, &kRound, sizeof kRoundBits);
-  double worst = 0;
-  int64_t c = 0;
-  size_t d = 0;
-  for (len i = 0; i < 2 * n; ++i) {
-    limb w = 0;
-    for (int k = 0; k < kDigitsPerLimb; ++k, ++d) {
-      double t = v[d] + kRound;
-      int64_t bits;
-      std::memcpy(&bits, &t, sizeof bits);
-      double off = v[d] - (t - kRound);
-      off = off < 0 ? -off : off;
-      worst = off > worst ? off : worst;
-      int64_t s = (bits - kRoundBits) + c;
-      w |= limb(s & (kDigitBase - 1)) << (kDigitBits * k);
-      c = s >> kDigitBits;  // arithmetic: a negative sum borrows
-    }
-    r[i] = w;
+// r (2n limbs) from the 8n values of the inverse. First each value is
+// rounded to the nearest integer in place (adding and taking away 1.5 2^52,
+// exact below 2^51 in magnitude), two a step, the largest distance kept;
+// then four digits make a limb, with the carry passed on as a signed
+// 128-bit sum. Returns that largest distance.
+double carry(limb *r, double *v, len n) {
+  using namespace zor::simd;
+  const f64x2 round = splat(6755399441055744.0);  // 1.5 2^52
+  f64x2 worst0 = splat(0.0), worst1 = worst0;
+  const size_t values = size_t(n) * 2 * kDigitsPerLimb;
+  for (size_t d = 0; d < values; d += 4) {
+    f64x2 x0 = load_a(v + d), x1 = load_a(v + d + 2);
+    f64x2 t0 = sub(add(x0, round), round), t1 = sub(add(x1, round), round);
+    worst0 = max(worst0, abs(sub(x0, t0)));
+    worst1 = max(worst1, abs(sub(x1, t1)));
+    store_a(v + d, t0);
+    store_a(v + d + 2, t1);
   }
-  return worst;
+  worst0 = max(worst0, worst1);
+  __int128 c = 0;
+  for (len i = 0; i < 2 * n; ++i) {
+    const double *q = v + size_t(i) * kDigitsPerLimb;
+    c += __int128(int64_t(q[0])) + __int128(int64_t(q[1])) * kDigitBase +
+         __int128(int64_t(q[2])) * (kDigitBase << kDigitBits) + __int128(int64_t(q[3])) * (kDigitBase << (2 * kDigitBits));
+    r[i] = limb(c);
+    c >>= kLimbBits;  // arithmetic: a negative sum borrows
+  }
+  return std::max(lane0(worst0), lane0(flip_copy(worst0)));
 }
 
 }  // namespace
