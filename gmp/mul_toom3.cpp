@@ -1,5 +1,5 @@
 // Three-way Toom product of two n-limb numbers, n > 200: the ladder's step
-// up to 8192 limbs (and, until the transform rung exists, to 32768).
+// up to 8192 limbs (and the transform's stand-in when no plan can be made).
 //
 // a = a0 + a1 X + a2 X^2 with X = B^k, k = (n - 1) / 3 + 1, pieces of k, k
 // and m = n - 2k limbs; b likewise. Five products by mul_n at the points

@@ -16,8 +16,8 @@ namespace fixed {
 
 // The multiplication ladder of mul_n, by the equal length n:
 //   1..9 schoolbook, 10..200 Karatsuba, 201..8192 three-way Toom,
-//   8193..32768 the floating-point transform rung (served by Toom in this
-//   build, which has no transform), above Karatsuba over the ladder.
+//   8193..32768 the floating-point transform, above Karatsuba over the
+//   ladder.
 inline constexpr int32_t kMulBasecaseMax = 9;
 inline constexpr int32_t kMulKaratsubaMax = 200;
 inline constexpr int32_t kMulToom3Max = 8192;

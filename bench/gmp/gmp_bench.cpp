@@ -6,15 +6,16 @@
 // counts the spells in which other programs ran. Rates are operations per
 // second, so a ratio above 1.0 means we are faster.
 //
-//   bench_gmp [rounds]    rounds of alternation (default 3)
+//   bench_gmp [rounds] [transform]   rounds of alternation (default 3);
+//                                    `transform`: the transform rung only
 //
 // Goals: mpz_mul 0.6x at 100 limbs, 0.7x at 1000, 1.0x at 10^4, 1.2x at
 // 32768, 0.8x at 10^5; mpn_addmul_1 0.85x at n = 1000. The rest is reported:
 // tdiv_q of 2n by n limbs, a 2048-bit powm, gcd and get_str at 1000 limbs.
+// The transform rung of the ladder (8193 to 32768 limbs) is also set against
+// our own Toom at the same sizes, through the ladder's objects linked here.
 #include <gmp.h>
 #include <zor/gmp.h>
-
-#include <time.h>
 
 #include <cstdlib>
 #include <random>
@@ -22,7 +23,9 @@
 #include <vector>
 
 #include "common.hpp"
+#include "gmp/limbs.hpp"
 
+using zor::bench::best_thread_seconds;
 using zor::bench::keep;
 using zor::bench::record;
 using zor::bench::report;
@@ -31,40 +34,12 @@ namespace {
 
 int rounds = 3;
 
-double thread_seconds() {
-  timespec t;
-  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &t);
-  return double(t.tv_sec) + 1e-9 * double(t.tv_nsec);
-}
-
-// Best processor time of one call over `repeats` windows of 50 ms, each
-// made of batches of at least a millisecond.
-template <class F>
-double best_cpu_seconds(F &&body, int repeats = 3) {
-  long batch = 1;
-  for (double t0 = thread_seconds(); thread_seconds() - t0 < 1e-3; batch *= 2)
-    for (long i = 0; i < batch; ++i) body();
-  double best = 1e30;
-  for (int r = 0; r < repeats; ++r) {
-    long calls = 0;
-    const double start = thread_seconds();
-    double elapsed;
-    do {
-      for (long i = 0; i < batch; ++i) body();
-      calls += batch;
-      elapsed = thread_seconds() - start;
-    } while (elapsed < 0.05);
-    best = std::min(best, elapsed / double(calls));
-  }
-  return best;
-}
-
 template <class F, class G>
 void compare(const std::string &group, long size, const char *what, F &&ours, G &&peer) {
   double t_ours = 1e30, t_peer = 1e30;
   for (int k = 0; k < rounds; ++k) {
-    t_ours = std::min(t_ours, best_cpu_seconds(ours));
-    t_peer = std::min(t_peer, best_cpu_seconds(peer));
+    t_ours = std::min(t_ours, best_thread_seconds(ours, 3));
+    t_peer = std::min(t_peer, best_thread_seconds(peer, 3));
   }
   report(what, "op/s", 1.0 / t_ours, 1.0 / t_peer, "GMP");
   std::printf("%-40s ours %10.2f us   GMP %10.2f us\n", "", t_ours * 1e6, t_peer * 1e6);
@@ -116,6 +91,29 @@ void products() {
   }
 }
 
+// mpn_mul_n on the transform rung, against GMP's mpn_mul_n and against our
+// three-way Toom (the ladder's step below, which served these sizes before).
+void transform_rung() {
+  for (int32_t n : {8193, 16384, 32768}) {
+    std::vector<uint64_t> a(static_cast<size_t>(n)), b(static_cast<size_t>(n)), r(2 * static_cast<size_t>(n));
+    for (auto &x : a) x = engine();
+    for (auto &x : b) x = engine();
+    const std::string size = std::to_string(n) + " limbs";
+    compare(
+        "mpn_mul_n transform", n, ("mpn_mul_n, " + size).c_str(),
+        [&] { zor::gmp::mul_n(r.data(), a.data(), b.data(), n); keep(r); },
+        [&] { mpn_mul_n(r.data(), a.data(), b.data(), n); keep(r); });
+    double t_rung = 1e30, t_toom = 1e30;
+    for (int k = 0; k < rounds; ++k) {
+      t_rung = std::min(t_rung, best_thread_seconds([&] { zor::gmp::mul_n(r.data(), a.data(), b.data(), n); keep(r); }, 3));
+      t_toom = std::min(t_toom, best_thread_seconds([&] { zor::gmp::mul_toom3(r.data(), a.data(), b.data(), n); keep(r); }, 3));
+    }
+    report(("transform vs our Toom, " + size).c_str(), "op/s", 1.0 / t_rung, 1.0 / t_toom, "Toom");
+    std::printf("%-40s ours %10.2f us   Toom %10.2f us\n", "", t_rung * 1e6, t_toom * 1e6);
+    record("gmp", "mpn_mul_n transform vs Toom", n, "transform/Toom", t_toom / t_rung, "x");
+  }
+}
+
 void reported() {
   for (int32_t n : {100, 1000}) {
     Pair a(2 * n), d(n), q;
@@ -153,7 +151,9 @@ void reported() {
 
 int main(int argc, char **argv) {
   if (argc > 1) rounds = std::max(1, std::atoi(argv[1]));
+  if (argc > 2 && std::string(argv[2]) == "transform") return transform_rung(), 0;
   addmul();
   products();
+  transform_rung();
   reported();
 }

@@ -104,10 +104,14 @@ ZOR_API zor_limb zor_gmp___gmpn_addmul_1(zor_limb *r, const zor_limb *a, int32_t
 ZOR_API zor_limb zor_gmp___gmpn_submul_1(zor_limb *r, const zor_limb *a, int32_t n, zor_limb b);
 ZOR_API int zor_gmp___gmpn_cmp(const zor_limb *a, const zor_limb *b, int32_t n);
 /* r (2n limbs, not overlapping a or b) := a * b. Basecase to 9 limbs,
-   Karatsuba to 200, three-way Toom above (the floating-point transform rung
-   is not in this build). Karatsuba takes 4h limbs of scratch (h = n - n/2)
-   from the allocate hook when n > 128; if that returns null the product
-   returns with r unwritten. */
+   Karatsuba to 200, three-way Toom to 8192, a floating-point transform to
+   32768 (16-bit digits through a real power-of-two Fourier transform),
+   Karatsuba whose halves come back to this ladder above. Karatsuba takes 4h
+   limbs of scratch (h = n - n/2) from the allocate hook when n > 128; if
+   that returns null the product returns with r unwritten. The transform
+   takes one block from the allocate hook (a null there ends the process)
+   and a plan per size class, made once from the plain allocator and kept;
+   while that allocator fails, Toom makes the product. */
 ZOR_API void zor_gmp___gmpn_mul_n(zor_limb *r, const zor_limb *a, const zor_limb *b, int32_t n);
 /* r (an + bn limbs) := a * b, an >= bn; bn = 0 clears an limbs of r.
    Returns the top limb of r. */

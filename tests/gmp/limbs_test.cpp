@@ -1,10 +1,13 @@
 // Limb routines against GMP's mpn layer: carries, one-limb products, the
-// multiplication ladder on both sides of each step, unbalanced products,
-// division by a limb, the bit scans and the two-limb helpers. Outputs sit
-// between guard limbs; operands are uniform, bit runs or all ones.
+// multiplication ladder on both sides of each step, the transform rung and
+// its rounding margin, unbalanced products, division by a limb, the bit
+// scans and the two-limb helpers. Outputs sit between guard limbs; operands
+// are uniform, bit runs or all ones.
 #include <algorithm>
 
+#include "dft/plan.hpp"
 #include "gmp/gmp_testing.hpp"
+#include "gmp/transform.hpp"
 
 namespace {
 
@@ -96,10 +99,61 @@ TEST(LimbsLong, BalancedProductsOfTheTopRungs) {
     for (Pattern pattern : kPatterns) check_product(rng, n, n, pattern, true);
 }
 
-// The transform range with all-ones operands, where the digit sums peak.
-TEST(Limbs, AllOnesAcrossTheTransformRange) {
+// The four patterns of the transform's tests: the three above, and limbs
+// whose balanced 16-bit digits are all -2^15, the largest in magnitude,
+// where the rounding margin is smallest.
+std::vector<limb> transform_operand(Rng &rng, int32_t n, int kind) {
+  if (kind < 3) return random_limbs(rng, n, kPatterns[kind]);
+  std::vector<limb> a(n, 0x7FFF7FFF7FFF7FFFull);
+  a[0] = 0x7FFF7FFF7FFF8000ull;
+  return a;
+}
+
+// The transform product itself, at the rung's ends and where its order
+// changes (16384 / 16385), products and squares, its block 8 bytes off a
+// 32-byte boundary; the largest distance of a value from its integer is
+// logged and must stay far from one half. Then the ladder's switches into
+// and out of the rung, squares included.
+TEST(Limbs, TransformProductsAndTheirRoundingMargin) {
+  namespace transform = zor::gmp::transform;
   Rng rng(204);
-  for (int32_t n : {8193, 32768}) check_product(rng, n, n, Pattern::ones, true);
+  for (int32_t n : {8193, 16384, 16385, 32768}) {
+    int order = transform::order_for(n);
+    ASSERT_GE(int64_t(1) << order, int64_t(8) * n);
+    ASSERT_LT(int64_t(1) << order, int64_t(16) * n);
+    DftPlan *plan = nullptr;
+    ASSERT_EQ(zor::dft::real_pow2_create<double>(&plan, order), 0);
+    int32_t work = 0;
+    zor::dft::plan_work_size(plan, &work);
+    std::vector<double> block(transform::block_bytes(order, work) / sizeof(double) + 8);
+    double worst = 0;
+    int worst_kind = 0;
+    for (int kind = 0; kind < 4; ++kind)
+      for (bool square : {false, true}) {
+        SCOPED_TRACE(::testing::Message() << "seed 204, n " << n << ", pattern " << kind << ", square " << square);
+        auto a = transform_operand(rng, n, kind), b = square ? a : transform_operand(rng, n, kind);
+        GuardedBuffer<limb> r(2 * n, 0, kGuard);
+        std::vector<limb> want(2 * n);
+        double distance = transform::product(r.data(), a.data(), square ? a.data() : b.data(), n, plan, block.data() + 1);
+        mpn_mul_n(want.data(), a.data(), b.data(), n);
+        EXPECT_TRUE(std::equal(want.begin(), want.end(), r.data()));
+        EXPECT_TRUE(r.guards_intact());
+        EXPECT_LT(distance, 0.125);
+        if (distance > worst) worst = distance, worst_kind = kind;
+      }
+    zor::dft::plan_destroy(plan);
+    std::printf("transform product, n %d (order %d): worst rounding distance %.4f (pattern %d)\n", n, order, worst,
+                worst_kind);
+    RecordProperty("worst_rounding_distance_" + std::to_string(n), std::to_string(worst));
+  }
+  for (int32_t n : {8192, 8193, 32768, 32769}) {
+    check_product(rng, n, n, Pattern::uniform, true);
+    auto a = transform_operand(rng, n, 3);
+    std::vector<limb> r(2 * n), want(2 * n);
+    zor_gmp___gmpn_mul_n(r.data(), a.data(), a.data(), n);
+    mpn_sqr(want.data(), a.data(), n);
+    EXPECT_EQ(r, want) << "square, n " << n;
+  }
 }
 
 // Unbalanced shapes: the schoolbook bound an + bn < 18, bn = 0 (clears an
@@ -109,7 +163,7 @@ TEST(Limbs, UnbalancedProducts) {
   const std::pair<int32_t, int32_t> shapes[] = {
       {9, 8},     {10, 8},     {16, 1},     {17, 1},     {12, 5},    {13, 5},   {20, 1},    {40, 39},
       {41, 20},   {80, 20},    {85, 20},    {100, 33},   {1000, 333}, {1000, 1}, {999, 500}, {3000, 201},
-      {5000, 1024}, {4096, 4095}, {20000, 9000}, {70000, 2}};
+      {5000, 1024}, {4096, 4095}, {20000, 9000}, {40000, 16385}, {70000, 32768}, {70000, 2}};
   for (auto [an, bn] : shapes)
     for (Pattern pattern : kPatterns) check_product(rng, an, bn, pattern, false);
   for (int32_t an : {1, 5, 40}) {

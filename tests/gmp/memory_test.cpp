@@ -1,8 +1,8 @@
 // The memory hooks of the integer family: the default block layout, the
 // default reallocation's copy, the one-slot temporary, counting hooks that
 // must see every block given back with its size, the Karatsuba scratch that
-// tolerates a failing hook, and the deaths of every other failing or null
-// hook and of a zero divisor.
+// tolerates a failing hook, the deaths of every other failing or null hook
+// and of a zero divisor, and the transform's stand-in without a plan.
 #include <csignal>
 #include <map>
 
@@ -243,6 +243,13 @@ TEST_F(MemoryDeathTest, FailingAndNullHooksEndTheProcess) {
         zor_gmp___gmpn_mul_n(r.data(), a.data(), b.data(), 500);
       },
       "");
+  std::vector<limb> c(9000, 7), d(9000, 9), rc(18000);
+  EXPECT_DEATH(
+      {
+        zor_gmp___gmp_set_memory_functions(always_null, zor_gmp___gmp_default_reallocate, zor_gmp___gmp_default_free);
+        zor_gmp___gmpn_mul_n(rc.data(), c.data(), d.data(), 9000);  // the transform's block
+      },
+      "allocate hook returned null");
   EXPECT_FPE(zor_gmp_mpn_divmod_1(r.data(), a.data(), 500, 0));
   EXPECT_DEATH(
       {
@@ -265,6 +272,37 @@ TEST_F(Memory, DefaultAllocateReturnsNullWhenThePlainAllocatorFails) {
   void *p = zor_gmp___gmp_default_allocate(100);
   EXPECT_NE(p, nullptr);
   zor_gmp___gmp_default_free(p, 100);
+}
+
+void *heap_allocate(size_t n) { return std::malloc(n); }
+void *heap_reallocate(void *p, size_t, size_t n) { return std::realloc(p, n); }
+void heap_free(void *p, size_t) { std::free(p); }
+
+// The transform's plan comes from the plain allocator and is kept once made.
+// In a fresh process (the death-test child) whose plain allocator fails, with
+// hooks on the C heap, Toom makes the product; once the allocator is back, so
+// is the transform.
+TEST_F(MemoryDeathTest, TransformWithoutAPlanFallsBackToToom) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  auto products_match = [] {
+    Rng rng(74);
+    auto a = random_limbs(rng, 9000, Pattern::uniform), b = random_limbs(rng, 9000, Pattern::uniform);
+    std::vector<limb> r(18000), want(18000);
+    zor_gmp___gmpn_mul_n(r.data(), a.data(), b.data(), 9000);
+    mpn_mul_n(want.data(), a.data(), b.data(), 9000);
+    return r == want;
+  };
+  EXPECT_EXIT(
+      {
+        zor_gmp___gmp_default_free(zor_gmp___gmp_default_allocate(8), 8);  // loads the module
+        zor_gmp___gmp_set_memory_functions(heap_allocate, heap_reallocate, heap_free);
+        long before = qalloc_count(QALLOC_MALLOC);
+        qalloc_fail_next(1000);
+        bool toom = products_match() && qalloc_count(QALLOC_MALLOC) > before;
+        qalloc_fail_next(0);
+        std::exit(toom && products_match() ? 0 : 1);
+      },
+      ::testing::ExitedWithCode(0), "");
 }
 
 }  // namespace
