@@ -9,8 +9,8 @@
 //   scanned column by column, each column from row i down, starting from
 //   (i, i) and moving only on a strictly greater value: so of equal values
 //   the first in column order wins (the diagonal before all others).
-//   Magnitudes are |x| for real elements (the block's largest found by
-//   registers first, then its first place in column order) and
+//   Magnitudes are |x| for real elements (each column's largest found by
+//   registers, then the first place of the winning column's) and
 //   hypot(re, im) for complex.
 //   At i = 1, smin := max(eps xmax, smlnum).
 //   Rows i and ipiv[i] change places over all n columns, then columns i and
@@ -45,54 +45,45 @@ template <class R> void range_adjust(R *small, R *large) {
   else zor_lapack_dlabad(small, large);
 }
 
-// The pivot of step i, real elements: the largest |a| of the trailing block
-// A[i:n, i:n], NaN never larger, in one pass of registers (max keeps the
-// running value when the new one is NaN); then the first element in column
-// order that has it, compared a register at a time. That is where a strict
-// scan from (i, i) stops: every element before the first maximum is
-// smaller. A NaN on the diagonal is kept, as a strict scan from it keeps it.
+// The pivot of step i, real elements: each column's largest |a| of the
+// trailing block A[i:n, i:n] by registers in two chains (max keeps the
+// running value when the new one is NaN, so NaN is never larger); the first
+// column whose largest beats those before it and the diagonal, and that
+// column's first element with it. That is where a strict scan from (i, i)
+// in column order stops: every element before the first maximum is smaller.
+// A NaN on the diagonal is kept, as a strict scan from it keeps it.
 template <class R>
 void real_pivot(int64_t i, int64_t n, const R *a, int64_t lda, int64_t *ipv, int64_t *jpv, R *xmax) {
   using V = vec_t<R>;
   constexpr int L = 16 / sizeof(R);
-  const R start = std::fabs(a[i + i * lda]);
+  R top = std::fabs(a[i + i * lda]);
   *ipv = *jpv = i;
-  *xmax = start;
-  if (!(start == start)) return;
+  *xmax = top;
+  if (!(top == top)) return;
   const int64_t rows = n - i;
-  V m = simd::splat(start), m1 = m;  // two chains of max
-  R top = start;
+  int64_t best = -1;
   for (int64_t c = i; c < n; ++c) {
     const R *col = a + i + c * lda;
+    V m0 = simd::zero<V>(), m1 = m0;
+    R m = 0;
     int64_t r = 0;
     for (; r + 2 * L <= rows; r += 2 * L) {
-      m = simd::max(simd::abs(simd::load_u(col + r)), m);
+      m0 = simd::max(simd::abs(simd::load_u(col + r)), m0);
       m1 = simd::max(simd::abs(simd::load_u(col + r + L)), m1);
     }
-    for (; r + L <= rows; r += L) m = simd::max(simd::abs(simd::load_u(col + r)), m);
-    for (; r < rows; ++r) top = std::fabs(col[r]) > top ? std::fabs(col[r]) : top;
+    for (; r + L <= rows; r += L) m0 = simd::max(simd::abs(simd::load_u(col + r)), m0);
+    for (; r < rows; ++r) m = std::fabs(col[r]) > m ? std::fabs(col[r]) : m;
+    alignas(16) R lane[L];
+    simd::store_a(lane, simd::max(m1, m0));
+    for (int l = 0; l < L; ++l) m = lane[l] > m ? lane[l] : m;
+    if (m > top) top = m, best = c;
   }
-  alignas(16) R lane[L];
-  simd::store_a(lane, simd::max(m1, m));
-  for (int l = 0; l < L; ++l) top = lane[l] > top ? lane[l] : top;
-  if (!(top > start)) return;
+  if (best < 0) return;
   *xmax = top;
-  const V want = simd::splat(top);
-  for (int64_t c = i; c < n; ++c) {
-    const R *col = a + i + c * lda;
-    int64_t r = 0;
-    for (; r + L <= rows; r += L)
-      if (const int bits = simd::mask_bits(simd::cmp_eq(simd::abs(simd::load_u(col + r)), want))) {
-        const int first = bits & 1 ? 0 : bits & 2 ? 1 : bits & 4 ? 2 : 3;
-        *ipv = i + r + first, *jpv = c;
-        return;
-      }
-    for (; r < rows; ++r)
-      if (std::fabs(col[r]) == top) {
-        *ipv = i + r, *jpv = c;
-        return;
-      }
-  }
+  const R *col = a + i + best * lda;
+  int64_t r = 0;
+  while (!(std::fabs(col[r]) == top)) ++r;
+  *ipv = i + r, *jpv = best;
 }
 
 template <class T>
