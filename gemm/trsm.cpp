@@ -230,8 +230,10 @@ void trsm(const char *side, const char *uplo, const char *transa, const char *di
   const int64_t order = f.left ? m : n;
   const int64_t wide = Rule::trsm_wide ? fixed::kTrsmWideDepth : fixed::kTriDepth;
   const int64_t diag0 = !f.left && Rule::trsm_wide && order >= fixed::kTrsmWideFrom ? wide : fixed::kTriDepth;
+  // Panels as deep as the level-0 block: consecutive panels of the packed
+  // rows stay contiguous for the engine's kernel, which streams them.
   const Trsm<T> t{f, static_cast<const E *>(a_), *lda_, b, ldb, &d, static_cast<E *>(leaf), static_cast<E *>(rows),
-                  TileShape<T>::UM * wide, diag0};
+                  TileShape<T>::UM * diag0, diag0};
   if (f.left) {
     const int start = order >= diag0 ? 0 : order >= kLeaf ? 1 : 0;
     const int64_t chunk = m < fixed::kTrsmLeftSmallRows ? fixed::kTrsmLeftChunkSmall : fixed::kTrsmLeftChunk;

@@ -14,12 +14,13 @@
 // Lower, plain loops (left-looking, every precision below its thresholds):
 // column j receives the update from the columns to its left,
 //   a[r, j] -= L[r, k] conj(L[j, k])   for rows r = j .. n-1,
-// in groups of four columns (k = 4g .. 4g+3, from j = 5 on), each group in
-// one pass over the rows with the four subtractions in ascending k, and the
-// j mod 4 columns left over after the groups, one at a time, ascending: so
-// every element takes its subtractions in ascending k. The pass over the
-// rows peels to the 16-byte alignment of the column and runs four
-// registers a step (8 rows for d). The "nest" (s from 50, c from 20) is the
+// with the columns in blocks of four (the n mod 4 left over form a last,
+// narrower block). A block first takes the columns to its left: below its
+// own rows in register tiles of two vectors of rows (d: 4) by the block's
+// columns, each tile held through the whole loop over k; then each column
+// of the block, in order, takes the block's columns before it, in one pass
+// over the rows. So every element takes its subtractions in ascending k,
+// one at a time. The "nest" (s from 50, c from 20) is the
 // same loop with the column scaled by the level-1 real scaling instead of
 // the loop. d from 40: column j (diagonal and below) by gemv "No traspose"
 // (the text as the routine has always passed it: only the first letter
@@ -119,28 +120,82 @@ int64_t take_pivot(E *diag, real_t<E> d, int64_t j, real_t<E> *r) {
 }
 
 // ---------------------------------------------------------------- lower
+// The W columns j0 .. j0 + W - 1, rows j0 .. n - 1 of their lower triangle,
+// less the columns to their left: a[r, j] -= L[r, k] conj(L[j, k]) for
+// k = 0 .. j0 - 1 in ascending order. Below the block's own W rows, register
+// tiles of two vectors of rows by the W columns hold the elements through
+// the whole k loop (one vector, then single elements, at the end); the
+// block's own triangle goes element by element. Both do the same
+// subtractions in the same order as subtract_columns.
+template <class E, int W>
+void left_update(int64_t n, E *a, int64_t lda, int64_t j0) {
+  using V = vec_t<E>;
+  constexpr int L = 16 / sizeof(E);
+  E *const col = a + j0 * lda;
+  auto one = [&](int64_t i, int c) {
+    E v = col[i + c * lda];
+    for (int64_t k = 0; k < j0; ++k) v = v - a[i + k * lda] * conj_if<true>(a[j0 + c + k * lda]);
+    col[i + c * lda] = v;
+  };
+  for (int c = 0; c < W; ++c)
+    for (int64_t i = j0 + c; i < j0 + W; ++i) one(i, c);
+  auto tile = [&]<int H>(int64_t i) {
+    V acc[W][H];
+    for (int c = 0; c < W; ++c)
+      for (int h = 0; h < H; ++h) acc[c][h] = simd::load_u(reals(col + i + h * L + c * lda));
+    for (int64_t k = 0; k < j0; ++k) {
+      const E *x = a + i + k * lda;
+      V xv[H];
+      for (int h = 0; h < H; ++h) xv[h] = simd::load_u(reals(x + h * L));
+      for (int c = 0; c < W; ++c) {
+        const blas::Factor<E> t(conj_if<true>(a[j0 + c + k * lda]));
+        for (int h = 0; h < H; ++h) acc[c][h] = simd::sub(acc[c][h], t.times(xv[h]));
+      }
+    }
+    for (int c = 0; c < W; ++c)
+      for (int h = 0; h < H; ++h) simd::store_u(reals(col + i + h * L + c * lda), acc[c][h]);
+  };
+  int64_t i = j0 + W;
+  for (; i + 2 * L <= n; i += 2 * L) tile.template operator()<2>(i);
+  for (; i + L <= n; i += L) tile.template operator()<1>(i);
+  for (; i < n; ++i)
+    for (int c = 0; c < W; ++c) one(i, c);
+}
+
+// Column j of a block starting at j0 less the block's columns before it
+// (K of them), rows j .. n - 1.
+template <class E, int K>
+void within_block(int64_t n, E *a, int64_t lda, int64_t j0, int64_t j) {
+  if constexpr (K > 0) {
+    E t[K];
+    for (int q = 0; q < K; ++q) t[q] = conj_if<true>(a[j + (j0 + q) * lda]);
+    subtract_columns<E, K>(n - j, a + j + j * lda, a + j + j0 * lda, lda, t);
+  }
+}
+
 template <class T>
 int64_t lower_left(int64_t n, typename T::elem *a, int64_t lda, bool scale_by_blas) {
   using E = typename T::elem;
   using R = real_t<E>;
-  for (int64_t j = 0; j < n; ++j) {
-    E *col = a + j * lda;
-    const E *row = a + j;  // row j, columns ahead at stride lda
-    int64_t k = 0;
-    for (; k + 4 <= j; k += 4) {
-      const E t[4] = {conj_if<true>(row[k * lda]), conj_if<true>(row[(k + 1) * lda]),
-                      conj_if<true>(row[(k + 2) * lda]), conj_if<true>(row[(k + 3) * lda])};
-      subtract_columns<E, 4>(n - j, col + j, row + k * lda, lda, t);
+  for (int64_t j0 = 0; j0 < n; j0 += 4) {
+    const int64_t w = n - j0 < 4 ? n - j0 : 4;
+    if (j0 > 0) {
+      if (w == 4) left_update<E, 4>(n, a, lda, j0);
+      else if (w == 3) left_update<E, 3>(n, a, lda, j0);
+      else if (w == 2) left_update<E, 2>(n, a, lda, j0);
+      else left_update<E, 1>(n, a, lda, j0);
     }
-    for (; k < j; ++k) {
-      const E t[1] = {conj_if<true>(row[k * lda])};
-      subtract_columns<E, 1>(n - j, col + j, row + k * lda, lda, t);
+    for (int64_t j = j0; j < j0 + w; ++j) {
+      E *col = a + j * lda;
+      if (j - j0 == 1) within_block<E, 1>(n, a, lda, j0, j);
+      else if (j - j0 == 2) within_block<E, 2>(n, a, lda, j0, j);
+      else if (j - j0 == 3) within_block<E, 3>(n, a, lda, j0, j);
+      R r;
+      if (int64_t bad = take_pivot(col + j, real_part(col[j]), j, &r)) return bad;
+      zor_int below = n - j - 1, one = 1;
+      if (scale_by_blas) imports<T>::rscal(&below, &r, col + j + 1, &one);
+      else scale_column(below, col + j + 1, r);
     }
-    R r;
-    if (int64_t bad = take_pivot(col + j, real_part(col[j]), j, &r)) return bad;
-    zor_int below = n - j - 1, one = 1;
-    if (scale_by_blas) imports<T>::rscal(&below, &r, col + j + 1, &one);
-    else scale_column(below, col + j + 1, r);
   }
   return 0;
 }

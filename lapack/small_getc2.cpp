@@ -9,8 +9,9 @@
 //   scanned column by column, each column from row i down, starting from
 //   (i, i) and moving only on a strictly greater value: so of equal values
 //   the first in column order wins (the diagonal before all others).
-//   Magnitudes are |x| for real elements (each column's first maximum
-//   found two elements a pass) and hypot(re, im) for complex.
+//   Magnitudes are |x| for real elements (each column's largest found by
+//   registers, then the first place of the winning column's) and
+//   hypot(re, im) for complex.
 //   At i = 1, smin := max(eps xmax, smlnum).
 //   Rows i and ipiv[i] change places over all n columns, then columns i and
 //   jpiv[i] over all n rows (the provider's ?swap, skipped when equal).
@@ -28,6 +29,7 @@
 
 #include "frame/element.hpp"
 #include "frame/imports.hpp"
+#include "frame/simd.hpp"
 #include "lapack/column_updates.hpp"
 #include "lapack/elements.hpp"
 
@@ -41,6 +43,47 @@ template <class R> R machine(const char *letter) {
 template <class R> void range_adjust(R *small, R *large) {
   if constexpr (sizeof(R) == 4) zor_lapack_slabad(small, large);
   else zor_lapack_dlabad(small, large);
+}
+
+// The pivot of step i, real elements: each column's largest |a| of the
+// trailing block A[i:n, i:n] by registers in two chains (max keeps the
+// running value when the new one is NaN, so NaN is never larger); the first
+// column whose largest beats those before it and the diagonal, and that
+// column's first element with it. That is where a strict scan from (i, i)
+// in column order stops: every element before the first maximum is smaller.
+// A NaN on the diagonal is kept, as a strict scan from it keeps it.
+template <class R>
+void real_pivot(int64_t i, int64_t n, const R *a, int64_t lda, int64_t *ipv, int64_t *jpv, R *xmax) {
+  using V = vec_t<R>;
+  constexpr int L = 16 / sizeof(R);
+  R top = std::fabs(a[i + i * lda]);
+  *ipv = *jpv = i;
+  *xmax = top;
+  if (!(top == top)) return;
+  const int64_t rows = n - i;
+  int64_t best = -1;
+  for (int64_t c = i; c < n; ++c) {
+    const R *col = a + i + c * lda;
+    V m0 = simd::zero<V>(), m1 = m0;
+    R m = 0;
+    int64_t r = 0;
+    for (; r + 2 * L <= rows; r += 2 * L) {
+      m0 = simd::max(simd::abs(simd::load_u(col + r)), m0);
+      m1 = simd::max(simd::abs(simd::load_u(col + r + L)), m1);
+    }
+    for (; r + L <= rows; r += L) m0 = simd::max(simd::abs(simd::load_u(col + r)), m0);
+    for (; r < rows; ++r) m = std::fabs(col[r]) > m ? std::fabs(col[r]) : m;
+    alignas(16) R lane[L];
+    simd::store_a(lane, simd::max(m1, m0));
+    for (int l = 0; l < L; ++l) m = lane[l] > m ? lane[l] : m;
+    if (m > top) top = m, best = c;
+  }
+  if (best < 0) return;
+  *xmax = top;
+  const R *col = a + i + best * lda;
+  int64_t r = 0;
+  while (!(std::fabs(col[r]) == top)) ++r;
+  *ipv = i + r, *jpv = best;
 }
 
 template <class T>
@@ -70,19 +113,14 @@ void getc2(int64_t n, typename T::elem *a, int64_t lda, int64_t *ipiv, int64_t *
   for (int64_t i = 0; i + 1 < n; ++i) {
     int64_t ipv = i, jpv = i;
     R xmax = magnitude(A(i, i));
-    for (int64_t jp = i; jp < n; ++jp) {
-      const E *col = &A(0, jp);
-      if constexpr (T::complex) {
+    if constexpr (T::complex) {
+      for (int64_t jp = i; jp < n; ++jp)
         for (int64_t ip = i; ip < n; ++ip) {
-          const R v = magnitude(col[ip]);
+          const R v = magnitude(A(ip, jp));
           if (v > xmax) xmax = v, ipv = ip, jpv = jp;
         }
-      } else {
-        int64_t at;
-        R v;
-        first_max(n - i, col + i, 1, &at, &v);
-        if (v > xmax) xmax = v, ipv = i + at, jpv = jp;
-      }
+    } else {
+      real_pivot(i, n, a, lda, &ipv, &jpv, &xmax);
     }
     if (i == 0) smin = std::max(eps * xmax, smlnum);
     if (ipv != i) imports<T>::swap(&nn, &A(ipv, 0), &ld, &A(i, 0), &ld);

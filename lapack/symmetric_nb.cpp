@@ -98,10 +98,16 @@ void product_rows(int64_t from, int64_t to, const E *a, int64_t lda, const E *x,
       for (; i + L <= to; i += L) {
         const V xi = simd::load_u(reals(x + i));
         V v = simd::load_u(reals(y + i));
+        // Each column's vector is loaded once and serves both sums (the
+        // empty asm keeps the compiler from loading it again for the second).
+        V aik[G];
         for (int k = 0; k < G; ++k) {
-          const V aik = simd::load_u(reals(a + i + k * lda));
-          v = simd::add(v, f[k].times(aik));
-          acc[k] = simd::add(acc[k], dot_term<E, Herm>(aik, xi));
+          aik[k] = simd::load_u(reals(a + i + k * lda));
+          asm("" : "+x"(aik[k]));
+        }
+        for (int k = 0; k < G; ++k) {
+          v = simd::add(v, f[k].times(aik[k]));
+          acc[k] = simd::add(acc[k], dot_term<E, Herm>(aik[k], xi));
         }
         simd::store_u(reals(y + i), v);
       }

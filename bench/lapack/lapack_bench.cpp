@@ -8,6 +8,7 @@
 // we are faster), printed and recorded for the report of bench/run.sh.
 //
 // Usage: bench_lapack [rounds [name-filter]]   (default 5 rounds, all cases)
+#include <zor/blas.h>
 #include <zor/lapack.h>
 
 #include <dlfcn.h>
@@ -45,6 +46,10 @@ struct Case {
   int peers;
   std::function<double()> ours;
   std::function<double(const Lookup &)> peer;
+  // Our own level-2 routine of the same product, timed in this process
+  // beside ours (the trapezoid with nb = n is the whole matrix).
+  std::function<double()> own = nullptr;
+  const char *own_name = nullptr;
 };
 
 std::vector<double> random_doubles(size_t n, double lo, double hi, unsigned seed) {
@@ -324,7 +329,16 @@ void add_trapezoid_cases(std::vector<Case> &cases) {
                          const double alpha = 1.0, beta = 0.5;
                          symv("L", &n, &alpha, s->a.data(), &n, s->x.data(), &one, &beta, s->y.data(), &one, 1);
                        }, kRepeats);
-                     }});
+                     },
+                     [=] {
+                       return best_run_seconds(nothing, [&] {
+                         const zor_int n64 = n, one = 1;
+                         const double alpha = 1.0, beta = 0.5;
+                         zor_blas_xdsymv("L", &n64, &alpha, s->a.data(), &n64, s->x.data(), &one, &beta, s->y.data(),
+                                         &one);
+                       }, kRepeats);
+                     },
+                     "xdsymv"});
     cases.push_back({"dsyr2_nb n=nb=1000 vs dsyr2", "dsyr2_nb", n, kReference | kNative | kSseEra,
                      [=] {
                        return best_run_seconds(nothing, [&] {
@@ -341,7 +355,15 @@ void add_trapezoid_cases(std::vector<Case> &cases) {
                          const double alpha = 1e-3;
                          syr2("L", &n, &alpha, s->x.data(), &one, s->y.data(), &one, s->a.data(), &n, 1);
                        }, kRepeats);
-                     }});
+                     },
+                     [=] {
+                       return best_run_seconds(nothing, [&] {
+                         const zor_int n64 = n, one = 1;
+                         const double alpha = 1e-3;
+                         zor_blas_xdsyr2("L", &n64, &alpha, s->x.data(), &one, s->y.data(), &one, s->a.data(), &n64);
+                       }, kRepeats);
+                     },
+                     "xdsyr2"});
   }
   // The panel update: the trapezoid of nb columns, rank 2k with k = 32.
   for (auto [n, nb] : {std::pair{1000, 1000}, std::pair{2000, 32}}) {
@@ -419,10 +441,11 @@ int main(int argc, char **argv) {
   std::printf("\n\n");
 
   const size_t np = peers.size();
-  std::vector<double> ours(cases.size(), 1e30), theirs(cases.size() * np, 1e30);
+  std::vector<double> ours(cases.size(), 1e30), theirs(cases.size() * np, 1e30), own(cases.size(), 1e30);
   for (int r = 0; r < rounds; ++r)
     for (size_t i = 0; i < cases.size(); ++i) {
       ours[i] = std::min(ours[i], cases[i].ours());
+      if (cases[i].own) own[i] = std::min(own[i], cases[i].own());
       for (size_t p = 0; p < np; ++p)
         if (cases[i].peers & peers[p].kind) {
           double s = peers[p].peer->measure(int(i));
@@ -445,6 +468,11 @@ int main(int argc, char **argv) {
       const char *series = peers[p].kind == kReference ? "ref" : "native";
       std::printf(" %s %.2f (%.2fx)", series, t * 1e6, t / ours[i]);
       zor::bench::record("lapack", cases[i].group, cases[i].size, std::string("vs ") + series, t / ours[i], "x");
+    }
+    if (cases[i].own) {
+      std::printf(" %s %.2f (%.2fx)", cases[i].own_name, own[i] * 1e6, own[i] / ours[i]);
+      zor::bench::record("lapack", cases[i].group, cases[i].size, std::string("vs our ") + cases[i].own_name,
+                         own[i] / ours[i], "x");
     }
     if (best_sse < 1e30) {
       std::printf(" best SSE-era %.2f (%.2fx, %s)", best_sse * 1e6, best_sse / ours[i], best_core.c_str());

@@ -222,4 +222,14 @@ void for_both_kernels(F &&body) {
   }
 }
 
+// The routine of E's precision among four (s, d, c, z), for tests that
+// call one family in every precision.
+template <class E, class Fs, class Fd, class Fc, class Fz>
+constexpr auto pick(Fs s, Fd d, Fc c, Fz z) {
+  if constexpr (std::is_same_v<E, float>) return s;
+  else if constexpr (std::is_same_v<E, double>) return d;
+  else if constexpr (sizeof(E) == 8) return c;
+  else return z;
+}
+
 }  // namespace zor::test

@@ -46,11 +46,13 @@ void symmetric_multiply_untouched() {
   EXPECT_EQ(std::memcmp(c.data(), c0.data(), c.size() * sizeof(E)), 0);
 }
 
+template <class F>
+void each_precision(F &&f) {
+  f(float()), f(double()), f(Cx<float>()), f(Cx<double>());
+}
+
 TEST(Level3AllocationFailure, SymmetricMultiplyLeavesCUntouched) {
-  symmetric_multiply_untouched<float>();
-  symmetric_multiply_untouched<double>();
-  symmetric_multiply_untouched<Cx<float>>();
-  symmetric_multiply_untouched<Cx<double>>();
+  each_precision([](auto e) { symmetric_multiply_untouched<decltype(e)>(); });
 }
 
 TEST(Level3AllocationFailure, HermitianMultiplyNeedsNoBuffer) {
@@ -93,14 +95,7 @@ void triangular_buffers_leave_b(bool solve) {
 }
 
 TEST(Level3AllocationFailure, TriangularMultiplyAndSolveLeaveBUnchanged) {
-  triangular_buffers_leave_b<float>(false);
-  triangular_buffers_leave_b<double>(false);
-  triangular_buffers_leave_b<Cx<float>>(false);
-  triangular_buffers_leave_b<Cx<double>>(false);
-  triangular_buffers_leave_b<float>(true);
-  triangular_buffers_leave_b<double>(true);
-  triangular_buffers_leave_b<Cx<float>>(true);
-  triangular_buffers_leave_b<Cx<double>>(true);
+  for (bool solve : {false, true}) each_precision([&](auto e) { triangular_buffers_leave_b<decltype(e)>(solve); });
 }
 
 // The solve's second buffer failing: B unchanged, the first block still

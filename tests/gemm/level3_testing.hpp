@@ -27,14 +27,6 @@ ZOR_REF_TRI(strsm_, float) ZOR_REF_TRI(dtrsm_, double) ZOR_REF_TRI(ctrsm_, void)
 
 namespace zor::test {
 
-// The routine of E's precision among four.
-template <class E, class Fs, class Fd, class Fc, class Fz>
-constexpr auto pick(Fs s, Fd d, Fc c, Fz z) {
-  if constexpr (std::is_same_v<E, float>) return s;
-  else if constexpr (std::is_same_v<E, double>) return d;
-  else if constexpr (std::is_same_v<E, Cx<float>>) return c;
-  else return z;
-}
 // An element pointer as the routines take it: typed real, untyped complex.
 template <class E>
 auto arg(E *p) {

@@ -52,6 +52,26 @@ void compare(Matrix<E> &c, int64_t rows, int64_t cols, E beta, double factor, Ru
   ASSERT_TRUE(agree(c.data(), want, before, scale, rows, cols, c.ld, factor));
 }
 
+// The bound of a rank-k update (rank 2k with b): the same update on
+// magnitudes, alpha 0 reading no A.
+template <class E>
+std::vector<double> rank_bound(std::vector<double> cm, char uplo, char trans, int64_t n, int64_t k, E alpha, E beta,
+                               Matrix<E> &a, std::type_identity_t<Matrix<E>> *b, int64_t ldc) {
+  std::vector<double> am = magnitudes(a.data(), a.buf.size());
+  if (alpha == E(0)) am.assign(am.size(), 0.0);
+  const double al = magnitude(alpha), be = beta == E(0) ? 0.0 : magnitude(beta);
+  const char t = trans == 'N' ? 'N' : 'T';
+  f_int N = f_int(n), K = f_int(k), LA = f_int(a.ld), LC = f_int(ldc);
+  if (b) {
+    std::vector<double> bm = magnitudes(b->data(), b->buf.size());
+    f_int LB = f_int(b->ld);
+    dsyr2k_(&uplo, &t, &N, &K, &al, am.data(), &LA, bm.data(), &LB, &be, cm.data(), &LC, 1, 1);
+  } else {
+    dsyrk_(&uplo, &t, &N, &K, &al, am.data(), &LA, &be, cm.data(), &LC, 1, 1);
+  }
+  return cm;
+}
+
 TYPED_TEST(Level3Symmetric, SymmetricAndHermitianMultiply) {
   using E = TypeParam;
   const int64_t block = sizeof(E) == 16 ? 128 : 256;
@@ -124,14 +144,7 @@ TYPED_TEST(Level3Symmetric, RankKAndRank2KUpdates) {
                           else L3<E>::syrk(ours, herm, uplo, trans, n, k, ra, a.data(), a.ld, rb, cc, c.ld);
                         },
                         [&](std::vector<double> cm) {
-                          std::vector<double> am = magnitudes(a.data(), a.buf.size()), bm = magnitudes(b.data(), b.buf.size());
-                          if (ra == E(0)) am.assign(am.size(), 0.0);
-                          const double al = magnitude(ra), be = rb == E(0) ? 0.0 : magnitude(rb);
-                          const char t = trans == 'N' ? 'N' : 'T';
-                          f_int N = f_int(n), K = f_int(k), LA = f_int(a.ld), LB = f_int(b.ld), LC = f_int(c.ld);
-                          if (two) dsyr2k_(&uplo, &t, &N, &K, &al, am.data(), &LA, bm.data(), &LB, &be, cm.data(), &LC, 1, 1);
-                          else dsyrk_(&uplo, &t, &N, &K, &al, am.data(), &LA, &be, cm.data(), &LC, 1, 1);
-                          return cm;
+                          return rank_bound(std::move(cm), uplo, trans, n, k, ra, rb, a, two ? &b : nullptr, c.ld);
                         });
               }
             }
@@ -175,36 +188,10 @@ TYPED_TEST(Level3Symmetric, DirectKernels) {
                         }
                       },
                       [&](std::vector<double> cm) {
-                        std::vector<double> am = magnitudes(a.data(), a.buf.size());
-                        if (alpha == E(0)) am.assign(am.size(), 0.0);
-                        const double al = magnitude(alpha), be = beta == E(0) ? 0.0 : magnitude(beta);
-                        const char tt = t == 'N' ? 'N' : 'T';
-                        f_int N = f_int(n), K = f_int(k), LA = f_int(a.ld), LC = f_int(c.ld);
-                        dsyrk_(&uplo, &tt, &N, &K, &al, am.data(), &LA, &be, cm.data(), &LC, 1, 1);
-                        return cm;
+                        return rank_bound(std::move(cm), uplo, t, n, k, alpha, beta, a, nullptr, c.ld);
                       });
             }
           }
-}
-
-// The processor's cache answer moves the engine's row block in the later
-// row; the five-way split's rectangles and the multiply's products follow.
-TEST(Level3SymmetricCache, SecondLevelCacheAnswers) {
-  for (int64_t l2 : {int64_t(256) << 10, int64_t(8) << 20}) {
-    ForcedAnswer row(ZOR_CORE_CPUHASQLX, 1), cache(ZOR_CORE_L2_SIZE, l2), levels(ZOR_CORE_CACHE_LEVELS, 2);
-    Rng rng(950);
-    const int64_t n = 600, k = 300;
-    Matrix<double> a = operand<double>(n, k, 1, rng), c = operand<double>(n, n, 0, rng);
-    compare(c, n, n, 0.5, 8.0 * (k + 4),
-            [&](bool ours, double *cc) { L3<double>::syrk(ours, false, 'L', 'N', n, k, 1.5, a.data(), a.ld, 0.5, cc, c.ld); },
-            [&](std::vector<double> cm) {
-              std::vector<double> am = magnitudes(a.data(), a.buf.size());
-              const double al = 1.5, be = 0.5;
-              f_int N = f_int(n), K = f_int(k), LA = f_int(a.ld), LC = f_int(c.ld);
-              dsyrk_("L", "N", &N, &K, &al, am.data(), &LA, &be, cm.data(), &LC, 1, 1);
-              return cm;
-            });
-  }
 }
 
 }  // namespace

@@ -24,10 +24,7 @@ template <class E> PotrfFn our_potrf(bool lower) {
   if constexpr (letter<E>() == 'z') return cast(lower ? zor_lapack_ps_zpotrf_l_small : zor_lapack_ps_zpotrf_u_small);
 }
 template <class E> void ref_potf2(const char *uplo, f_int n, E *a, f_int lda, f_int *info) {
-  if constexpr (letter<E>() == 's') spotf2_(uplo, &n, a, &lda, info, 1);
-  if constexpr (letter<E>() == 'd') dpotf2_(uplo, &n, a, &lda, info, 1);
-  if constexpr (letter<E>() == 'c') cpotf2_(uplo, &n, a, &lda, info, 1);
-  if constexpr (letter<E>() == 'z') zpotf2_(uplo, &n, a, &lda, info, 1);
+  pick<E>(spotf2_, dpotf2_, cpotf2_, zpotf2_)(uplo, &n, a, &lda, info, 1);
 }
 
 // 0 to 21 and 30 to 70, thick around the paths' thresholds (20, 40, 45, 50).
@@ -224,16 +221,11 @@ TEST(BunchKaufman, EachKindOfPivotAndZeroColumns) {
 // ---------------------------------------------------------------- getc2
 template <class E> void our_getc2(int64_t n, E *a, int64_t lda, int64_t *ipiv, int64_t *jpiv, int64_t *info) {
   const zor_int n64 = n, lda64 = lda;
-  if constexpr (letter<E>() == 's') zor_lapack_ps_sgetc2(&n64, a, &lda64, ipiv, jpiv, info);
-  if constexpr (letter<E>() == 'd') zor_lapack_ps_dgetc2(&n64, a, &lda64, ipiv, jpiv, info);
-  if constexpr (letter<E>() == 'c') zor_lapack_ps_cgetc2(&n64, a, &lda64, ipiv, jpiv, info);
-  if constexpr (letter<E>() == 'z') zor_lapack_ps_zgetc2(&n64, a, &lda64, ipiv, jpiv, info);
+  const auto f = pick<E>(zor_lapack_ps_sgetc2, zor_lapack_ps_dgetc2, zor_lapack_ps_cgetc2, zor_lapack_ps_zgetc2);
+  f(&n64, a, &lda64, ipiv, jpiv, info);
 }
 template <class E> void ref_getc2(f_int n, E *a, f_int lda, f_int *ipiv, f_int *jpiv, f_int *info) {
-  if constexpr (letter<E>() == 's') sgetc2_(&n, a, &lda, ipiv, jpiv, info);
-  if constexpr (letter<E>() == 'd') dgetc2_(&n, a, &lda, ipiv, jpiv, info);
-  if constexpr (letter<E>() == 'c') cgetc2_(&n, a, &lda, ipiv, jpiv, info);
-  if constexpr (letter<E>() == 'z') zgetc2_(&n, a, &lda, ipiv, jpiv, info);
+  pick<E>(sgetc2_, dgetc2_, cgetc2_, zgetc2_)(&n, a, &lda, ipiv, jpiv, info);
 }
 
 template <class E> struct CompletePivoting : ::testing::Test {};

@@ -45,10 +45,7 @@ template <class E> LasrFn<E> our_lasr(int form) {
 }
 template <class E>
 void ref_lasr(const Form &f, f_int m, f_int n, const real_of<E> *c, const real_of<E> *s, E *a, f_int lda) {
-  if constexpr (letter<E>() == 's') slasr_("L", &f.pivot, &f.direct, &m, &n, c, s, a, &lda, 1, 1, 1);
-  if constexpr (letter<E>() == 'd') dlasr_("L", &f.pivot, &f.direct, &m, &n, c, s, a, &lda, 1, 1, 1);
-  if constexpr (letter<E>() == 'c') clasr_("L", &f.pivot, &f.direct, &m, &n, c, s, a, &lda, 1, 1, 1);
-  if constexpr (letter<E>() == 'z') zlasr_("L", &f.pivot, &f.direct, &m, &n, c, s, a, &lda, 1, 1, 1);
+  pick<E>(slasr_, dlasr_, clasr_, zlasr_)("L", &f.pivot, &f.direct, &m, &n, c, s, a, &lda, 1, 1, 1);
 }
 
 // Every rotation applied as written, in sequence: rows (i, j) with i above j
@@ -124,17 +121,12 @@ TYPED_TEST(Rotations, IdentityRotationsAreComputed) {
 
 template <class E>
 void our_lartv(zor_int n, E *x, zor_int incx, E *y, zor_int incy, const real_of<E> *c, const E *s, zor_int incc) {
-  if constexpr (letter<E>() == 's') zor_lapack_ps_slartv(&n, x, &incx, y, &incy, c, s, &incc);
-  if constexpr (letter<E>() == 'd') zor_lapack_ps_dlartv(&n, x, &incx, y, &incy, c, s, &incc);
-  if constexpr (letter<E>() == 'c') zor_lapack_ps_clartv(&n, x, &incx, y, &incy, c, s, &incc);
-  if constexpr (letter<E>() == 'z') zor_lapack_ps_zlartv(&n, x, &incx, y, &incy, c, s, &incc);
+  const auto f = pick<E>(zor_lapack_ps_slartv, zor_lapack_ps_dlartv, zor_lapack_ps_clartv, zor_lapack_ps_zlartv);
+  f(&n, x, &incx, y, &incy, c, s, &incc);
 }
 template <class E>
 void ref_lartv(f_int n, E *x, f_int incx, E *y, f_int incy, const real_of<E> *c, const E *s, f_int incc) {
-  if constexpr (letter<E>() == 's') slartv_(&n, x, &incx, y, &incy, c, s, &incc);
-  if constexpr (letter<E>() == 'd') dlartv_(&n, x, &incx, y, &incy, c, s, &incc);
-  if constexpr (letter<E>() == 'c') clartv_(&n, x, &incx, y, &incy, c, s, &incc);
-  if constexpr (letter<E>() == 'z') zlartv_(&n, x, &incx, y, &incy, c, s, &incc);
+  pick<E>(slartv_, dlartv_, clartv_, zlartv_)(&n, x, &incx, y, &incy, c, s, &incc);
 }
 
 TYPED_TEST(Rotations, VectorOfRotationsMatchesTheReference) {
@@ -189,10 +181,8 @@ TYPED_TEST(Rotations, ReflectorsOfOrderTwoAndThreeFollowTheirFormulas) {
         mx[i] -= t, my[i] -= conj_of(p) * t;
       }
       const zor_int n64 = n;
-      if constexpr (letter<E>() == 's') zor_lapack_ps_srot2(&n64, x.data(), &garbage, y.data(), &garbage, &tau, &p);
-      if constexpr (letter<E>() == 'd') zor_lapack_ps_drot2(&n64, x.data(), &garbage, y.data(), &garbage, &tau, &p);
-      if constexpr (letter<E>() == 'c') zor_lapack_ps_crot2(&n64, x.data(), &garbage, y.data(), &garbage, &tau, &p);
-      if constexpr (letter<E>() == 'z') zor_lapack_ps_zrot2(&n64, x.data(), &garbage, y.data(), &garbage, &tau, &p);
+      const auto f = pick<E>(zor_lapack_ps_srot2, zor_lapack_ps_drot2, zor_lapack_ps_crot2, zor_lapack_ps_zrot2);
+      f(&n64, x.data(), &garbage, y.data(), &garbage, &tau, &p);
       EXPECT_EQ(std::memcmp(x.data(), mx.data(), n * sizeof(E)), 0);
       EXPECT_EQ(std::memcmp(y.data(), my.data(), n * sizeof(E)), 0);
       for (int64_t i = 0; i < n; ++i) {
@@ -200,10 +190,8 @@ TYPED_TEST(Rotations, ReflectorsOfOrderTwoAndThreeFollowTheirFormulas) {
         mx[i] -= t, my[i] -= conj_of(p) * t, mz[i] -= conj_of(q) * t;
       }
       auto *xs = x.data(), *ys = y.data(), *zs = z.data();
-      if constexpr (letter<E>() == 's') zor_lapack_ps_srot3(&n64, xs, &garbage, ys, &garbage, zs, &garbage, &tau, &p, &q);
-      if constexpr (letter<E>() == 'd') zor_lapack_ps_drot3(&n64, xs, &garbage, ys, &garbage, zs, &garbage, &tau, &p, &q);
-      if constexpr (letter<E>() == 'c') zor_lapack_ps_crot3(&n64, xs, &garbage, ys, &garbage, zs, &garbage, &tau, &p, &q);
-      if constexpr (letter<E>() == 'z') zor_lapack_ps_zrot3(&n64, xs, &garbage, ys, &garbage, zs, &garbage, &tau, &p, &q);
+      const auto f3 = pick<E>(zor_lapack_ps_srot3, zor_lapack_ps_drot3, zor_lapack_ps_crot3, zor_lapack_ps_zrot3);
+      f3(&n64, xs, &garbage, ys, &garbage, zs, &garbage, &tau, &p, &q);
       EXPECT_EQ(std::memcmp(x.data(), mx.data(), n * sizeof(E)), 0);
       EXPECT_EQ(std::memcmp(y.data(), my.data(), n * sizeof(E)), 0);
       EXPECT_EQ(std::memcmp(z.data(), mz.data(), n * sizeof(E)), 0);

@@ -60,44 +60,32 @@ template <class E> E nan_of() {
 template <class E> void ours_symv(const Shape &s, E alpha, const E *a, const E *x, E beta, E *y) {
   const zor_int n = s.n, nb = s.nb, lda = s.ld, one = 1;
   const char *uplo = s.lower ? "L" : "u";
-  if constexpr (letter<E>() == 's') zor_lapack_ps_ssymv_nb(uplo, &n, &nb, &alpha, a, &lda, x, &one, &beta, y, &one);
-  if constexpr (letter<E>() == 'd') zor_lapack_ps_dsymv_nb(uplo, &n, &nb, &alpha, a, &lda, x, &one, &beta, y, &one);
-  if constexpr (letter<E>() == 'c') zor_lapack_ps_chemv_nb(uplo, &n, &nb, &alpha, a, &lda, x, &one, &beta, y, &one);
-  if constexpr (letter<E>() == 'z') zor_lapack_ps_zhemv_nb(uplo, &n, &nb, &alpha, a, &lda, x, &one, &beta, y, &one);
+  const auto f = pick<E>(zor_lapack_ps_ssymv_nb, zor_lapack_ps_dsymv_nb, zor_lapack_ps_chemv_nb, zor_lapack_ps_zhemv_nb);
+  f(uplo, &n, &nb, &alpha, a, &lda, x, &one, &beta, y, &one);
 }
 template <class E> void ref_symv(const Shape &s, E alpha, const E *a, const E *x, E beta, E *y) {
   const f_int n = f_int(s.n), lda = f_int(s.ld), one = 1;
   const char *uplo = s.lower ? "L" : "U";
-  if constexpr (letter<E>() == 's') ssymv_(uplo, &n, &alpha, a, &lda, x, &one, &beta, y, &one, 1);
-  if constexpr (letter<E>() == 'd') dsymv_(uplo, &n, &alpha, a, &lda, x, &one, &beta, y, &one, 1);
-  if constexpr (letter<E>() == 'c') chemv_(uplo, &n, &alpha, a, &lda, x, &one, &beta, y, &one, 1);
-  if constexpr (letter<E>() == 'z') zhemv_(uplo, &n, &alpha, a, &lda, x, &one, &beta, y, &one, 1);
+  pick<E>(ssymv_, dsymv_, chemv_, zhemv_)(uplo, &n, &alpha, a, &lda, x, &one, &beta, y, &one, 1);
 }
 template <class E> void ours_syr2(const Shape &s, E alpha, const E *x, const E *y, E *a) {
   const zor_int n = s.n, nb = s.nb, lda = s.ld, one = 1;
   const char *uplo = s.lower ? "l" : "U";
-  if constexpr (letter<E>() == 's') zor_lapack_ps_ssyr2_nb(uplo, &n, &nb, &alpha, x, &one, y, &one, a, &lda);
-  if constexpr (letter<E>() == 'd') zor_lapack_ps_dsyr2_nb(uplo, &n, &nb, &alpha, x, &one, y, &one, a, &lda);
-  if constexpr (letter<E>() == 'c') zor_lapack_ps_cher2_nb(uplo, &n, &nb, &alpha, x, &one, y, &one, a, &lda);
-  if constexpr (letter<E>() == 'z') zor_lapack_ps_zher2_nb(uplo, &n, &nb, &alpha, x, &one, y, &one, a, &lda);
+  const auto f = pick<E>(zor_lapack_ps_ssyr2_nb, zor_lapack_ps_dsyr2_nb, zor_lapack_ps_cher2_nb, zor_lapack_ps_zher2_nb);
+  f(uplo, &n, &nb, &alpha, x, &one, y, &one, a, &lda);
 }
 template <class E> void ref_syr2(const Shape &s, E alpha, const E *x, const E *y, E *a) {
   const f_int n = f_int(s.n), lda = f_int(s.ld), one = 1;
   const char *uplo = s.lower ? "L" : "U";
-  if constexpr (letter<E>() == 's') ssyr2_(uplo, &n, &alpha, x, &one, y, &one, a, &lda, 1);
-  if constexpr (letter<E>() == 'd') dsyr2_(uplo, &n, &alpha, x, &one, y, &one, a, &lda, 1);
-  if constexpr (letter<E>() == 'c') cher2_(uplo, &n, &alpha, x, &one, y, &one, a, &lda, 1);
-  if constexpr (letter<E>() == 'z') zher2_(uplo, &n, &alpha, x, &one, y, &one, a, &lda, 1);
+  pick<E>(ssyr2_, dsyr2_, cher2_, zher2_)(uplo, &n, &alpha, x, &one, y, &one, a, &lda, 1);
 }
 // trans and beta are garbage: the kernel must not read them.
 template <class E> void ours_syr2k(const Shape &s, int64_t k, E alpha, const E *a, const E *b, E *c) {
   const zor_int n = s.n, nb = s.nb, kk = k, ld = s.ld;
   const char *uplo = s.lower ? "L" : "U";
   const E beta = nan_of<E>();
-  if constexpr (letter<E>() == 's') zor_lapack_ps_ssyr2k_nb(uplo, "?", &n, &nb, &kk, &alpha, a, &ld, b, &ld, &beta, c, &ld);
-  if constexpr (letter<E>() == 'd') zor_lapack_ps_dsyr2k_nb(uplo, "?", &n, &nb, &kk, &alpha, a, &ld, b, &ld, &beta, c, &ld);
-  if constexpr (letter<E>() == 'c') zor_lapack_ps_cher2k_nb(uplo, "?", &n, &nb, &kk, &alpha, a, &ld, b, &ld, &beta, c, &ld);
-  if constexpr (letter<E>() == 'z') zor_lapack_ps_zher2k_nb(uplo, "?", &n, &nb, &kk, &alpha, a, &ld, b, &ld, &beta, c, &ld);
+  const auto f = pick<E>(zor_lapack_ps_ssyr2k_nb, zor_lapack_ps_dsyr2k_nb, zor_lapack_ps_cher2k_nb, zor_lapack_ps_zher2k_nb);
+  f(uplo, "?", &n, &nb, &kk, &alpha, a, &ld, b, &ld, &beta, c, &ld);
 }
 template <class E> void ref_syr2k(const Shape &s, int64_t k, E alpha, const E *a, const E *b, E *c) {
   const f_int n = f_int(s.n), kk = f_int(k), ld = f_int(s.ld);

@@ -26,25 +26,19 @@ void dttrfb(zor_int n, c16 *dl, c16 *d, c16 *du, zor_int *info) { zor_lapack_ps_
 template <class E>
 void dttrsb(const char *t, zor_int n, zor_int nrhs, const E *dl, const E *d, const E *du, E *b, zor_int ldb,
             zor_int *info) {
-  if constexpr (letter<E>() == 's') zor_lapack_ps_xsdttrsb(t, &n, &nrhs, dl, d, du, b, &ldb, info);
-  if constexpr (letter<E>() == 'd') zor_lapack_ps_xddttrsb(t, &n, &nrhs, dl, d, du, b, &ldb, info);
-  if constexpr (letter<E>() == 'c') zor_lapack_ps_xcdttrsb(t, &n, &nrhs, dl, d, du, b, &ldb, info);
-  if constexpr (letter<E>() == 'z') zor_lapack_ps_xzdttrsb(t, &n, &nrhs, dl, d, du, b, &ldb, info);
+  const auto f = pick<E>(zor_lapack_ps_xsdttrsb, zor_lapack_ps_xddttrsb, zor_lapack_ps_xcdttrsb, zor_lapack_ps_xzdttrsb);
+  f(t, &n, &nrhs, dl, d, du, b, &ldb, info);
 }
 template <class E>
 void dtsvb(zor_int n, zor_int nrhs, E *dl, E *d, E *du, E *b, zor_int ldb, zor_int *info) {
-  if constexpr (letter<E>() == 's') zor_lapack_ps_sdtsvb(&n, &nrhs, dl, d, du, b, &ldb, info);
-  if constexpr (letter<E>() == 'd') zor_lapack_ps_ddtsvb(&n, &nrhs, dl, d, du, b, &ldb, info);
-  if constexpr (letter<E>() == 'c') zor_lapack_ps_cdtsvb(&n, &nrhs, dl, d, du, b, &ldb, info);
-  if constexpr (letter<E>() == 'z') zor_lapack_ps_zdtsvb(&n, &nrhs, dl, d, du, b, &ldb, info);
+  const auto f = pick<E>(zor_lapack_ps_sdtsvb, zor_lapack_ps_ddtsvb, zor_lapack_ps_cdtsvb, zor_lapack_ps_zdtsvb);
+  f(&n, &nrhs, dl, d, du, b, &ldb, info);
 }
 template <class E>
 void gtts2(zor_int itrans, zor_int n, zor_int nrhs, const E *dl, const E *d, const E *du, const E *du2,
            const zor_int *ipiv, E *b, zor_int ldb) {
-  if constexpr (letter<E>() == 's') zor_lapack_ps_sgtts2(&itrans, &n, &nrhs, dl, d, du, du2, ipiv, b, &ldb);
-  if constexpr (letter<E>() == 'd') zor_lapack_ps_dgtts2(&itrans, &n, &nrhs, dl, d, du, du2, ipiv, b, &ldb);
-  if constexpr (letter<E>() == 'c') zor_lapack_ps_cgtts2(&itrans, &n, &nrhs, dl, d, du, du2, ipiv, b, &ldb);
-  if constexpr (letter<E>() == 'z') zor_lapack_ps_zgtts2(&itrans, &n, &nrhs, dl, d, du, du2, ipiv, b, &ldb);
+  const auto f = pick<E>(zor_lapack_ps_sgtts2, zor_lapack_ps_dgtts2, zor_lapack_ps_cgtts2, zor_lapack_ps_zgtts2);
+  f(&itrans, &n, &nrhs, dl, d, du, du2, ipiv, b, &ldb);
 }
 template <class E>
 void ptts2(zor_int iuplo, zor_int n, zor_int nrhs, const real_of<E> *d, const E *e, E *b, zor_int ldb) {
