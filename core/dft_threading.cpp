@@ -80,6 +80,8 @@ constexpr char kCoreDc2c1d[] = "zor_dft_commit_descriptor_core_d_c2c_1d";
 constexpr char kCoreSc2c1d[] = "zor_dft_commit_descriptor_core_s_c2c_1d";
 constexpr char kCoreDr2c1d[] = "zor_dft_commit_descriptor_core_d_r2c_1d";
 constexpr char kCoreSr2c1d[] = "zor_dft_commit_descriptor_core_s_r2c_1d";
+constexpr char kCoreDc2cMd[] = "zor_dft_commit_descriptor_core_d_c2c_md";
+constexpr char kCoreSc2cMd[] = "zor_dft_commit_descriptor_core_s_c2c_md";
 
 template <bool Double, bool Fwd>
 int64_t compute_par(DftNode **holder, void *in, void *, void *, void *) {
@@ -131,6 +133,8 @@ const DftThreadFunction kDftThreadFunctions[] = {
     {"zor_dft_commit_node_s_c2c_1d_omp", as_thread_fun(commit_node<kCoreSc2c1d>)},
     {"zor_dft_commit_node_d_r2c_1d_omp", as_thread_fun(commit_node<kCoreDr2c1d>)},
     {"zor_dft_commit_node_s_r2c_1d_omp", as_thread_fun(commit_node<kCoreSr2c1d>)},
+    {"zor_dft_commit_node_d_c2c_md_omp", as_thread_fun(commit_node<kCoreDc2cMd>)},
+    {"zor_dft_commit_node_s_c2c_md_omp", as_thread_fun(commit_node<kCoreSc2cMd>)},
     {"zor_dft_compute_forward_z_par", as_thread_fun(compute_par<true, true>)},
     {"zor_dft_compute_backward_z_par", as_thread_fun(compute_par<true, false>)},
     {"zor_dft_compute_forward_c_par", as_thread_fun(compute_par<false, true>)},

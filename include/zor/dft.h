@@ -35,7 +35,8 @@
 #include <zor/export.h>
 
 /* precision: DFT_SINGLE or DFT_DOUBLE; domain: DFT_COMPLEX or DFT_REAL;
-   rank 1 and one length. *handle receives the descriptor. */
+   `rank` lengths, the first that of the contiguous axis (real data: rank 1
+   only for now). *handle receives the descriptor. */
 ZOR_API int64_t zor_fft_create(DftNode **handle, int32_t precision, int32_t domain, int64_t rank,
                                const int64_t *lengths);
 
@@ -48,7 +49,9 @@ ZOR_API int64_t zor_fft_set_value(DftNode *handle, int64_t parameter, int64_t va
 /* parameter DFT_FORWARD_SCALE or DFT_BACKWARD_SCALE */
 ZOR_API int64_t zor_fft_set_scale(DftNode *handle, int64_t parameter, double value);
 ZOR_API int64_t zor_fft_get_scale(DftNode *handle, int64_t parameter, double *value);
-/* strides[0] is the offset in elements, strides[1] the stride of the axis */
+/* strides[0] is the offset in elements, strides[1 .. rank] the strides of
+   the axes; by default the first axis is contiguous and each further one
+   steps by the product of the lengths before it. */
 ZOR_API int64_t zor_fft_set_input_strides(DftNode *handle, const int64_t *strides);
 ZOR_API int64_t zor_fft_set_output_strides(DftNode *handle, const int64_t *strides);
 ZOR_API int64_t zor_fft_set_input_distance(DftNode *handle, int64_t distance);
