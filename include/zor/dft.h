@@ -17,9 +17,9 @@
  * back to uncommitted (setting a scale to the value it has excepted).
  *
  * This front lives in the provider library (libzor_core.so); it drives the
- * tier's descriptors. One-dimensional transforms in single and double
- * precision, in place or not, batched, strided: complex data interleaved or
- * split; real data (domain DFT_REAL) with its conjugate-even spectrum either
+ * tier's descriptors. Transforms in single and double precision, in place
+ * or not, batched, strided: complex data interleaved (any rank) or split
+ * (rank 1); real data (domain DFT_REAL) with its conjugate-even spectrum either
  * in a real array (DFT_CONJUGATE_EVEN_STORAGE DFT_COMPLEX_REAL, the default,
  * in the DFT_PACKED_FORMAT DFT_CCS_FORMAT, DFT_PACK_FORMAT or
  * DFT_PERM_FORMAT) or as n/2 + 1 complex values (DFT_COMPLEX_COMPLEX). For

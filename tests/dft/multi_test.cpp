@@ -144,6 +144,29 @@ void random_tasks(uint64_t seed) {
 TEST(DftMulti, RandomShapesAgainstNaiveDouble) { random_tasks<double>(401); }
 TEST(DftMulti, RandomShapesAgainstNaiveSingle) { random_tasks<float>(402); }
 
+// Two threads allowed: the provider's stand-in runs every task cut into
+// shares through the tier's share entries (and commit takes the fixed limits
+// of several threads).
+TEST(DftMulti, TasksRunAsShares) {
+  struct Policy {
+    Policy() { zor_core_dft_policy(0, 2, 2); }
+    ~Policy() { zor_core_dft_policy(0, 1, 1); }
+  } two_threads;
+  Rng rng(410);
+  DftNode *d = make<double>(random_layout(rng, {4, 6}, false), 1.0, 1.0);
+  ASSERT_EQ(zor_fft_commit(d), 0);
+  EXPECT_EQ(d->threads, 2);
+  zor_fft_free(&d);
+  random_tasks<double>(408);
+  random_tasks<float>(409);
+  for (int64_t n : {1, 5, 64}) {
+    Layout l = random_layout(rng, {n}, true);
+    l.transforms = 3;
+    l.is = {1}, l.os = {1}, l.idist = n + 1, l.odist = n + 2;
+    check<double>(l, rng, true, 1.0);
+  }
+}
+
 // Unit strides, no padding, one transform: the direct two-dimensional path
 // and the fixed kernels of every length up to 1024 on the first axis.
 TEST(DftMulti, DenseTwoDimensional) {
