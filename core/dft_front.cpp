@@ -13,6 +13,7 @@
 namespace {
 
 using Create1d = int64_t (*)(DftNode **, int64_t);
+using CreateMd = int64_t (*)(DftNode **, int64_t, const int64_t *);
 
 bool valid(const DftNode *d) { return d && d->magic == DFT_MAGIC; }
 
@@ -35,9 +36,15 @@ ZOR_API int64_t zor_fft_create(DftNode **handle, int32_t precision, int32_t doma
   if (rank < 1 || !lengths) return DFT_INVALID_CONFIGURATION;
   if (precision != DFT_SINGLE && precision != DFT_DOUBLE) return DFT_INCONSISTENT_CONFIGURATION;
   if (domain != DFT_COMPLEX && domain != DFT_REAL) return DFT_INCONSISTENT_CONFIGURATION;
-  // Multi-dimensional transforms are not provided yet.
-  if (rank != 1) return DFT_UNIMPLEMENTED;
   const bool dbl = precision == DFT_DOUBLE;
+  if (rank != 1) {
+    // Real data of several dimensions is not provided yet.
+    if (domain == DFT_REAL) return DFT_UNIMPLEMENTED;
+    auto create_md = zor_core::tier_function<CreateMd>(dbl ? "zor_dft_dfti_create_dcmd" : "zor_dft_dfti_create_scmd");
+    if (!create_md) return DFT_INTERNAL_ERROR;
+    if (int64_t s = create_md(handle, rank, lengths)) return s;
+    return zor_core::dft_bless_node(*handle);
+  }
   auto create = zor_core::tier_function<Create1d>(domain == DFT_COMPLEX ? (dbl ? "zor_dft_dfti_create_dc1d" : "zor_dft_dfti_create_sc1d")
                                                                        : (dbl ? "zor_dft_dfti_create_dr1d" : "zor_dft_dfti_create_sr1d"));
   if (!create) return DFT_INTERNAL_ERROR;

@@ -1,9 +1,11 @@
 // Sequential stand-ins for the threading layer of the transforms: the
 // blessing of a node (its thread-policy services), the commit functions that
 // build the axis chain and end in the tier's commit core, and the hand-over
-// of a whole task, which runs on the calling thread through the tier's
-// driver.
+// of a whole task, which runs on the calling thread cut into shares through
+// the tier's share entries, so that the share arithmetic is exercised the
+// way a threading layer uses it.
 #include <atomic>
+#include <string>
 
 #include <zor/dft.h>
 #include <zor/dft_tier.h>
@@ -80,22 +82,94 @@ constexpr char kCoreDc2c1d[] = "zor_dft_commit_descriptor_core_d_c2c_1d";
 constexpr char kCoreSc2c1d[] = "zor_dft_commit_descriptor_core_s_c2c_1d";
 constexpr char kCoreDr2c1d[] = "zor_dft_commit_descriptor_core_d_r2c_1d";
 constexpr char kCoreSr2c1d[] = "zor_dft_commit_descriptor_core_s_r2c_1d";
+constexpr char kCoreDc2cMd[] = "zor_dft_commit_descriptor_core_d_c2c_md";
+constexpr char kCoreSc2cMd[] = "zor_dft_commit_descriptor_core_s_c2c_md";
 
-template <bool Double, bool Fwd>
-int64_t compute_par(DftNode **holder, void *in, void *, void *, void *) {
-  DftNode *node = *holder;
-  auto driver = zor_core::tier_function<Driver>(Double ? (Fwd ? "zor_dft_xzforward" : "zor_dft_xzbackward")
-                                                       : (Fwd ? "zor_dft_xcforward" : "zor_dft_xcbackward"));
-  return driver(node, in, node->transforms, node->workspace);
+// The tier's shares of a multi-dimensional task (see <zor/dft_tier.h>).
+using Lines = int64_t (*)(DftNode *, int64_t, void *, int64_t, int64_t, void *, int32_t);
+using LinesOut = int64_t (*)(DftNode *, int64_t, const void *, void *, int64_t, int64_t, void *, int32_t);
+using Slices = int64_t (*)(DftNode *, void *, int64_t, int64_t, void *, int32_t);
+using SlicesOut = int64_t (*)(DftNode *, const void *, void *, int64_t, int64_t, void *, int32_t);
+using Rows = int64_t (*)(const void *, void *, const int64_t *, const int64_t *, int64_t, int64_t, dft_axis_kernel,
+                         DftNode *, void *);
+using Columns = void (*)(void *, const int64_t *, const int64_t *, int64_t, int64_t, dft_axis_kernel, DftNode *,
+                         int64_t *, void *);
+
+// Runs [0, count) as two shares in turn, the way two threads would split it.
+template <class Run>
+int64_t in_two_shares(int64_t count, Run &&run) {
+  const int64_t half = count / 2;
+  if (int64_t s = run(0, half)) return s;
+  return run(half, count - half);
 }
 
-template <bool Double, bool Fwd>
-int64_t compute_out_par(DftNode **holder, void *in, void *out, void *, void *) {
+// A whole task as a threading layer runs it: each pass cut into shares, the
+// passes one after another (the barrier between them). Split storage goes to
+// the driver.
+template <bool Double, bool Fwd, bool Out>
+int64_t compute_in_shares(DftNode **holder, void *in, void *out, void *, void *) {
   DftNode *node = *holder;
-  auto driver = zor_core::tier_function<DriverOut>(
-      Double ? (Fwd ? "zor_dft_xzforward_out" : "zor_dft_xzbackward_out")
-             : (Fwd ? "zor_dft_xcforward_out" : "zor_dft_xcbackward_out"));
-  return driver(node, in, out, node->transforms, node->workspace);
+  const char p = Double ? 'z' : 'c';
+  auto name = [p](const char *rest) { return std::string("zor_dft_") + p + rest; };
+  if (node->complex_storage == DFT_REAL_REAL) {
+    if (Out) {
+      auto driver = zor_core::tier_function<DriverOut>(
+          (std::string("zor_dft_x") + p + (Fwd ? "forward_out" : "backward_out")).c_str());
+      return driver(node, in, out, node->transforms, node->workspace);
+    }
+    auto driver = zor_core::tier_function<Driver>((std::string("zor_dft_x") + p + (Fwd ? "forward" : "backward")).c_str());
+    return driver(node, in, node->transforms, node->workspace);
+  }
+  const int64_t element = Double ? 16 : 8;
+  char *x = static_cast<char *>(in) + node->input_offset * element;
+  char *y = Out ? static_cast<char *>(out) + node->output_offset * element : x;
+  void *ws = node->workspace;
+  const int32_t fwd = Fwd ? 1 : 0;
+  DftNode *axis[64];
+  int64_t rank = 0;
+  for (DftNode *a = node; a && rank < 64; a = a->next_axis) axis[rank++] = a;
+  auto lines_of = [&](int64_t a, bool from_input) {
+    const int64_t count = node->total_size / axis[a]->length * node->transforms;
+    if (from_input && Out) {
+      auto f = zor_core::tier_function<LinesOut>(name("1_nd_out_par").c_str());
+      return in_two_shares(count, [&](int64_t first, int64_t c) { return f(node, a, x, y, first, c, ws, fwd); });
+    }
+    auto f = zor_core::tier_function<Lines>(name("1_nd_par").c_str());
+    return in_two_shares(count, [&](int64_t first, int64_t c) { return f(node, a, y, first, c, ws, fwd); });
+  };
+  if (rank == 1) return lines_of(0, true);
+  if (rank == 2 && node->transforms > 1 && node->input_distance == 1) {
+    if (int64_t s = lines_of(0, true)) return s;
+    return lines_of(1, false);
+  }
+  if (rank == 2 && node->transforms == 1) {
+    const int slot = (Double ? 2 : 0) + (Fwd ? 1 : 0);
+    const int64_t is[2] = {node->input_stride, axis[1]->input_stride};
+    const int64_t os[2] = {node->output_stride, axis[1]->output_stride};
+    auto rows = zor_core::tier_function<Rows>(name("2_r_dft").c_str());
+    auto columns = zor_core::tier_function<Columns>(name("2_c_dft").c_str());
+    if (int64_t s = in_two_shares(axis[1]->length, [&](int64_t first, int64_t c) {
+          return rows(x, y, is, os, first, c, node->kernels[slot], node, ws);
+        }))
+      return s;
+    if (axis[1]->length <= 1) return DFT_NO_ERROR;
+    return in_two_shares(node->length, [&](int64_t first, int64_t c) {
+      int64_t status = 0;
+      columns(y, &os[0], &os[1], first, c, axis[1]->kernels[slot], node, &status, ws);
+      return status;
+    });
+  }
+  const int64_t slices = node->total_size / (node->length * axis[1]->length) * node->transforms;
+  int64_t s;
+  if (Out) {
+    auto f = zor_core::tier_function<SlicesOut>(name("2_nd_out_par").c_str());
+    s = in_two_shares(slices, [&](int64_t first, int64_t c) { return f(node, x, y, first, c, ws, fwd); });
+  } else {
+    auto f = zor_core::tier_function<Slices>(name("2_nd_par").c_str());
+    s = in_two_shares(slices, [&](int64_t first, int64_t c) { return f(node, y, first, c, ws, fwd); });
+  }
+  for (int64_t a = 2; a < rank && !s; ++a) s = lines_of(a, false);
+  return s;
 }
 
 }  // namespace
@@ -131,14 +205,16 @@ const DftThreadFunction kDftThreadFunctions[] = {
     {"zor_dft_commit_node_s_c2c_1d_omp", as_thread_fun(commit_node<kCoreSc2c1d>)},
     {"zor_dft_commit_node_d_r2c_1d_omp", as_thread_fun(commit_node<kCoreDr2c1d>)},
     {"zor_dft_commit_node_s_r2c_1d_omp", as_thread_fun(commit_node<kCoreSr2c1d>)},
-    {"zor_dft_compute_forward_z_par", as_thread_fun(compute_par<true, true>)},
-    {"zor_dft_compute_backward_z_par", as_thread_fun(compute_par<true, false>)},
-    {"zor_dft_compute_forward_c_par", as_thread_fun(compute_par<false, true>)},
-    {"zor_dft_compute_backward_c_par", as_thread_fun(compute_par<false, false>)},
-    {"zor_dft_compute_forward_z_out_par", as_thread_fun(compute_out_par<true, true>)},
-    {"zor_dft_compute_backward_z_out_par", as_thread_fun(compute_out_par<true, false>)},
-    {"zor_dft_compute_forward_c_out_par", as_thread_fun(compute_out_par<false, true>)},
-    {"zor_dft_compute_backward_c_out_par", as_thread_fun(compute_out_par<false, false>)},
+    {"zor_dft_commit_node_d_c2c_md_omp", as_thread_fun(commit_node<kCoreDc2cMd>)},
+    {"zor_dft_commit_node_s_c2c_md_omp", as_thread_fun(commit_node<kCoreSc2cMd>)},
+    {"zor_dft_compute_forward_z_par", as_thread_fun(compute_in_shares<true, true, false>)},
+    {"zor_dft_compute_backward_z_par", as_thread_fun(compute_in_shares<true, false, false>)},
+    {"zor_dft_compute_forward_c_par", as_thread_fun(compute_in_shares<false, true, false>)},
+    {"zor_dft_compute_backward_c_par", as_thread_fun(compute_in_shares<false, false, false>)},
+    {"zor_dft_compute_forward_z_out_par", as_thread_fun(compute_in_shares<true, true, true>)},
+    {"zor_dft_compute_backward_z_out_par", as_thread_fun(compute_in_shares<true, false, true>)},
+    {"zor_dft_compute_forward_c_out_par", as_thread_fun(compute_in_shares<false, true, true>)},
+    {"zor_dft_compute_backward_c_out_par", as_thread_fun(compute_in_shares<false, false, true>)},
     {nullptr, nullptr},
 };
 

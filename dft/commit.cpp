@@ -23,6 +23,7 @@
 #include "dft/fixed.hpp"
 #include "dft/four_step.hpp"
 #include "dft/late.hpp"
+#include "dft/multi.hpp"
 #include "dft/node.hpp"
 #include "dft/plan.hpp"
 
@@ -214,12 +215,17 @@ template <class R>
 int64_t commit_threaded(DftMethod *m, DftNode *n) {
   return commit_through(m, n, sizeof(R) == 8 ? commit_node_d_c2c_1d_cell : commit_node_s_c2c_1d_cell);
 }
+template <class R>
+int64_t commit_threaded_md(DftMethod *m, DftNode *n) {
+  return commit_through(m, n, sizeof(R) == 8 ? commit_node_d_c2c_md_cell : commit_node_s_c2c_md_cell);
+}
 
 DftMethod split_per_axis = {commit_split_per_axis, split_release};
 DftMethod split_batch = {commit_split_batch, split_release};
 template <class R> DftMethod split_direct = {commit_split_direct<R>, split_release};
 template <class R> DftMethod small_plan = {commit_small_plan<R>, nullptr};
 template <class R> DftMethod threaded_node = {commit_threaded<R>, nullptr};
+template <class R> DftMethod threaded_node_md = {commit_threaded_md<R>, nullptr};
 
 // ---------------------------------------------------------------- the core
 
@@ -316,8 +322,30 @@ int64_t build_axis_plan(DftNode *ax, int kind) {
   return DFT_NO_ERROR;
 }
 
+// Largest power of two the fixed kernels take on an axis. One dimension:
+// out of place with unit strides 1024 alone, else 128 below rank 3 and
+// 64 / 32 above; in place or strided 1024 alone, else 128. Several axes
+// (axes count from 0, as axis_index does): out of place with unit strides,
+// alone 1024 / 256 at rank 1 / 2, else 128 below rank 3; in place or
+// strided, alone 1024 at rank 1, 512 on axis 0 and 256 on axis 1 at rank 2;
+// else 128 / 64 at rank 1 / 2. From rank 3 on, 64 on axis 1 and 32 on the
+// others, except in place alone: 256 on axis 1 and 512 on the others.
+int64_t fixed_limit(const DftNode *root, const DftNode *ax, int64_t index, bool md, bool out_unit) {
+  const bool alone = root->threads < 2 && root->user_threads < 2;
+  const int32_t rank = root->rank;
+  const int64_t deep = index == 1 ? 64 : 32;
+  if (!md) return out_unit ? (alone ? 1024 : rank < 3 ? 128 : deep) : (alone ? 1024 : 128);
+  (void)ax;
+  if (out_unit) {
+    if (alone) return rank == 1 ? 1024 : rank == 2 ? 256 : deep;
+    return rank < 3 ? 128 : deep;
+  }
+  if (alone) return rank == 1 ? 1024 : rank == 2 ? (index == 0 ? 512 : 256) : (index == 1 ? 256 : 512);
+  return rank == 1 ? 128 : rank == 2 ? 64 : deep;
+}
+
 template <class R>
-int64_t commit_axis(DftNode *root, DftNode *ax, int64_t index) {
+int64_t commit_axis(DftNode *root, DftNode *ax, int64_t index, bool md) {
   constexpr bool dbl = sizeof(R) == 8;
   if (ax != root) {
     ax->input_offset = root->input_offset;
@@ -386,13 +414,13 @@ int64_t commit_axis(DftNode *root, DftNode *ax, int64_t index) {
     return DFT_NO_ERROR;
   }
   if (pow2) {
-    const bool out_unit = ax->placement == DFT_NOT_INPLACE && unit;
-    const bool alone = root->threads < 2 && root->user_threads < 2;
-    int64_t fixed_limit;
-    if (!dbl) fixed_limit = 4;
-    else if (out_unit) fixed_limit = alone ? 1024 : root->rank < 3 ? 128 : index == 1 ? 64 : 32;
-    else fixed_limit = alone ? 1024 : 128;
-    if (unit && n >= 2 && n <= fixed_limit) {
+    // Several axes: the lines of the other axes reach the kernels through
+    // buffers, so the first axis's strides decide.
+    const bool root_unit = root->input_stride == 1 && root->output_stride == 1;
+    const bool fixed_ok = md ? root_unit : unit;
+    const bool out_unit = ax->placement == DFT_NOT_INPLACE && (md ? root_unit : unit);
+    const int64_t limit_here = dbl ? fixed_limit(root, ax, index, md, out_unit) : 4;
+    if (fixed_ok && n >= 2 && n <= limit_here) {
       ax->uses_plan = 0;
       ax->kernels[fwd] = fixed_axis_kernel<R, true>(n);
       ax->kernels[bwd] = fixed_axis_kernel<R, false>(n);
@@ -411,20 +439,44 @@ int64_t commit_axis(DftNode *root, DftNode *ax, int64_t index) {
   return build_axis_plan<R>(ax, kind);
 }
 
-template <class R>
-int64_t core_c2c_1d(DftNode *root) {
+// Thread-limit functions of the multi-dimensional cores.
+int64_t limit_small_md(DftNode *n, int64_t element) {
+  if (n->transforms >= 2) return limit_small_batch(n, element);
+  return n->rank >= 2 && n->total_size < 343 ? 1 : 0;
+}
+int64_t limit_md_sqrt(DftNode *n, int64_t element) {
+  if (n->rank != 1 && n->total_size >= 343) {
+    int64_t processors = service_or(n, 2, 1);
+    int64_t t = processors >= 4 ? 8192 : 32000;
+    if (n->total_size < t && processors >= 2) return processors;
+  }
+  return limit_sqrt_rule(n, element);
+}
+int64_t limit_2d_single(DftNode *n, int64_t) {
+  if (n->rank != 2 || n->user_threads != 1 || n->transforms != 1) return 0;
+  const int64_t t = n->total_size;
+  return (!is_pow2(t) && t < 343) || (is_pow2(t) && t < 2048) ? 1 : 0;
+}
+constexpr ThreadLimit kLimitsMd[] = {limit_2d_single, limit_md_sqrt, limit_small_md, limit_none, limit_none};
+
+template <class R, bool Md>
+int64_t core_c2c(DftNode *root) {
   const int p = precision_index<R>;
-  if (root->transforms == 1 && !root->kernels[4 + 2 * p] && !root->kernels[5 + 2 * p] &&
-      !root->kernels_2d[2 * p] && !root->kernels_2d[2 * p + 1])
+  const bool no_2d = !root->kernels_2d[2 * p] && !root->kernels_2d[2 * p + 1];
+  if (Md ? root->rank == 1 && root->transforms == 1 && no_2d
+         : root->transforms == 1 && !root->kernels[4 + 2 * p] && !root->kernels[5 + 2 * p] && no_2d)
     root->threads = 1;
+  if (Md && root->rank > kMaxAxes) return DFT_UNIMPLEMENTED;
   if (int64_t s = reserve_user_slots(root)) return s;
   if (root->commit_hooks_enabled)
-    for (ThreadLimit f : kLimits1d) {
+    for (ThreadLimit f : Md ? kLimitsMd : kLimits1d) {
       if (root->threads == 1) break;
       int64_t t = f(root, int64_t(2 * sizeof(R)));
       if (t >= 1 && t < root->threads) root->threads = int32_t(t);
     }
   root->flags &= uint8_t(~DFT_FLAG_DIRECT_2D);
+  if (Md && root->rank == 2 && root->user_threads == 1 && root->threads == 1 && root->transforms == 1)
+    root->flags |= DFT_FLAG_DIRECT_2D;
   if (root->rank == 1 && root->input_stride == 1 && root->output_stride == 1 && root->transforms == 1) {
     if (root->threads == 1) root->flags |= DFT_FLAG_SINGLE_THREAD_DIRECT;
     else root->flags &= uint8_t(~DFT_FLAG_SINGLE_THREAD_DIRECT);
@@ -437,10 +489,10 @@ int64_t core_c2c_1d(DftNode *root) {
     if (root->user_threads == 1) root->flags &= uint8_t(~DFT_FLAG_CALL_KERNEL_DIRECTLY);
   }
   root->max_work_size = 0;
-  if (!(root->transforms < 2 && root->threads != 1)) {
+  if (!(root->rank == 1 && root->transforms < 2 && root->threads != 1)) {
     int64_t index = 0;
     for (DftNode *ax = root; ax; ax = ax->next_axis, ++index) {
-      int64_t s = commit_axis<R>(root, ax, index);
+      int64_t s = commit_axis<R>(root, ax, index, Md);
       if (s) {
         ax->next_axis = nullptr;
         uncommit(root);
@@ -454,6 +506,12 @@ int64_t core_c2c_1d(DftNode *root) {
   if (root->complex_storage == DFT_REAL_REAL) {
     if (root->placement == DFT_NOT_INPLACE) finish(root, entry_split_out<R, true>, entry_split_out<R, false>);
     else finish(root, entry_split_in<R, true>, entry_split_in<R, false>);
+  } else if (Md && root->rank != 1) {
+    const bool out = root->placement == DFT_NOT_INPLACE;
+    if (root->rank == 2)
+      root->kernels_2d[2 * p] = root->kernels_2d[2 * p + 1] = out ? dft2d_out_routine<R>() : dft2d_in_routine<R>();
+    if (out) finish(root, md_entry_out<R, true>, md_entry_out<R, false>);
+    else finish(root, md_entry_in<R, true>, md_entry_in<R, false>);
   } else {
     if (root->placement == DFT_NOT_INPLACE) finish(root, entry_out<R, true>, entry_out<R, false>);
     else finish(root, entry_in<R, true>, entry_in<R, false>);
@@ -483,12 +541,24 @@ DftMethod *const method_list_sc1d[] = {
     &threaded_node<float>,
     nullptr,
 };
+DftMethod *const method_list_dcmd[] = {
+    &split_per_axis, &split_batch, &split_direct<double>, &threaded_node_md<double>, nullptr,
+};
+DftMethod *const method_list_scmd[] = {
+    &split_per_axis, &split_batch, &split_direct<float>, &threaded_node_md<float>, nullptr,
+};
 
 }  // namespace zor::dft
 
 ZOR_API int64_t zor_dft_commit_descriptor_core_d_c2c_1d(DftNode *root) {
-  return zor::dft::core_c2c_1d<double>(root);
+  return zor::dft::core_c2c<double, false>(root);
 }
 ZOR_API int64_t zor_dft_commit_descriptor_core_s_c2c_1d(DftNode *root) {
-  return zor::dft::core_c2c_1d<float>(root);
+  return zor::dft::core_c2c<float, false>(root);
+}
+ZOR_API int64_t zor_dft_commit_descriptor_core_d_c2c_md(DftNode *root) {
+  return zor::dft::core_c2c<double, true>(root);
+}
+ZOR_API int64_t zor_dft_commit_descriptor_core_s_c2c_md(DftNode *root) {
+  return zor::dft::core_c2c<float, true>(root);
 }

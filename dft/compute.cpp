@@ -20,6 +20,7 @@
 #include "frame/memory.hpp"
 #include "dft/late.hpp"
 #include "dft/lines.hpp"
+#include "dft/multi.hpp"
 #include "dft/node.hpp"
 #include "dft/plan.hpp"
 
@@ -58,6 +59,40 @@ int64_t block_group(DftNode *node, const cplx<R> *in, int64_t in_dist, int64_t i
   return DFT_NO_ERROR;
 }
 
+}  // namespace
+
+template <class R>
+int64_t block_lines(DftNode *node, const cplx<R> *in, int64_t in_dist, int64_t in_stride, cplx<R> *out,
+                    int64_t out_dist, int64_t out_stride, dft_axis_kernel k, int64_t count, int block, cplx<R> *rows,
+                    int64_t pitch, void *ws) {
+  int64_t l = 0, s = 0;
+  auto at_in = [&](int64_t line) { return in + line * in_dist; };
+  auto at_out = [&](int64_t line) { return out + line * out_dist; };
+  auto group = [&](int w) {
+    switch (w) {
+      case 8: return block_group<R, 8>(node, at_in(l), in_dist, in_stride, at_out(l), out_dist, out_stride, k, rows, pitch, ws);
+      case 4: return block_group<R, 4>(node, at_in(l), in_dist, in_stride, at_out(l), out_dist, out_stride, k, rows, pitch, ws);
+      case 2: return block_group<R, 2>(node, at_in(l), in_dist, in_stride, at_out(l), out_dist, out_stride, k, rows, pitch, ws);
+      default: return block_group<R, 1>(node, at_in(l), in_dist, in_stride, at_out(l), out_dist, out_stride, k, rows, pitch, ws);
+    }
+  };
+  if (block > 1)
+    for (; count - l >= block; l += block)
+      if ((s = group(block))) return s;
+  if (block == 8 && count - l >= 4) {
+    if ((s = group(4))) return s;
+    l += 4;
+  }
+  if (block > 1)
+    for (; count - l >= 2; l += 2)
+      if ((s = group(2))) return s;
+  for (; l < count; ++l)
+    if ((s = group(1))) return s;
+  return s;
+}
+
+namespace {
+
 // `count` lines of `length` elements: line l starts at in + l in_dist
 // (out + l out_dist), its elements `stride` apart.
 template <class R>
@@ -66,35 +101,12 @@ int64_t block_worker(DftNode *node, const cplx<R> *in, int64_t in_dist, int64_t 
   using E = cplx<R>;
   const int64_t n = node->length;
   const int block = count <= 16384 && n <= 32 ? 4 : 8;
-  const int64_t pitch = (n * int64_t(sizeof(E)) + 15) / 16 * 16 / int64_t(sizeof(E));
+  const int64_t pitch = row_pitch<R>(n);
   const int64_t rows_count = count < block ? count : block;
-  const int32_t align = work_alignment();
-  frame::PooledBuffer buffer(uint64_t(rows_count * pitch) * sizeof(E) + 16, align);
+  frame::PooledBuffer buffer(uint64_t(rows_count * pitch) * sizeof(E) + 16, work_alignment());
   if (!buffer.get()) return DFT_MEMORY_ERROR;
-  E *rows = align_up<E>(buffer.get(), 16);
-  int64_t l = 0, s = 0;
-  auto at_in = [&](int64_t line) { return in + line * in_dist; };
-  auto at_out = [&](int64_t line) { return out + line * out_dist; };
-  for (; count - l >= block; l += block) {
-    s = block == 8 ? block_group<R, 8>(node, at_in(l), in_dist, in_stride, at_out(l), out_dist, out_stride, k, rows,
-                                       pitch, ws)
-                   : block_group<R, 4>(node, at_in(l), in_dist, in_stride, at_out(l), out_dist, out_stride, k, rows,
-                                       pitch, ws);
-    if (s) return s;
-  }
-  if (block == 8 && count - l >= 4) {
-    if ((s = block_group<R, 4>(node, at_in(l), in_dist, in_stride, at_out(l), out_dist, out_stride, k, rows, pitch,
-                               ws)))
-      return s;
-    l += 4;
-  }
-  for (; count - l >= 2; l += 2)
-    if ((s = block_group<R, 2>(node, at_in(l), in_dist, in_stride, at_out(l), out_dist, out_stride, k, rows, pitch,
-                               ws)))
-      return s;
-  if (l < count)
-    s = block_group<R, 1>(node, at_in(l), in_dist, in_stride, at_out(l), out_dist, out_stride, k, rows, pitch, ws);
-  return s;
+  return block_lines<R>(node, in, in_dist, in_stride, out, out_dist, out_stride, k, count, block,
+                        align_up<E>(buffer.get(), 16), pitch, ws);
 }
 
 // ---------------------------------------------------------------- split lines
@@ -245,7 +257,7 @@ int64_t driver_in(DftNode *node, void *data, int64_t transforms, void *ws) {
     R *re = pair[0] + node->input_offset, *im = pair[1] + node->input_offset;
     return split_lines<R>(node, re, im, dist, stride, re, im, dist, stride, transforms, k, ws);
   }
-  if (node->rank != 1) return DFT_UNIMPLEMENTED;
+  if (node->rank != 1) return md_driver<R, Fwd>(node, data, nullptr, transforms, ws);
   E *x = static_cast<E *>(data) + node->input_offset;
   if (dist == 1 && n != 1) return block_worker<R>(node, x, 1, stride, x, 1, stride, k, transforms, ws);
   if (stride == 1) {
@@ -277,7 +289,7 @@ int64_t driver_out(DftNode *node, void *in, void *out, int64_t transforms, void 
     return split_lines<R>(node, a[0] + node->input_offset, a[1] + node->input_offset, id, is,
                           b[0] + node->output_offset, b[1] + node->output_offset, od, os, transforms, k, ws);
   }
-  if (node->rank != 1) return DFT_UNIMPLEMENTED;
+  if (node->rank != 1) return md_driver<R, Fwd>(node, in, out, transforms, ws);
   const E *x = static_cast<const E *>(in) + node->input_offset;
   E *y = static_cast<E *>(out) + node->output_offset;
   if (id == 1 && n != 1) return block_worker<R>(node, x, id, is, y, od, os, k, transforms, ws);
@@ -512,6 +524,10 @@ ZOR_DFT_COMPUTE_INSTANCES(double, false)
 ZOR_DFT_COMPUTE_INSTANCES(float, true)
 ZOR_DFT_COMPUTE_INSTANCES(float, false)
 #undef ZOR_DFT_COMPUTE_INSTANCES
+template int64_t block_lines<double>(DftNode *, const cplx<double> *, int64_t, int64_t, cplx<double> *, int64_t,
+                                     int64_t, dft_axis_kernel, int64_t, int, cplx<double> *, int64_t, void *);
+template int64_t block_lines<float>(DftNode *, const cplx<float> *, int64_t, int64_t, cplx<float> *, int64_t, int64_t,
+                                    dft_axis_kernel, int64_t, int, cplx<float> *, int64_t, void *);
 template int64_t table_kernel<true>(void *, void *, DftNode *, void *);
 template int64_t table_kernel<false>(void *, void *, DftNode *, void *);
 

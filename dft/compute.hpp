@@ -40,6 +40,22 @@ template <class R, bool Fwd> dft_axis_kernel fixed_axis_kernel(int64_t n);
 template <bool Fwd> int64_t table_kernel(void *in, void *out, DftNode *node, void *ws);
 template <class R, bool Fwd> int64_t chirp_kernel(void *in, void *out, DftNode *node, void *ws);
 
+// Lines through a buffer, `block` at a time (8, 4, 2 or 1): `count` lines of
+// node->length elements, line l at in + l in_dist (out + l out_dist), its
+// elements `stride` apart; each group is gathered into rows `pitch` elements
+// apart, transformed row by row with k, and scattered. A block of 8 leaves a
+// group of 4 first when four or more lines remain; then pairs, then one line.
+// rows holds block * pitch elements, 16-byte aligned.
+template <class R>
+int64_t block_lines(DftNode *node, const cplx<R> *in, int64_t in_dist, int64_t in_stride, cplx<R> *out,
+                    int64_t out_dist, int64_t out_stride, dft_axis_kernel k, int64_t count, int block, cplx<R> *rows,
+                    int64_t pitch, void *ws);
+// Elements between buffer rows of n elements: rows never share 16 bytes.
+template <class R>
+constexpr int64_t row_pitch(int64_t n) {
+  return (n * int64_t(sizeof(cplx<R>)) + 15) / 16 * 16 / int64_t(sizeof(cplx<R>));
+}
+
 // Compute entries. Complex interleaved: in place (node, data), out of place
 // (node, in, out); split: (node, re, im) and (node, in re, in im, out re,
 // out im).

@@ -338,8 +338,22 @@ int64_t create_1d(DftNode **handle, int64_t length, int32_t precision, int32_t d
   if (s == DFT_NO_ERROR) (*handle)->method_list = const_cast<DftMethod **>(list);
   return s;
 }
+int64_t create_md(DftNode **handle, int64_t rank, const int64_t *lengths, int32_t precision, int32_t domain,
+                  DftMethod *const *list) {
+  if (!handle) return DFT_INCONSISTENT_CONFIGURATION;
+  if (rank < 1 || !lengths) return DFT_INVALID_CONFIGURATION;
+  int64_t s = zor_dft_dfti_create_node(handle, precision, domain, rank, lengths);
+  if (s == DFT_NO_ERROR) (*handle)->method_list = const_cast<DftMethod **>(list);
+  return s;
+}
 }  // namespace
 
+ZOR_API int64_t zor_dft_dfti_create_dcmd(DftNode **handle, int64_t rank, const int64_t *lengths) {
+  return create_md(handle, rank, lengths, DFT_DOUBLE, DFT_COMPLEX, method_list_dcmd);
+}
+ZOR_API int64_t zor_dft_dfti_create_scmd(DftNode **handle, int64_t rank, const int64_t *lengths) {
+  return create_md(handle, rank, lengths, DFT_SINGLE, DFT_COMPLEX, method_list_scmd);
+}
 ZOR_API int64_t zor_dft_dfti_create_dc1d(DftNode **handle, int64_t length) {
   return create_1d(handle, length, DFT_DOUBLE, DFT_COMPLEX, method_list_dc1d);
 }

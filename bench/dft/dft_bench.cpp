@@ -7,7 +7,9 @@
 // alternately in one process; the rate is 5 n log2 n / time (Mflop/s). The
 // program first compares with FFTW as installed, then runs itself again in a
 // child with a shim preloaded that makes FFTW plan with SSE2 codelets only;
-// each section prints the codelet kinds FFTW chose.
+// each section prints the codelet kinds FFTW chose. Complex transforms of
+// two and three dimensions, double, in place, come first
+// (ZOR_DFT_BENCH_ONLY=md runs only those).
 #include <fftw3.h>
 
 #include <cmath>
@@ -172,7 +174,52 @@ void real_row(int64_t n, const char *peer_name) {
   fftw_free(y);
 }
 
+// Complex transforms of several dimensions, double, forward, in place; the
+// first length is that of the contiguous axis (FFTW's last).
+void md_row(std::vector<int64_t> len, const char *peer_name) {
+  int64_t total = 1;
+  std::vector<int> rev;
+  for (int64_t n : len) total *= n, rev.insert(rev.begin(), int(n));
+  auto *x = static_cast<std::complex<double> *>(fftw_malloc(sizeof(std::complex<double>) * size_t(total)));
+  fftw_plan p = fftw_plan_dft(int(len.size()), rev.data(), reinterpret_cast<fftw_complex *>(x),
+                              reinterpret_cast<fftw_complex *>(x), FFTW_FORWARD, FFTW_MEASURE);
+  for (int64_t k = 0; k < total; ++k) x[k] = {std::sin(0.1 * double(k)) * 1e-3, 1e-3};
+  DftNode *d = nullptr;
+  zor_fft_create(&d, DFT_DOUBLE, DFT_COMPLEX, int64_t(len.size()), len.data());
+  if (int64_t s = zor_fft_commit(d)) {
+    std::printf("commit failed with %lld\n", static_cast<long long>(s));
+    return;
+  }
+  double ours = 1e30, theirs = 1e30;
+  for (int r = 0; r < 5; ++r) {
+    ours = std::min(ours, best_seconds([&] { zor_fft_forward(d, x); }, 3, 0.05));
+    theirs = std::min(theirs, best_seconds([&] { fftw_execute(p); }, 3, 0.05));
+  }
+  const double flops = 5.0 * double(total) * std::log2(double(total)) * 1e-6;
+  std::string shape;
+  for (int64_t n : len) shape += (shape.empty() ? "" : "x") + std::to_string(n);
+  std::string what = "z " + shape;
+  std::string name = std::string(peer_name) + " (" + kinds_of(fftw_sprint_plan(p)) + ")";
+  zor::bench::report(what.c_str(), "Mflop/s", flops / ours, flops / theirs, name.c_str());
+  const std::string group = "z forward in place, rank " + std::to_string(len.size());
+  zor::bench::record("dft", group, long(total), "ours", flops / ours, "Mflop/s");
+  zor::bench::record("dft", group, long(total), peer_name, flops / theirs, "Mflop/s");
+  zor_fft_free(&d);
+  fftw_destroy_plan(p);
+  fftw_free(x);
+}
+
+void md_section(const char *peer_name) {
+  for (auto len : std::vector<std::vector<int64_t>>{{256, 256}, {1000, 1000}, {1024, 1024}, {64, 64, 64}})
+    md_row(len, peer_name);
+}
+
 void section(const char *peer_name) {
+  if (const char *only = std::getenv("ZOR_DFT_BENCH_ONLY"); only && std::strcmp(only, "md") == 0) {
+    md_section(peer_name);
+    return;
+  }
+  md_section(peer_name);
   for (int64_t n : {64, 1024, 4096, 1 << 16, 1 << 20, 1000, 59049, 10007}) row<double>(n, peer_name);
   for (int64_t n : {1024, 4096}) row<float>(n, peer_name);
   for (int64_t n : {1 << 18, 1 << 20, 1 << 22, 1 << 24}) four_step_row(n, peer_name);

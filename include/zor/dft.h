@@ -17,9 +17,9 @@
  * back to uncommitted (setting a scale to the value it has excepted).
  *
  * This front lives in the provider library (libzor_core.so); it drives the
- * tier's descriptors. One-dimensional transforms in single and double
- * precision, in place or not, batched, strided: complex data interleaved or
- * split; real data (domain DFT_REAL) with its conjugate-even spectrum either
+ * tier's descriptors. Transforms in single and double precision, in place
+ * or not, batched, strided: complex data interleaved (any rank) or split
+ * (rank 1); real data (domain DFT_REAL) with its conjugate-even spectrum either
  * in a real array (DFT_CONJUGATE_EVEN_STORAGE DFT_COMPLEX_REAL, the default,
  * in the DFT_PACKED_FORMAT DFT_CCS_FORMAT, DFT_PACK_FORMAT or
  * DFT_PERM_FORMAT) or as n/2 + 1 complex values (DFT_COMPLEX_COMPLEX). For
@@ -35,7 +35,8 @@
 #include <zor/export.h>
 
 /* precision: DFT_SINGLE or DFT_DOUBLE; domain: DFT_COMPLEX or DFT_REAL;
-   rank 1 and one length. *handle receives the descriptor. */
+   `rank` lengths, the first that of the contiguous axis (real data: rank 1
+   only for now). *handle receives the descriptor. */
 ZOR_API int64_t zor_fft_create(DftNode **handle, int32_t precision, int32_t domain, int64_t rank,
                                const int64_t *lengths);
 
@@ -48,7 +49,9 @@ ZOR_API int64_t zor_fft_set_value(DftNode *handle, int64_t parameter, int64_t va
 /* parameter DFT_FORWARD_SCALE or DFT_BACKWARD_SCALE */
 ZOR_API int64_t zor_fft_set_scale(DftNode *handle, int64_t parameter, double value);
 ZOR_API int64_t zor_fft_get_scale(DftNode *handle, int64_t parameter, double *value);
-/* strides[0] is the offset in elements, strides[1] the stride of the axis */
+/* strides[0] is the offset in elements, strides[1 .. rank] the strides of
+   the axes; by default the first axis is contiguous and each further one
+   steps by the product of the lengths before it. */
 ZOR_API int64_t zor_fft_set_input_strides(DftNode *handle, const int64_t *strides);
 ZOR_API int64_t zor_fft_set_output_strides(DftNode *handle, const int64_t *strides);
 ZOR_API int64_t zor_fft_set_input_distance(DftNode *handle, int64_t distance);

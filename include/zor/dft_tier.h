@@ -16,6 +16,10 @@ ZOR_API int64_t zor_dft_dfti_create_sc1d(DftNode **handle, int64_t length);
 /* Real forward domain, one dimension. */
 ZOR_API int64_t zor_dft_dfti_create_dr1d(DftNode **handle, int64_t length);
 ZOR_API int64_t zor_dft_dfti_create_sr1d(DftNode **handle, int64_t length);
+/* Several dimensions: `rank` lengths, the first the contiguous axis. 3 for a
+   null handle, 2 for a rank below 1 or a zero length. */
+ZOR_API int64_t zor_dft_dfti_create_dcmd(DftNode **handle, int64_t rank, const int64_t *lengths);
+ZOR_API int64_t zor_dft_dfti_create_scmd(DftNode **handle, int64_t rank, const int64_t *lengths);
 /* The common worker: precision 35 or 36, domain 32 or 33, rank lengths. */
 ZOR_API int64_t zor_dft_dfti_create_node(DftNode **handle, int32_t precision, int32_t domain, int64_t rank,
                                          const int64_t *lengths);
@@ -35,6 +39,8 @@ ZOR_API int64_t zor_dft_commit_descriptor_core_d_c2c_1d(DftNode *root);
 ZOR_API int64_t zor_dft_commit_descriptor_core_s_c2c_1d(DftNode *root);
 ZOR_API int64_t zor_dft_commit_descriptor_core_d_r2c_1d(DftNode *root);
 ZOR_API int64_t zor_dft_commit_descriptor_core_s_r2c_1d(DftNode *root);
+ZOR_API int64_t zor_dft_commit_descriptor_core_d_c2c_md(DftNode *root);
+ZOR_API int64_t zor_dft_commit_descriptor_core_s_c2c_md(DftNode *root);
 
 /* ---------------------------------------------------------------- drivers */
 /* The batch of a committed node on the calling thread: `transforms` lines,
@@ -73,6 +79,77 @@ ZOR_API int64_t zor_dft_xdzforward_out(DftNode *node, void *in, void *out, int64
 ZOR_API int64_t zor_dft_xzdbackward_out(DftNode *node, void *in, void *out, int64_t transforms, void *workspace);
 ZOR_API int64_t zor_dft_xscforward_out(DftNode *node, void *in, void *out, int64_t transforms, void *workspace);
 ZOR_API int64_t zor_dft_xcsbackward_out(DftNode *node, void *in, void *out, int64_t transforms, void *workspace);
+
+/* ---------------------------------------------------------------- several dimensions
+   A two-dimensional transform in place: the row pass along `node` (L0 points
+   first_stride apart, rows second_stride apart) with first_kernel, then,
+   when the next axis is longer than 1, the column pass along node->next_axis
+   with second_kernel, by blocks of 4 columns (block_mode 2) or 8 (3) when
+   the first stride is 1 (then the mode is 2). 1 when the buffer cannot be
+   had, else the first non-zero kernel status. */
+ZOR_API int64_t zor_dft_xzdft2d(void *data, const int64_t *first_stride, const int64_t *second_stride,
+                                dft_axis_kernel first_kernel, dft_axis_kernel second_kernel, DftNode *node,
+                                void *workspace, int64_t block_mode);
+ZOR_API int64_t zor_dft_xcdft2d(void *data, const int64_t *first_stride, const int64_t *second_stride,
+                                dft_axis_kernel first_kernel, dft_axis_kernel second_kernel, DftNode *node,
+                                void *workspace, int64_t block_mode);
+
+/* Shares of a multi-dimensional task, called back by the threading layer. A
+   share is a start and a count; data pointers come with the node's offsets
+   added; `forward` 1 or 0 picks each axis's kernel; `workspace` is the
+   thread's share of the node's workspace. Passes in place on one array use
+   the output strides and distance (equal to the input ones in place); the
+   _out forms read with the input ones and write with the output ones.
+   z is double, c single.
+
+   ?1_nd_par: lines first .. first + count - 1 of axis `axis` (0 is the
+   root), numbered over the other axes and the batch with the neighbour of
+   smallest input distance fastest; total_size / length of the axis *
+   transforms lines in all.
+   ?2_nd_par: two-dimensional slices first .. first + count - 1 (the first
+   two axes for each position of axes 2 on, then of the batch, axis 2
+   fastest); total_size / (L0 L1) * transforms slices in all.
+   ?2_r_dft: rows first .. first + count - 1 of a two-dimensional array
+   along `node` (row j at in + j in_strides[1], its points in_strides[0]
+   apart; likewise out; out may be in) with `kernel`.
+   ?2_c_dft: columns first .. first + count - 1 along node->next_axis in
+   place (column i at data + i first_stride, its points second_stride
+   apart); ?2_c_out_dft from in to out. These two store their status
+   through `status` (0, 1 when the buffer cannot be had, or the kernel's). */
+ZOR_API int64_t zor_dft_z1_nd_par(DftNode *root, int64_t axis, void *data, int64_t first, int64_t count,
+                                  void *workspace, int32_t forward);
+ZOR_API int64_t zor_dft_z1_nd_out_par(DftNode *root, int64_t axis, const void *in, void *out, int64_t first,
+                                      int64_t count, void *workspace, int32_t forward);
+ZOR_API int64_t zor_dft_z2_nd_par(DftNode *root, void *data, int64_t first, int64_t count, void *workspace,
+                                  int32_t forward);
+ZOR_API int64_t zor_dft_z2_nd_out_par(DftNode *root, const void *in, void *out, int64_t first, int64_t count,
+                                      void *workspace, int32_t forward);
+ZOR_API int64_t zor_dft_z2_r_dft(const void *in, void *out, const int64_t *in_strides, const int64_t *out_strides,
+                                 int64_t first, int64_t count, dft_axis_kernel kernel, DftNode *node,
+                                 void *workspace);
+ZOR_API void zor_dft_z2_c_dft(void *data, const int64_t *first_stride, const int64_t *second_stride, int64_t first,
+                              int64_t count, dft_axis_kernel kernel, DftNode *node, int64_t *status,
+                              void *workspace);
+ZOR_API void zor_dft_z2_c_out_dft(const void *in, void *out, const int64_t *in_strides, const int64_t *out_strides,
+                                  int64_t first, int64_t count, dft_axis_kernel kernel, DftNode *node,
+                                  int64_t *status, void *workspace);
+ZOR_API int64_t zor_dft_c1_nd_par(DftNode *root, int64_t axis, void *data, int64_t first, int64_t count,
+                                  void *workspace, int32_t forward);
+ZOR_API int64_t zor_dft_c1_nd_out_par(DftNode *root, int64_t axis, const void *in, void *out, int64_t first,
+                                      int64_t count, void *workspace, int32_t forward);
+ZOR_API int64_t zor_dft_c2_nd_par(DftNode *root, void *data, int64_t first, int64_t count, void *workspace,
+                                  int32_t forward);
+ZOR_API int64_t zor_dft_c2_nd_out_par(DftNode *root, const void *in, void *out, int64_t first, int64_t count,
+                                      void *workspace, int32_t forward);
+ZOR_API int64_t zor_dft_c2_r_dft(const void *in, void *out, const int64_t *in_strides, const int64_t *out_strides,
+                                 int64_t first, int64_t count, dft_axis_kernel kernel, DftNode *node,
+                                 void *workspace);
+ZOR_API void zor_dft_c2_c_dft(void *data, const int64_t *first_stride, const int64_t *second_stride, int64_t first,
+                              int64_t count, dft_axis_kernel kernel, DftNode *node, int64_t *status,
+                              void *workspace);
+ZOR_API void zor_dft_c2_c_out_dft(const void *in, void *out, const int64_t *in_strides, const int64_t *out_strides,
+                                  int64_t first, int64_t count, dft_axis_kernel kernel, DftNode *node,
+                                  int64_t *status, void *workspace);
 
 /* ---------------------------------------------------------------- four steps
    A long transform as an m2-by-m1 problem (the record DftFourStep). z is

@@ -1,0 +1,35 @@
+// Transforms of rank 2 and above: the two-dimensional routines, the walks
+// over slices and lines, and the compute entries of multi-dimensional nodes.
+#pragma once
+#include <cstdint>
+
+#include <zor/dft_records.h>
+
+#include "dft/compute.hpp"
+
+namespace zor::dft {
+
+// Axes a multi-dimensional node may have (lengths of 1 are dropped, so no
+// real task comes near).
+constexpr int32_t kMaxAxes = 64;
+
+// The two-dimensional routines as kernels_2d holds them: in place
+// (data, &first_stride, &second_stride, first_kernel, second_kernel, node,
+// workspace, block_mode) and out of place (in, out, in_strides[2],
+// out_strides[2], first_kernel, second_kernel, node, workspace, block_mode).
+using Dft2dIn = int64_t (*)(void *, const int64_t *, const int64_t *, dft_axis_kernel, dft_axis_kernel, DftNode *,
+                            void *, int64_t);
+using Dft2dOut = int64_t (*)(const void *, void *, const int64_t *, const int64_t *, dft_axis_kernel, dft_axis_kernel,
+                             DftNode *, void *, int64_t);
+template <class R> dft_generic_fn dft2d_in_routine();
+template <class R> dft_generic_fn dft2d_out_routine();
+
+// The batch of a multi-dimensional node on the calling thread (the drivers
+// x{z,c}{forward,backward}[_out] at rank 2 and above).
+template <class R, bool Fwd> int64_t md_driver(DftNode *node, void *in, void *out, int64_t transforms, void *ws);
+
+// Compute entries of multi-dimensional nodes.
+template <class R, bool Fwd> int64_t md_entry_in(DftNode *node, void *a, void *, void *, void *);
+template <class R, bool Fwd> int64_t md_entry_out(DftNode *node, void *a, void *b, void *, void *);
+
+}  // namespace zor::dft
