@@ -11,6 +11,7 @@ arguments at their width and calls the family's body (front/bodies.hpp).
   names.py wrappers OUT.cpp   the wrappers of both widths
   names.py header             the public declarations (include/zor/fortran_blas.h)
   names.py names              every exported Fortran name, one a line
+  names.py cases              the table of names the tests walk
 """
 import sys
 
@@ -270,14 +271,34 @@ def header():
     return '\n'.join(lines)
 
 
+def cases():
+    """The test table: every exported Fortran name with its argument kinds
+    and the reference routine that serves as its oracle ('' for none)."""
+    oracle_of = {'cgemm3m': 'cgemm', 'zgemm3m': 'zgemm'}
+    out = []
+    for name, family, p, is_sub, int_type, suffix in expanded():
+        if suffix != '_':
+            continue
+        result, args, _ = FAMILIES[family]
+        oracle = '' if family in ('axpby', 'iamin') else oracle_of.get(name, name)
+        if oracle and is_sub:
+            oracle += 'sub'
+        out.append(f'{{"{exported(name, is_sub, "")}", "{oracle}", \'{p}\', "{result}", {str(is_sub).lower()}, '
+                   f'"{args}"}},')
+    return '\n'.join(out)
+
+
 if __name__ == '__main__':
     command = sys.argv[1]
     if command == 'wrappers':
         write_wrappers(sys.argv[2])
     elif command == 'header':
         print(header())
+    elif command == 'cases':
+        print(cases())
     elif command == 'names':
         for name, family, p, is_sub, int_type, suffix in expanded():
             print(exported(name, is_sub, suffix))
     else:
         sys.exit(f'unknown command {command}')
+

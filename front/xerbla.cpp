@@ -11,8 +11,8 @@ namespace {
 
 template <class I>
 void print_bad_argument(const char *name, I info, size_t length) {
-  std::fprintf(stderr, " ** On entry to %.*s parameter number %2d had an illegal value\n", int(length), name,
-               int(info));
+  std::fprintf(stderr, "Parameter %lld to routine %.*s was incorrect\n", static_cast<long long>(info), int(length),
+               name);
 }
 
 // The name of xerbla_array_: the first min(length, 32) characters of the
