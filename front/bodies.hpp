@@ -11,6 +11,7 @@
 #include "core/blas_rules.hpp"
 #include "frame/element.hpp"
 #include "frame/imports.hpp"
+#include "front/gemm_order.hpp"
 
 namespace zor::front {
 
@@ -241,7 +242,7 @@ inline int gemm(char ta, char tb, zor_int m, zor_int n, zor_int k, const E *alph
   if (int bad = first_bad<rules::kGemm>(v)) return bad;
   if (m == 0 || n == 0 || ((is_zero(*alpha) || k == 0) && is_one(*beta))) return 0;
   if constexpr (ThreeM) imp<E>::xgemm3m(&ta, &tb, &m, &n, &k, alpha, a, &lda, b, &ldb, beta, c, &ldc);
-  else imp<E>::xgemm(&ta, &tb, &m, &n, &k, alpha, a, &lda, b, &ldb, beta, c, &ldc);
+  else gemm_one_order(ta, tb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
   return 0;
 }
 // symm, and hemm (Hermitian A) of complex data

@@ -190,8 +190,8 @@ def wrapper(name, family, p, is_sub, int_type, suffix):
         stmt = f'return std::bit_cast<{rtype}>({call});'
     else:
         stmt = f'return {rtype}({call});'
-    return (f'ZOR_API {rtype} {exported(name, is_sub, suffix)}({", ".join(params)}) {{\n'
-            f'  using E = {ELEM[p]};\n  using R = {REAL[p]};\n  {stmt}\n}}\n')
+    types = (f'  using E = {ELEM[p]};\n' if 'as<E>' in stmt else '') + (f'  using R = {REAL[p]};\n' if 'as<R>' in stmt else '')
+    return f'ZOR_API {rtype} {exported(name, is_sub, suffix)}({", ".join(params)}) {{\n{types}  {stmt}\n}}\n'
 
 
 def write_wrappers(path):
