@@ -5,6 +5,9 @@ Every name the reference libblas.so.3 defines must be ours (the C names
 only when --with-c, once the C layer is built), each Fortran name also
 with the 64-bit suffix; besides those, only the tier's extras, the front's
 own zor_blas_* functions and nothing that the reference LAPACK defines.
+Of its own names the library calls only the error routines through the
+dynamic symbol table (a program's definitions replace them); every other
+internal call binds inside the library.
 
   check_names.py OURS REFERENCE_BLAS REFERENCE_LAPACK NAMES_PY [--with-c]
 """
@@ -42,6 +45,15 @@ def main():
         problems.append(f'unexpected export: {n}')
     for n in sorted((ours & lapack) - reference):
         problems.append(f'a LAPACK name: {n}')
+    relocations = subprocess.run(['objdump', '-R', ours_path], check=True, capture_output=True, text=True).stdout
+    called = {line.split()[-1].split('@')[0] for line in relocations.splitlines() if 'JUMP_SLOT' in line or 'GLOB_DAT' in line}
+    # (the C layer's data words are shared with the program the same way)
+    allowed = {'xerbla_', 'xerbla_64_', 'cblas_xerbla', 'cblas_xerbla64_', 'RowMajorStrg', 'CBLAS_CallFromC'}
+    for n in sorted((called & ours) - allowed):
+        problems.append(f'own name called through the dynamic table: {n}')
+    for n in ('xerbla_', 'xerbla_64_'):
+        if n not in called:
+            problems.append(f'{n} is not called through the dynamic table: a program could not replace it')
     for p in problems:
         print(p)
     print(f'{len(ours)} names exported, {len(reference)} in the reference, {len(problems)} problems')
