@@ -197,20 +197,25 @@ void block_gauss(const I *part, const I *nonunit, const I *mb, const I *n, const
   if (rows < 1 || ncol < 1 || size < 1) return;
   const BlockRows<Base, E, I> a(elems(vals), cols, row_begin, row_end, size);
   const bool forward = *part != 0, divides = *nonunit != 0;
-  const int64_t ld = ncol == 1 ? rows * size : int64_t(*ldy);
+  // One dense column is a plain vector: ldy is not read.
+  const int64_t ld = ncol == 1 ? (Base == 0 ? 1 : rows * size) : int64_t(*ldy);
   for (int64_t s = 0; s < rows; ++s) {
     const int64_t i = forward ? s : rows - 1 - s;
     const int64_t p = a.begin(i), q = a.end(i);
     int64_t d = p;
     while (d < q && a.col(d) < i) ++d;
-    const E *diag = a.block(d);
+    // A row whose blocks all lie below i has no diagonal block to solve with.
+    const bool has_diag = d < q;
+    const E *diag = has_diag ? a.block(d) : nullptr;
     int64_t after = d + 1;  // first block of the upper side
     if (!divides && !(d < q && a.col(d) == i)) after = d;
+    after = std::min(after, q);
     for (int64_t j = 0; j < ncol; ++j) {
       auto x = dense_col<Base>(elems(y), ld, j);
       // The diagonal block: element (r, c) of the operator's diagonal block.
       auto D = [&](int64_t r, int64_t c) { return ByColumns ? a.at(diag, c, r) : a.at(diag, r, c); };
       auto solve_diagonal = [&] {
+        if (!has_diag) return;
         for (int64_t t = 0; t < size; ++t) {
           const int64_t r = forward ? t : size - 1 - t;
           E sum{};
