@@ -64,6 +64,8 @@
  *                           row pointers ia[0..m]; uplo 0: diagonal first in the row
  *   ?csrmultd_ker           rows first..last of C = op(A) B (conj != 0 conjugates A),
  *                           A, B one-based CSR, C column-major; n columns of C cleared
+ * Conversions: zor_?csr{coo,csc,dia,sky,bsr}, zor_?dnscsr, zor_ildlt_sv,
+ *   driven by their job arrays; info 0 is success.
  */
 
 /* ---- zor_spblas_ (64-bit integers) */
@@ -104,6 +106,31 @@ ZOR_API void zor_spblas_scsrmultd_ker(const int64_t *conj, const int64_t *first,
 ZOR_API void zor_spblas_dcsrmultd_ker(const int64_t *conj, const int64_t *first, const int64_t *last, const int64_t *n, const double *a, const int64_t *ja, const int64_t *ia, const double *b, const int64_t *jb, const int64_t *ib, double *c, const int64_t *ldc);
 ZOR_API void zor_spblas_ccsrmultd_ker(const int64_t *conj, const int64_t *first, const int64_t *last, const int64_t *n, const zor_complex8 *a, const int64_t *ja, const int64_t *ia, const zor_complex8 *b, const int64_t *jb, const int64_t *ib, zor_complex8 *c, const int64_t *ldc);
 ZOR_API void zor_spblas_zcsrmultd_ker(const int64_t *conj, const int64_t *first, const int64_t *last, const int64_t *n, const zor_complex16 *a, const int64_t *ja, const int64_t *ia, const zor_complex16 *b, const int64_t *jb, const int64_t *ib, zor_complex16 *c, const int64_t *ldc);
+ZOR_API void zor_spblas_zor_scsrcoo(const int64_t *job, const int64_t *n, float *acsr, int64_t *ja, int64_t *ia, int64_t *nnz, float *acoo, int64_t *rowind, int64_t *colind, int64_t *info);
+ZOR_API void zor_spblas_zor_dcsrcoo(const int64_t *job, const int64_t *n, double *acsr, int64_t *ja, int64_t *ia, int64_t *nnz, double *acoo, int64_t *rowind, int64_t *colind, int64_t *info);
+ZOR_API void zor_spblas_zor_ccsrcoo(const int64_t *job, const int64_t *n, zor_complex8 *acsr, int64_t *ja, int64_t *ia, int64_t *nnz, zor_complex8 *acoo, int64_t *rowind, int64_t *colind, int64_t *info);
+ZOR_API void zor_spblas_zor_zcsrcoo(const int64_t *job, const int64_t *n, zor_complex16 *acsr, int64_t *ja, int64_t *ia, int64_t *nnz, zor_complex16 *acoo, int64_t *rowind, int64_t *colind, int64_t *info);
+ZOR_API void zor_spblas_zor_scsrcsc(const int64_t *job, const int64_t *n, float *acsr, int64_t *ja0, int64_t *ia0, float *acsc, int64_t *ja1, int64_t *ia1, int64_t *info);
+ZOR_API void zor_spblas_zor_dcsrcsc(const int64_t *job, const int64_t *n, double *acsr, int64_t *ja0, int64_t *ia0, double *acsc, int64_t *ja1, int64_t *ia1, int64_t *info);
+ZOR_API void zor_spblas_zor_ccsrcsc(const int64_t *job, const int64_t *n, zor_complex8 *acsr, int64_t *ja0, int64_t *ia0, zor_complex8 *acsc, int64_t *ja1, int64_t *ia1, int64_t *info);
+ZOR_API void zor_spblas_zor_zcsrcsc(const int64_t *job, const int64_t *n, zor_complex16 *acsr, int64_t *ja0, int64_t *ia0, zor_complex16 *acsc, int64_t *ja1, int64_t *ia1, int64_t *info);
+ZOR_API void zor_spblas_zor_scsrdia(const int64_t *job, const int64_t *n, float *acsr, int64_t *ja, int64_t *ia, float *adia, const int64_t *lval, int64_t *dist, int64_t *ndiag, float *acsr_rem, int64_t *ja_rem, int64_t *ia_rem, int64_t *info);
+ZOR_API void zor_spblas_zor_dcsrdia(const int64_t *job, const int64_t *n, double *acsr, int64_t *ja, int64_t *ia, double *adia, const int64_t *lval, int64_t *dist, int64_t *ndiag, double *acsr_rem, int64_t *ja_rem, int64_t *ia_rem, int64_t *info);
+ZOR_API void zor_spblas_zor_ccsrdia(const int64_t *job, const int64_t *n, zor_complex8 *acsr, int64_t *ja, int64_t *ia, zor_complex8 *adia, const int64_t *lval, int64_t *dist, int64_t *ndiag, zor_complex8 *acsr_rem, int64_t *ja_rem, int64_t *ia_rem, int64_t *info);
+ZOR_API void zor_spblas_zor_zcsrdia(const int64_t *job, const int64_t *n, zor_complex16 *acsr, int64_t *ja, int64_t *ia, zor_complex16 *adia, const int64_t *lval, int64_t *dist, int64_t *ndiag, zor_complex16 *acsr_rem, int64_t *ja_rem, int64_t *ia_rem, int64_t *info);
+ZOR_API void zor_spblas_zor_scsrsky(const int64_t *job, const int64_t *m, float *acsr, int64_t *ja, int64_t *ia, float *asky, int64_t *pntr, int64_t *info);
+ZOR_API void zor_spblas_zor_dcsrsky(const int64_t *job, const int64_t *m, double *acsr, int64_t *ja, int64_t *ia, double *asky, int64_t *pntr, int64_t *info);
+ZOR_API void zor_spblas_zor_ccsrsky(const int64_t *job, const int64_t *m, zor_complex8 *acsr, int64_t *ja, int64_t *ia, zor_complex8 *asky, int64_t *pntr, int64_t *info);
+ZOR_API void zor_spblas_zor_zcsrsky(const int64_t *job, const int64_t *m, zor_complex16 *acsr, int64_t *ja, int64_t *ia, zor_complex16 *asky, int64_t *pntr, int64_t *info);
+ZOR_API void zor_spblas_zor_scsrbsr(const int64_t *job, const int64_t *m, const int64_t *mblk, const int64_t *ldabsr, float *acsr, int64_t *ja, int64_t *ia, float *absr, int64_t *jab, int64_t *iab, int64_t *info);
+ZOR_API void zor_spblas_zor_dcsrbsr(const int64_t *job, const int64_t *m, const int64_t *mblk, const int64_t *ldabsr, double *acsr, int64_t *ja, int64_t *ia, double *absr, int64_t *jab, int64_t *iab, int64_t *info);
+ZOR_API void zor_spblas_zor_ccsrbsr(const int64_t *job, const int64_t *m, const int64_t *mblk, const int64_t *ldabsr, zor_complex8 *acsr, int64_t *ja, int64_t *ia, zor_complex8 *absr, int64_t *jab, int64_t *iab, int64_t *info);
+ZOR_API void zor_spblas_zor_zcsrbsr(const int64_t *job, const int64_t *m, const int64_t *mblk, const int64_t *ldabsr, zor_complex16 *acsr, int64_t *ja, int64_t *ia, zor_complex16 *absr, int64_t *jab, int64_t *iab, int64_t *info);
+ZOR_API void zor_spblas_zor_sdnscsr(const int64_t *job, const int64_t *m, const int64_t *n, float *adns, const int64_t *lda, float *acsr, int64_t *ja, int64_t *ia, int64_t *info);
+ZOR_API void zor_spblas_zor_ddnscsr(const int64_t *job, const int64_t *m, const int64_t *n, double *adns, const int64_t *lda, double *acsr, int64_t *ja, int64_t *ia, int64_t *info);
+ZOR_API void zor_spblas_zor_cdnscsr(const int64_t *job, const int64_t *m, const int64_t *n, zor_complex8 *adns, const int64_t *lda, zor_complex8 *acsr, int64_t *ja, int64_t *ia, int64_t *info);
+ZOR_API void zor_spblas_zor_zdnscsr(const int64_t *job, const int64_t *m, const int64_t *n, zor_complex16 *adns, const int64_t *lda, zor_complex16 *acsr, int64_t *ja, int64_t *ia, int64_t *info);
+ZOR_API void zor_spblas_zor_ildlt_sv(const int32_t *n, const double *values, const int32_t *ia, const int32_t *ja, const double *d1, const double *d2, const void *reserved, const int32_t *bitmap, double *b, double *x, int32_t *request);
 ZOR_API void zor_spblas_scsr0ng__c__mvout_par(const int64_t *first, const int64_t *last, const int64_t *m, const float *alpha, const float *vals, const int64_t *cols, const int64_t *row_begin, const int64_t *row_end, const float *x, float *y);
 ZOR_API void zor_spblas_scsr0tg__c__mvout_par(const int64_t *first, const int64_t *last, const int64_t *m, const float *alpha, const float *vals, const int64_t *cols, const int64_t *row_begin, const int64_t *row_end, const float *x, float *y);
 ZOR_API void zor_spblas_scsr0ng__c__mmout_par(const int64_t *first, const int64_t *last, const int64_t *m, const int64_t *k, const float *alpha, const float *vals, const int64_t *cols, const int64_t *row_begin, const int64_t *row_end, const float *b, const int64_t *ldb, float *c, const int64_t *ldc);
@@ -1656,6 +1683,31 @@ ZOR_API void zor_spblas_lp64_scsrmultd_ker(const int32_t *conj, const int32_t *f
 ZOR_API void zor_spblas_lp64_dcsrmultd_ker(const int32_t *conj, const int32_t *first, const int32_t *last, const int32_t *n, const double *a, const int32_t *ja, const int32_t *ia, const double *b, const int32_t *jb, const int32_t *ib, double *c, const int32_t *ldc);
 ZOR_API void zor_spblas_lp64_ccsrmultd_ker(const int32_t *conj, const int32_t *first, const int32_t *last, const int32_t *n, const zor_complex8 *a, const int32_t *ja, const int32_t *ia, const zor_complex8 *b, const int32_t *jb, const int32_t *ib, zor_complex8 *c, const int32_t *ldc);
 ZOR_API void zor_spblas_lp64_zcsrmultd_ker(const int32_t *conj, const int32_t *first, const int32_t *last, const int32_t *n, const zor_complex16 *a, const int32_t *ja, const int32_t *ia, const zor_complex16 *b, const int32_t *jb, const int32_t *ib, zor_complex16 *c, const int32_t *ldc);
+ZOR_API void zor_spblas_lp64_zor_scsrcoo(const int32_t *job, const int32_t *n, float *acsr, int32_t *ja, int32_t *ia, int32_t *nnz, float *acoo, int32_t *rowind, int32_t *colind, int32_t *info);
+ZOR_API void zor_spblas_lp64_zor_dcsrcoo(const int32_t *job, const int32_t *n, double *acsr, int32_t *ja, int32_t *ia, int32_t *nnz, double *acoo, int32_t *rowind, int32_t *colind, int32_t *info);
+ZOR_API void zor_spblas_lp64_zor_ccsrcoo(const int32_t *job, const int32_t *n, zor_complex8 *acsr, int32_t *ja, int32_t *ia, int32_t *nnz, zor_complex8 *acoo, int32_t *rowind, int32_t *colind, int32_t *info);
+ZOR_API void zor_spblas_lp64_zor_zcsrcoo(const int32_t *job, const int32_t *n, zor_complex16 *acsr, int32_t *ja, int32_t *ia, int32_t *nnz, zor_complex16 *acoo, int32_t *rowind, int32_t *colind, int32_t *info);
+ZOR_API void zor_spblas_lp64_zor_scsrcsc(const int32_t *job, const int32_t *n, float *acsr, int32_t *ja0, int32_t *ia0, float *acsc, int32_t *ja1, int32_t *ia1, int32_t *info);
+ZOR_API void zor_spblas_lp64_zor_dcsrcsc(const int32_t *job, const int32_t *n, double *acsr, int32_t *ja0, int32_t *ia0, double *acsc, int32_t *ja1, int32_t *ia1, int32_t *info);
+ZOR_API void zor_spblas_lp64_zor_ccsrcsc(const int32_t *job, const int32_t *n, zor_complex8 *acsr, int32_t *ja0, int32_t *ia0, zor_complex8 *acsc, int32_t *ja1, int32_t *ia1, int32_t *info);
+ZOR_API void zor_spblas_lp64_zor_zcsrcsc(const int32_t *job, const int32_t *n, zor_complex16 *acsr, int32_t *ja0, int32_t *ia0, zor_complex16 *acsc, int32_t *ja1, int32_t *ia1, int32_t *info);
+ZOR_API void zor_spblas_lp64_zor_scsrdia(const int32_t *job, const int32_t *n, float *acsr, int32_t *ja, int32_t *ia, float *adia, const int32_t *lval, int32_t *dist, int32_t *ndiag, float *acsr_rem, int32_t *ja_rem, int32_t *ia_rem, int32_t *info);
+ZOR_API void zor_spblas_lp64_zor_dcsrdia(const int32_t *job, const int32_t *n, double *acsr, int32_t *ja, int32_t *ia, double *adia, const int32_t *lval, int32_t *dist, int32_t *ndiag, double *acsr_rem, int32_t *ja_rem, int32_t *ia_rem, int32_t *info);
+ZOR_API void zor_spblas_lp64_zor_ccsrdia(const int32_t *job, const int32_t *n, zor_complex8 *acsr, int32_t *ja, int32_t *ia, zor_complex8 *adia, const int32_t *lval, int32_t *dist, int32_t *ndiag, zor_complex8 *acsr_rem, int32_t *ja_rem, int32_t *ia_rem, int32_t *info);
+ZOR_API void zor_spblas_lp64_zor_zcsrdia(const int32_t *job, const int32_t *n, zor_complex16 *acsr, int32_t *ja, int32_t *ia, zor_complex16 *adia, const int32_t *lval, int32_t *dist, int32_t *ndiag, zor_complex16 *acsr_rem, int32_t *ja_rem, int32_t *ia_rem, int32_t *info);
+ZOR_API void zor_spblas_lp64_zor_scsrsky(const int32_t *job, const int32_t *m, float *acsr, int32_t *ja, int32_t *ia, float *asky, int32_t *pntr, int32_t *info);
+ZOR_API void zor_spblas_lp64_zor_dcsrsky(const int32_t *job, const int32_t *m, double *acsr, int32_t *ja, int32_t *ia, double *asky, int32_t *pntr, int32_t *info);
+ZOR_API void zor_spblas_lp64_zor_ccsrsky(const int32_t *job, const int32_t *m, zor_complex8 *acsr, int32_t *ja, int32_t *ia, zor_complex8 *asky, int32_t *pntr, int32_t *info);
+ZOR_API void zor_spblas_lp64_zor_zcsrsky(const int32_t *job, const int32_t *m, zor_complex16 *acsr, int32_t *ja, int32_t *ia, zor_complex16 *asky, int32_t *pntr, int32_t *info);
+ZOR_API void zor_spblas_lp64_zor_scsrbsr(const int32_t *job, const int32_t *m, const int32_t *mblk, const int32_t *ldabsr, float *acsr, int32_t *ja, int32_t *ia, float *absr, int32_t *jab, int32_t *iab, int32_t *info);
+ZOR_API void zor_spblas_lp64_zor_dcsrbsr(const int32_t *job, const int32_t *m, const int32_t *mblk, const int32_t *ldabsr, double *acsr, int32_t *ja, int32_t *ia, double *absr, int32_t *jab, int32_t *iab, int32_t *info);
+ZOR_API void zor_spblas_lp64_zor_ccsrbsr(const int32_t *job, const int32_t *m, const int32_t *mblk, const int32_t *ldabsr, zor_complex8 *acsr, int32_t *ja, int32_t *ia, zor_complex8 *absr, int32_t *jab, int32_t *iab, int32_t *info);
+ZOR_API void zor_spblas_lp64_zor_zcsrbsr(const int32_t *job, const int32_t *m, const int32_t *mblk, const int32_t *ldabsr, zor_complex16 *acsr, int32_t *ja, int32_t *ia, zor_complex16 *absr, int32_t *jab, int32_t *iab, int32_t *info);
+ZOR_API void zor_spblas_lp64_zor_sdnscsr(const int32_t *job, const int32_t *m, const int32_t *n, float *adns, const int32_t *lda, float *acsr, int32_t *ja, int32_t *ia, int32_t *info);
+ZOR_API void zor_spblas_lp64_zor_ddnscsr(const int32_t *job, const int32_t *m, const int32_t *n, double *adns, const int32_t *lda, double *acsr, int32_t *ja, int32_t *ia, int32_t *info);
+ZOR_API void zor_spblas_lp64_zor_cdnscsr(const int32_t *job, const int32_t *m, const int32_t *n, zor_complex8 *adns, const int32_t *lda, zor_complex8 *acsr, int32_t *ja, int32_t *ia, int32_t *info);
+ZOR_API void zor_spblas_lp64_zor_zdnscsr(const int32_t *job, const int32_t *m, const int32_t *n, zor_complex16 *adns, const int32_t *lda, zor_complex16 *acsr, int32_t *ja, int32_t *ia, int32_t *info);
+ZOR_API void zor_spblas_lp64_zor_ildlt_sv(const int32_t *n, const double *values, const int32_t *ia, const int32_t *ja, const double *d1, const double *d2, const void *reserved, const int32_t *bitmap, double *b, double *x, int32_t *request);
 ZOR_API void zor_spblas_lp64_scsr0ng__c__mvout_par(const int32_t *first, const int32_t *last, const int32_t *m, const float *alpha, const float *vals, const int32_t *cols, const int32_t *row_begin, const int32_t *row_end, const float *x, float *y);
 ZOR_API void zor_spblas_lp64_scsr0tg__c__mvout_par(const int32_t *first, const int32_t *last, const int32_t *m, const float *alpha, const float *vals, const int32_t *cols, const int32_t *row_begin, const int32_t *row_end, const float *x, float *y);
 ZOR_API void zor_spblas_lp64_scsr0ng__c__mmout_par(const int32_t *first, const int32_t *last, const int32_t *m, const int32_t *k, const float *alpha, const float *vals, const int32_t *cols, const int32_t *row_begin, const int32_t *row_end, const float *b, const int32_t *ldb, float *c, const int32_t *ldc);
