@@ -116,6 +116,25 @@ void mcsr_notr(const I *first, const I *last, const I *n, const I *request, cons
   if (*request == 0) *position = I(pos);
 }
 
+// The transpose of a one-based CSR matrix of `rows` rows and `cols` columns
+// into p (cols + 1 one-based pointers), j and v by a counting pass: each row
+// of the transpose lists its entries in ascending source row.
+template <class E, class I>
+void transpose_csr(int64_t rows, int64_t cols, const E *a, const I *ja, const I *ia, I *p, I *j, E *v) {
+  std::memset(static_cast<void *>(p), 0, size_t(cols + 1) * sizeof(I));
+  const int64_t entries = int64_t(ia[rows]) - 1;
+  for (int64_t k = 0; k < entries; ++k) p[ja[k]] = I(p[ja[k]] + 1);  // column c counted at c (one-based)
+  p[0] = 1;
+  for (int64_t r = 1; r <= cols; ++r) p[r] = I(p[r] + p[r - 1]);
+  for (int64_t r = 1; r <= rows; ++r)
+    for (int64_t k = int64_t(ia[r - 1]) - 1; k < int64_t(ia[r]) - 1; ++k) {
+      const int64_t at = int64_t(p[int64_t(ja[k]) - 1]) - 1;
+      j[at] = I(r), v[at] = a[k], p[int64_t(ja[k]) - 1] = I(at + 2);
+    }
+  for (int64_t r = cols; r > 0; --r) p[r] = p[r - 1];
+  p[0] = 1;
+}
+
 // C := A + beta B (B^T when Transposed: rows 1..last of B, which is taken
 // as square of order last, transposed into scratch first), merging each
 // pair of sorted rows: the smaller column copied (a, or beta b), equal
@@ -142,17 +161,7 @@ void mcsradd(const I *first, const I *last, const I *request, const I *sort, P *
     }
     I *p = static_cast<I *>(tp.get()), *j = static_cast<I *>(tj.get());
     E *v = static_cast<E *>(tv.get());
-    std::memset(static_cast<void *>(p), 0, size_t(order + 1) * sizeof(I));
-    for (int64_t k = 0; k < nb; ++k) p[jb[k]] = I(p[jb[k]] + 1);  // column c counted at c (one-based)
-    p[0] = 1;
-    for (int64_t r = 1; r <= order; ++r) p[r] = I(p[r] + p[r - 1]);
-    for (int64_t r = 1; r <= order; ++r)
-      for (int64_t k = int64_t(ib[r - 1]) - 1; k < int64_t(ib[r]) - 1; ++k) {
-        const int64_t at = int64_t(p[int64_t(jb[k]) - 1]) - 1;
-        j[at] = I(r), v[at] = b[k], p[int64_t(jb[k]) - 1] = I(at + 2);
-      }
-    for (int64_t r = order; r > 0; --r) p[r] = p[r - 1];
-    p[0] = 1;
+    transpose_csr(order, order, b, jb, ib, p, j, v);
     bj = j, bi = p, bv = v;
   }
   int64_t pos = req == 0 ? (lo == 1 ? 0 : int64_t(ic[lo - 1]) - 1) : 0;
@@ -263,17 +272,7 @@ void multcsr_trom(const I *flag, const I *m_, const I *k_, const I *n_, const I 
   }
   I *p = static_cast<I *>(tp.get()), *j = static_cast<I *>(tj.get());
   E *v = static_cast<E *>(tv.get());
-  std::memset(static_cast<void *>(p), 0, size_t(k + 1) * sizeof(I));
-  for (int64_t q = 0; q < na; ++q) p[ja[q]] = I(p[ja[q]] + 1);
-  p[0] = 1;
-  for (int64_t r = 1; r <= k; ++r) p[r] = I(p[r] + p[r - 1]);
-  for (int64_t i = 1; i <= m; ++i)
-    for (int64_t q = int64_t(ia[i - 1]) - 1; q < int64_t(ia[i]) - 1; ++q) {
-      const int64_t at = int64_t(p[int64_t(ja[q]) - 1]) - 1;
-      j[at] = I(i), v[at] = a[q], p[int64_t(ja[q]) - 1] = I(at + 2);
-    }
-  for (int64_t r = k; r > 0; --r) p[r] = p[r - 1];
-  p[0] = 1;
+  transpose_csr(m, k, a, ja, ia, p, j, v);
   std::memset(marker.get(), 0, size_t(n) * sizeof(I));
   RowProducts<E, I> rp{{v, j, p}, {elems(b_), jb, ib}, *flag != 0, elems(c_), jc, ic, static_cast<I *>(marker.get()),
                        n};
