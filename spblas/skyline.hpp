@@ -23,7 +23,9 @@
 //       -t, row, y(i-len+1..)), y(i) := t.
 // In c and z the dot is the conjugating one with the stored elements as its
 // conjugated operand, so the rows taken as dots enter conjugated and those
-// taken as axpys as stored.
+// taken as axpys as stored: with S the profile read by rows, part 0 is
+// conj(S), other parts S^T, and op != 0 gives the conjugate transpose of
+// either, a consistent pair. The solves' pivots are the stored diagonal.
 #pragma once
 #include "frame/imports.hpp"
 #include "spblas/csr_common.hpp"

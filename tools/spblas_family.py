@@ -253,7 +253,7 @@ UNIT_HEADERS = {
 UNITS = FORMATS + ["drivers", "blocks", "skyline", "conversions", "products"]
 # The units whose names are built and exported; a unit joins when all its
 # kernels work and are tested.
-READY = ["csr", "coo", "dia", "bsr", "drivers", "conversions"]
+READY = ["csr", "coo", "dia", "bsr", "drivers", "blocks", "skyline", "conversions", "products"]
 
 
 def grammar_kernels(fmt=None):
@@ -407,12 +407,23 @@ UNIT_NOTES = {
  * diagonal, whose term the products add):
  *   ?skymm{gk,sk,kk}        C += alpha op(A) B, triangular / symmetric / anti-symmetric
  *   ?skysvk                 y := op(A)^-1 y
- *   In c and z the rows a kernel takes as dots are read conjugated (the
- *   conjugating dot with the stored elements as its conjugated operand), the
- *   columns it takes as axpys and the diagonal as stored.
+ *   In c and z the dot is the conjugating one with the stored profile as
+ *   its conjugated operand. With S the profile read by rows: part 0 is the
+ *   matrix conj(S), other parts S^T, op != 0 the conjugate transpose of
+ *   either; ?skymmsk is conj(S) on and below the diagonal and S^T above it
+ *   (Hermitian for a real diagonal); ?skymmkk conj(L) - L^T of the strict
+ *   part L, negated when exactly one of op and part is non-zero; ?skysvk
+ *   divides by the stored diagonal unconjugated.
 """,
     "conversions": """ * Conversions: zor_?csr{coo,csc,dia,sky,bsr}, zor_?dnscsr, zor_ildlt_sv,
- *   driven by their job arrays; info 0 is success.
+ *   driven by their job arrays; info 0 is success, -1 no memory, 1 (or a
+ *   row) capacity reached, 2 a bad job value or stride. zor_zcsrcoo's sort
+ *   (job[0] = 2) moves 8-byte halves at the entries' positions: columns
+ *   come sorted, value pairs of rows that were out of order do not follow.
+ *   Rows are sorted in the CSR's own base. zor_?csrbsr refuses mblk < 1
+ *   first (info 1); with ldabsr < mblk^2 (info 2) its marker block stays
+ *   with the pool, in use. zor_?csrcsc reads n, job[1], job[2], job[5] by
+ *   their low 32 bits.
 """,
     "products": """ * Sorting, sums and products of CSR matrices: ?sortrow, ?mcsr_notr,
  *   ?mcsradd_{notr,tr}, ?multcsr_{tr,trom}, driven by their request codes;
