@@ -80,6 +80,10 @@ inline constexpr int64_t kStreamAhead = 128;
 // Chosen with bench_spblas, dcsr0ng__c__mmout_par with 8 columns.
 inline constexpr int64_t kMmRowsAhead = 16;
 
+// The block solves sum a block row's solved side into a frame array of this
+// many rows at a time (any lb is safe; the sums are those of a full row).
+inline constexpr int64_t kGaussRows = 16;
+
 }  // namespace tuned
 
 }  // namespace zor::spblas
