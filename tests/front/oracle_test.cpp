@@ -354,6 +354,34 @@ TEST_P(Oracle, AgreesWithReference) {
   }
 }
 
+// Each letter and integer argument made bad in turn (a letter 'X', a size
+// -1, an increment or leading dimension 0), the others valid: the same
+// position as the reference's, or no report where the reference accepts
+// the value (a zero increment of a level-1 routine, a negative size that
+// is a quick return), and nothing written after a report.
+TEST_P(Oracle, EachArgumentMadeBadInTurn) {
+  const Case &c = GetParam();
+  if (!*c.oracle || std::string(c.result) != "info") GTEST_SKIP() << "no argument is ever illegal";
+  Rng rng(std::hash<std::string>{}(c.name) & 0xffff);
+  Arguments valid = make(rng, c, false, false);
+  for (size_t i = 0; i < valid.args.size(); ++i) {
+    if (valid.args[i].kind != 'c' && valid.args[i].kind != 'i') continue;
+    Arguments a = valid;
+    const std::string &name = a.args[i].name;
+    if (a.args[i].kind == 'c') a.values[i].letter = 'X';
+    else a.values[i].integer = name.starts_with("ld") || name.starts_with("inc") ? 0 : -1;
+    if (a.args[i].kind == 'i' && a.values[i].integer < 0) a.bad_slot = int(i);
+    SCOPED_TRACE(::testing::Message() << c.name << ": " << name << " made bad");
+    const CapturedReport expected = capture_report([&] { run(c, a, Side::reference, 0); });
+    for (Side side : {Side::ours32, Side::ours64}) {
+      reported = {};
+      const Outcome ours = run(c, a, side, 0x12345678u);
+      EXPECT_EQ(reported.position, expected.position);
+      if (expected.position) EXPECT_TRUE(untouched(ours, a));
+    }
+  }
+}
+
 std::string case_name(const ::testing::TestParamInfo<Case> &info) { return info.param.name; }
 INSTANTIATE_TEST_SUITE_P(Names, Oracle, ::testing::ValuesIn(kCases), case_name);
 
