@@ -39,6 +39,11 @@ struct Rule {
     const std::int64_t b = when_at == 0 || letter_of(char(v[when_at])) == when ? v[of] : v[of_else];
     return b > 1 ? b : 1;
   }
+  constexpr std::uint32_t letter_mask() const {
+    std::uint32_t m = 0;
+    for (const char *c = letters; *c; ++c) m |= 1u << (*c - 'A');
+    return m;
+  }
   [[gnu::always_inline]] constexpr bool fails(const std::int64_t *v) const {
     const std::int64_t x = v[position];
     switch (test) {
@@ -63,7 +68,14 @@ template <const auto &Table, std::size_t I = 0>
     return 0;
   } else {
     constexpr Rule rule = Table[I];
-    if (rule.fails(v)) return rule.position;
+    if constexpr (rule.test == Test::letter) {
+      // the accepted capitals as bits of a mask
+      constexpr std::uint32_t mask = rule.letter_mask();
+      const unsigned u = unsigned(std::uint8_t(letter_of(char(v[rule.position]))) - 'A');
+      if (u >= 26 || !(mask >> u & 1)) return rule.position;
+    } else if (rule.fails(v)) {
+      return rule.position;
+    }
     return first_bad<Table, I + 1>(v);
   }
 }
