@@ -62,4 +62,11 @@ struct G {
 
 inline int sign(int x) { return (x > 0) - (x < 0); }
 
+// Gives a block GMP allocated back through GMP's own free hook.
+inline void gmp_free(void *p, size_t bytes) {
+  void (*release)(void *, size_t);
+  mp_get_memory_functions(nullptr, nullptr, &release);
+  release(p, bytes);
+}
+
 }  // namespace zor::test::gmp

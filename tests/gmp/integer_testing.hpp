@@ -43,9 +43,7 @@ inline std::string text(mpz_srcptr g) {
   }
   char *s = mpz_get_str(nullptr, 16, g);
   std::string out = std::string("0x") + s;
-  void (*release)(void *, size_t);
-  mp_get_memory_functions(nullptr, nullptr, &release);
-  release(s, std::strlen(s) + 1);
+  gmp_free(s, std::strlen(s) + 1);
   return out;
 }
 inline std::string text(const zor_mpz_struct *z) {
