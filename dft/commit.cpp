@@ -521,6 +521,13 @@ int64_t core_c2c(DftNode *root) {
 
 }  // namespace
 
+template <class R>
+int64_t commit_complex_axis(DftNode *root, DftNode *axis, int64_t index) {
+  return commit_axis<R>(root, axis, index, true);
+}
+template int64_t commit_complex_axis<double>(DftNode *, DftNode *, int64_t);
+template int64_t commit_complex_axis<float>(DftNode *, DftNode *, int64_t);
+
 DftMethod *const method_list_dc1d[] = {
     &split_per_axis,
     &split_batch,
