@@ -494,7 +494,8 @@ int64_t core_c2c(DftNode *root) {
     for (DftNode *ax = root; ax; ax = ax->next_axis, ++index) {
       int64_t s = commit_axis<R>(root, ax, index, Md);
       if (s) {
-        ax->next_axis = nullptr;
+        // The axes after this one exist already (the threading layer built
+        // the chain): the root's uncommit frees them all.
         uncommit(root);
         return s;
       }

@@ -321,8 +321,7 @@ int64_t core_r2c_1d(DftNode *root) {
   int64_t index = 1;
   for (DftNode *ax = root->next_axis; ax; ax = ax->next_axis, ++index) {
     if (int64_t s = commit_complex_axis<R>(root, ax, index)) {
-      ax->next_axis = nullptr;
-      uncommit(root);
+      uncommit(root);  // frees the whole chain, the axes after this one too
       return s;
     }
     if (ax->work_size > root->max_work_size) root->max_work_size = ax->work_size;

@@ -284,3 +284,66 @@ TEST(DftFaults, RealTransforms) {
 }
 
 }  // namespace
+
+namespace {
+
+// Several dimensions, default strides: every allocation of commit (the axis
+// chain, plans, workspace) and of one compute fails in turn. Real tasks run
+// out of place with the spectrum as complex values, in both directions (the
+// backward one copies the spectrum).
+template <class T>
+void check_md(int32_t domain, std::vector<int64_t> len, int32_t placement, bool forward) {
+  SCOPED_TRACE(testing::Message() << "domain " << domain << " rank " << len.size() << " placement " << placement
+                                  << " forward " << forward << " bytes " << sizeof(T));
+  DftNode *d = nullptr;
+  ASSERT_EQ(zor_fft_create(&d, precision_of<T>, domain, int64_t(len.size()), len.data()), 0);
+  ASSERT_EQ(zor_fft_set_value(d, DFT_PLACEMENT, placement), 0);
+  if (domain == DFT_REAL) ASSERT_EQ(zor_fft_set_value(d, DFT_CONJUGATE_EVEN_STORAGE, DFT_COMPLEX_COMPLEX), 0);
+  long count = allocations_of([&] { ASSERT_EQ(zor_fft_commit(d), 0); });
+  ASSERT_GT(count, 0);
+  for (long k = 1; k <= count; ++k) {
+    d->uncommit(d);
+    long live = live_blocks();
+    EXPECT_EQ(failing(k, [&] { return zor_fft_commit(d); }), DFT_MEMORY_ERROR) << "allocation " << k;
+    EXPECT_EQ(d->commit_status, DFT_UNCOMMITTED);
+    EXPECT_EQ(live_blocks(), live) << "allocation " << k;
+  }
+  ASSERT_EQ(zor_fft_commit(d), 0);
+  int64_t total = 1;
+  for (int64_t n : len) total *= n;
+  Rng rng(14);
+  const std::vector<std::complex<T>> x = random_line<T>(total, rng);
+  auto run = [&](std::vector<std::complex<T>> &y) {
+    std::vector<std::complex<T>> a = x;
+    y.assign(x.size(), {});
+    if (placement == DFT_INPLACE) {
+      int64_t s = forward ? zor_fft_forward(d, a.data()) : zor_fft_backward(d, a.data());
+      y = a;
+      return s;
+    }
+    return forward ? zor_fft_forward_out(d, a.data(), y.data()) : zor_fft_backward_out(d, a.data(), y.data());
+  };
+  std::vector<std::complex<T>> want, y;
+  ASSERT_EQ(run(want), 0);
+  long compute_count = allocations_of([&] { run(y); });
+  ASSERT_GT(compute_count, 0);
+  for (long k = 1; k <= compute_count; ++k) {
+    long live = live_blocks();
+    EXPECT_EQ(failing(k, [&] { return run(y); }), DFT_MEMORY_ERROR) << "compute allocation " << k;
+    EXPECT_EQ(live_blocks(), live);
+  }
+  ASSERT_EQ(run(y), 0);
+  EXPECT_EQ(y, want);
+  zor_fft_free(&d);
+}
+
+TEST(DftFaults, SeveralDimensions) {
+  check_md<double>(DFT_COMPLEX, {12, 10, 3}, DFT_INPLACE, true);
+  check_md<double>(DFT_COMPLEX, {40, 6}, DFT_NOT_INPLACE, false);
+  check_md<float>(DFT_COMPLEX, {8, 5, 3, 2}, DFT_NOT_INPLACE, true);
+  check_md<double>(DFT_REAL, {10, 6, 3}, DFT_NOT_INPLACE, true);
+  check_md<double>(DFT_REAL, {10, 6}, DFT_NOT_INPLACE, false);
+  check_md<float>(DFT_REAL, {9, 4}, DFT_NOT_INPLACE, false);
+}
+
+}  // namespace
