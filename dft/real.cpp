@@ -268,6 +268,17 @@ int64_t real_md_driver(DftNode *node, void *in, void *out, int64_t transforms, v
   return DFT_NO_ERROR;
 }
 
+// One plane of a committed real node of rank 2 whose conjugate-even storage
+// is the one the routine names (39 when Cce, else 40); in place when out is
+// in or null.
+template <class R, bool Fwd, bool Cce>
+int64_t real_dft2d(DftNode *node, void *in, void *out, void *ws) {
+  if (!node || node->rank != 2 || node->forward_domain != DFT_REAL ||
+      (node->conjugate_even_storage == DFT_COMPLEX_COMPLEX) != Cce)
+    return DFT_INCONSISTENT_CONFIGURATION;
+  return real_md_driver<R, Fwd>(node, in, out == in ? nullptr : out, 1, ws);
+}
+
 template <class R, bool Fwd, bool Out>
 int64_t real_entry(DftNode *node, void *a, void *b, void *, void *) {
   const bool cce = node->conjugate_even_storage == DFT_COMPLEX_COMPLEX;
@@ -376,3 +387,16 @@ ZOR_DFT_REAL_DRIVERS(zor_dft_xzdbackward, double, false, true)
 ZOR_DFT_REAL_DRIVERS(zor_dft_xscforward, float, true, true)
 ZOR_DFT_REAL_DRIVERS(zor_dft_xcsbackward, float, false, true)
 #undef ZOR_DFT_REAL_DRIVERS
+
+using zor::dft::real_dft2d;
+#define ZOR_DFT_REAL_PLANE(name, R, Fwd, Cce) \
+  ZOR_API int64_t name(DftNode *n, void *i, void *o, void *w) { return real_dft2d<R, Fwd, Cce>(n, i, o, w); }
+ZOR_DFT_REAL_PLANE(zor_dft_xdzdft2d, double, true, false)
+ZOR_DFT_REAL_PLANE(zor_dft_xzddft2d, double, false, false)
+ZOR_DFT_REAL_PLANE(zor_dft_xdzzdft2d, double, true, true)
+ZOR_DFT_REAL_PLANE(zor_dft_xzzddft2d, double, false, true)
+ZOR_DFT_REAL_PLANE(zor_dft_xscdft2d, float, true, false)
+ZOR_DFT_REAL_PLANE(zor_dft_xcsdft2d, float, false, false)
+ZOR_DFT_REAL_PLANE(zor_dft_xsccdft2d, float, true, true)
+ZOR_DFT_REAL_PLANE(zor_dft_xccsdft2d, float, false, true)
+#undef ZOR_DFT_REAL_PLANE

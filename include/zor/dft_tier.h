@@ -158,6 +158,20 @@ ZOR_API void zor_dft_c2_c_out_dft(const void *in, void *out, const int64_t *in_s
                                   int64_t first, int64_t count, dft_axis_kernel kernel, DftNode *node,
                                   int64_t *status, void *workspace);
 
+/* One real plane of a committed real node of rank 2, with the node's
+   offsets and strides: forward (real to spectrum) x{dz,sc}dft2d for storage
+   40 (ccs) and x{dzz,scc}dft2d for storage 39; backward x{zd,cs}dft2d and
+   x{zzd,ccs}dft2d. In place when out is in (or null). 3 when the node is not
+   such a node. */
+ZOR_API int64_t zor_dft_xdzdft2d(DftNode *node, void *in, void *out, void *workspace);
+ZOR_API int64_t zor_dft_xzddft2d(DftNode *node, void *in, void *out, void *workspace);
+ZOR_API int64_t zor_dft_xdzzdft2d(DftNode *node, void *in, void *out, void *workspace);
+ZOR_API int64_t zor_dft_xzzddft2d(DftNode *node, void *in, void *out, void *workspace);
+ZOR_API int64_t zor_dft_xscdft2d(DftNode *node, void *in, void *out, void *workspace);
+ZOR_API int64_t zor_dft_xcsdft2d(DftNode *node, void *in, void *out, void *workspace);
+ZOR_API int64_t zor_dft_xsccdft2d(DftNode *node, void *in, void *out, void *workspace);
+ZOR_API int64_t zor_dft_xccsdft2d(DftNode *node, void *in, void *out, void *workspace);
+
 /* ---------------------------------------------------------------- four steps
    A long transform as an m2-by-m1 problem (the record DftFourStep). z is
    double, c single; `forward` 1 or 0 chooses the direction (the backward
