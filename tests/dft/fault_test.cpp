@@ -239,6 +239,20 @@ TEST(DftFaults, SplitStorage) {
   EXPECT_EQ(im, want_im);
 }
 
+// Each allocation of a commit from scratch fails in turn: status 1, the node
+// uncommitted, no block left behind.
+void commit_faults(DftNode *d) {
+  long count = allocations_of([&] { ASSERT_EQ(zor_fft_commit(d), 0); });
+  ASSERT_GT(count, 0);
+  for (long k = 1; k <= count; ++k) {
+    d->uncommit(d);
+    long live = live_blocks();
+    EXPECT_EQ(failing(k, [&] { return zor_fft_commit(d); }), DFT_MEMORY_ERROR) << "allocation " << k;
+    EXPECT_EQ(d->commit_status, DFT_UNCOMMITTED);
+    EXPECT_EQ(live_blocks(), live) << "allocation " << k;
+  }
+}
+
 // Real descriptors out of place: every allocation of commit (a power of two,
 // an even and an odd mixed length) and of a strided compute fails in turn.
 template <class T>
@@ -250,15 +264,7 @@ void check_real(int64_t n, int64_t stride) {
   ASSERT_EQ(zor_fft_set_input_strides(d, strides), 0);
   ASSERT_EQ(zor_fft_set_output_strides(d, strides), 0);
   ASSERT_EQ(zor_fft_set_value(d, DFT_PLACEMENT, DFT_NOT_INPLACE), 0);
-  long count = allocations_of([&] { ASSERT_EQ(zor_fft_commit(d), 0); });
-  ASSERT_GT(count, 0);
-  for (long k = 1; k <= count; ++k) {
-    d->uncommit(d);
-    long live = live_blocks();
-    EXPECT_EQ(failing(k, [&] { return zor_fft_commit(d); }), DFT_MEMORY_ERROR) << "allocation " << k;
-    EXPECT_EQ(d->commit_status, DFT_UNCOMMITTED);
-    EXPECT_EQ(live_blocks(), live) << "allocation " << k;
-  }
+  commit_faults(d);
   ASSERT_EQ(zor_fft_commit(d), 0);
   Rng rng(13);
   std::vector<T> x(static_cast<size_t>(stride * (n + 2))), want(x.size()), y(x.size());
@@ -299,15 +305,7 @@ void check_md(int32_t domain, std::vector<int64_t> len, int32_t placement, bool 
   ASSERT_EQ(zor_fft_create(&d, precision_of<T>, domain, int64_t(len.size()), len.data()), 0);
   ASSERT_EQ(zor_fft_set_value(d, DFT_PLACEMENT, placement), 0);
   if (domain == DFT_REAL) ASSERT_EQ(zor_fft_set_value(d, DFT_CONJUGATE_EVEN_STORAGE, DFT_COMPLEX_COMPLEX), 0);
-  long count = allocations_of([&] { ASSERT_EQ(zor_fft_commit(d), 0); });
-  ASSERT_GT(count, 0);
-  for (long k = 1; k <= count; ++k) {
-    d->uncommit(d);
-    long live = live_blocks();
-    EXPECT_EQ(failing(k, [&] { return zor_fft_commit(d); }), DFT_MEMORY_ERROR) << "allocation " << k;
-    EXPECT_EQ(d->commit_status, DFT_UNCOMMITTED);
-    EXPECT_EQ(live_blocks(), live) << "allocation " << k;
-  }
+  commit_faults(d);
   ASSERT_EQ(zor_fft_commit(d), 0);
   int64_t total = 1;
   for (int64_t n : len) total *= n;
