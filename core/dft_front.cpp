@@ -38,9 +38,9 @@ ZOR_API int64_t zor_fft_create(DftNode **handle, int32_t precision, int32_t doma
   if (domain != DFT_COMPLEX && domain != DFT_REAL) return DFT_INCONSISTENT_CONFIGURATION;
   const bool dbl = precision == DFT_DOUBLE;
   if (rank != 1) {
-    // Real data of several dimensions is not provided yet.
-    if (domain == DFT_REAL) return DFT_UNIMPLEMENTED;
-    auto create_md = zor_core::tier_function<CreateMd>(dbl ? "zor_dft_dfti_create_dcmd" : "zor_dft_dfti_create_scmd");
+    auto create_md = zor_core::tier_function<CreateMd>(
+        domain == DFT_COMPLEX ? (dbl ? "zor_dft_dfti_create_dcmd" : "zor_dft_dfti_create_scmd")
+                              : (dbl ? "zor_dft_dfti_create_drmd" : "zor_dft_dfti_create_srmd"));
     if (!create_md) return DFT_INTERNAL_ERROR;
     if (int64_t s = create_md(handle, rank, lengths)) return s;
     return zor_core::dft_bless_node(*handle);

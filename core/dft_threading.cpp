@@ -84,6 +84,8 @@ constexpr char kCoreDr2c1d[] = "zor_dft_commit_descriptor_core_d_r2c_1d";
 constexpr char kCoreSr2c1d[] = "zor_dft_commit_descriptor_core_s_r2c_1d";
 constexpr char kCoreDc2cMd[] = "zor_dft_commit_descriptor_core_d_c2c_md";
 constexpr char kCoreSc2cMd[] = "zor_dft_commit_descriptor_core_s_c2c_md";
+constexpr char kCoreDr2cMd[] = "zor_dft_commit_descriptor_core_d_r2c_md";
+constexpr char kCoreSr2cMd[] = "zor_dft_commit_descriptor_core_s_r2c_md";
 
 // The tier's shares of a multi-dimensional task (see <zor/dft_tier.h>).
 using Lines = int64_t (*)(DftNode *, int64_t, void *, int64_t, int64_t, void *, int32_t);
@@ -207,6 +209,8 @@ const DftThreadFunction kDftThreadFunctions[] = {
     {"zor_dft_commit_node_s_r2c_1d_omp", as_thread_fun(commit_node<kCoreSr2c1d>)},
     {"zor_dft_commit_node_d_c2c_md_omp", as_thread_fun(commit_node<kCoreDc2cMd>)},
     {"zor_dft_commit_node_s_c2c_md_omp", as_thread_fun(commit_node<kCoreSc2cMd>)},
+    {"zor_dft_commit_node_d_r2c_md_omp", as_thread_fun(commit_node<kCoreDr2cMd>)},
+    {"zor_dft_commit_node_s_r2c_md_omp", as_thread_fun(commit_node<kCoreSr2cMd>)},
     {"zor_dft_compute_forward_z_par", as_thread_fun(compute_in_shares<true, true, false>)},
     {"zor_dft_compute_backward_z_par", as_thread_fun(compute_in_shares<true, false, false>)},
     {"zor_dft_compute_forward_c_par", as_thread_fun(compute_in_shares<false, true, false>)},

@@ -494,7 +494,8 @@ int64_t core_c2c(DftNode *root) {
     for (DftNode *ax = root; ax; ax = ax->next_axis, ++index) {
       int64_t s = commit_axis<R>(root, ax, index, Md);
       if (s) {
-        ax->next_axis = nullptr;
+        // The axes after this one exist already (the threading layer built
+        // the chain): the root's uncommit frees them all.
         uncommit(root);
         return s;
       }
@@ -520,6 +521,13 @@ int64_t core_c2c(DftNode *root) {
 }
 
 }  // namespace
+
+template <class R>
+int64_t commit_complex_axis(DftNode *root, DftNode *axis, int64_t index) {
+  return commit_axis<R>(root, axis, index, true);
+}
+template int64_t commit_complex_axis<double>(DftNode *, DftNode *, int64_t);
+template int64_t commit_complex_axis<float>(DftNode *, DftNode *, int64_t);
 
 DftMethod *const method_list_dc1d[] = {
     &split_per_axis,

@@ -89,6 +89,11 @@ struct ChirpRecord {
   cplx<R> *big;  // the transform of the conjugate of w, divided by M
 };
 
+// The commit of one complex axis of a multi-dimensional root (kernels,
+// plan or fixed kernel, work size); the real cores use it for the axes after
+// the first.
+template <class R> int64_t commit_complex_axis(DftNode *root, DftNode *axis, int64_t index);
+
 // Pieces every commit core shares. take: the node goes to this method, and
 // whatever another commit built goes. finish: compute pointers, nio_args,
 // committed. reserve_user_slots: the slot table of a node shared by several

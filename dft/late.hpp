@@ -15,6 +15,8 @@ inline frame::LateCell commit_node_d_r2c_1d_cell{"zor_dft_commit_node_d_r2c_1d_o
 inline frame::LateCell commit_node_s_r2c_1d_cell{"zor_dft_commit_node_s_r2c_1d_omp"};
 inline frame::LateCell commit_node_d_c2c_md_cell{"zor_dft_commit_node_d_c2c_md_omp"};
 inline frame::LateCell commit_node_s_c2c_md_cell{"zor_dft_commit_node_s_c2c_md_omp"};
+inline frame::LateCell commit_node_d_r2c_md_cell{"zor_dft_commit_node_d_r2c_md_omp"};
+inline frame::LateCell commit_node_s_r2c_md_cell{"zor_dft_commit_node_s_r2c_md_omp"};
 
 inline int64_t bless(DftNode *node) { return frame::call_late<int64_t>(bless_cell, node); }
 

@@ -320,6 +320,17 @@ int64_t md_driver(DftNode *node, void *in, void *out, int64_t transforms, void *
   return DFT_NO_ERROR;
 }
 
+template <class R, bool Fwd>
+int64_t sweep_later_axes(DftNode *root, cplx<R> *data, int64_t h, const int64_t *strides, int64_t transforms,
+                         int64_t distance, void *ws) {
+  Frame f = frame_of(root, Sides::in_in, transforms);
+  for (int32_t k = 0; k < f.rank; ++k) f.dim[k] = {k ? f.dim[k].length : h, strides[k], strides[k]};
+  f.batch = {transforms, distance, distance};
+  for (int32_t a = 1; a < f.rank; ++a)
+    if (int64_t s = lines<R, Fwd>(f, a, data, data, 0, line_total(f, a), ws)) return s;
+  return DFT_NO_ERROR;
+}
+
 namespace {
 
 template <class R, bool Fwd, bool Out>
@@ -353,6 +364,7 @@ int64_t md_entry_out(DftNode *node, void *a, void *b, void *, void *) {
 
 #define ZOR_DFT_MD_INSTANCES(R, F)                                                  \
   template int64_t md_driver<R, F>(DftNode *, void *, void *, int64_t, void *);     \
+  template int64_t sweep_later_axes<R, F>(DftNode *, cplx<R> *, int64_t, const int64_t *, int64_t, int64_t, void *); \
   template int64_t md_entry_in<R, F>(DftNode *, void *, void *, void *, void *);    \
   template int64_t md_entry_out<R, F>(DftNode *, void *, void *, void *, void *);
 ZOR_DFT_MD_INSTANCES(double, true)

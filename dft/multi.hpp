@@ -28,6 +28,14 @@ template <class R> dft_generic_fn dft2d_out_routine();
 // x{z,c}{forward,backward}[_out] at rank 2 and above).
 template <class R, bool Fwd> int64_t md_driver(DftNode *node, void *in, void *out, int64_t transforms, void *ws);
 
+// Axes 1 on of a task whose first axis has already been transformed into
+// h complex values (the half spectrum of real data), in place on data:
+// strides[k] of axis k (axis 0 with length h) and the batch `transforms` at
+// `distance`, all in complex elements.
+template <class R, bool Fwd>
+int64_t sweep_later_axes(DftNode *root, cplx<R> *data, int64_t h, const int64_t *strides, int64_t transforms,
+                         int64_t distance, void *ws);
+
 // Compute entries of multi-dimensional nodes.
 template <class R, bool Fwd> int64_t md_entry_in(DftNode *node, void *a, void *, void *, void *);
 template <class R, bool Fwd> int64_t md_entry_out(DftNode *node, void *a, void *b, void *, void *);

@@ -354,6 +354,12 @@ ZOR_API int64_t zor_dft_dfti_create_dcmd(DftNode **handle, int64_t rank, const i
 ZOR_API int64_t zor_dft_dfti_create_scmd(DftNode **handle, int64_t rank, const int64_t *lengths) {
   return create_md(handle, rank, lengths, DFT_SINGLE, DFT_COMPLEX, method_list_scmd);
 }
+ZOR_API int64_t zor_dft_dfti_create_drmd(DftNode **handle, int64_t rank, const int64_t *lengths) {
+  return create_md(handle, rank, lengths, DFT_DOUBLE, DFT_REAL, method_list_drmd);
+}
+ZOR_API int64_t zor_dft_dfti_create_srmd(DftNode **handle, int64_t rank, const int64_t *lengths) {
+  return create_md(handle, rank, lengths, DFT_SINGLE, DFT_REAL, method_list_srmd);
+}
 ZOR_API int64_t zor_dft_dfti_create_dc1d(DftNode **handle, int64_t length) {
   return create_1d(handle, length, DFT_DOUBLE, DFT_COMPLEX, method_list_dc1d);
 }

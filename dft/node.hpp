@@ -30,6 +30,8 @@ extern DftMethod *const method_list_dr1d[];
 extern DftMethod *const method_list_sr1d[];
 extern DftMethod *const method_list_dcmd[];
 extern DftMethod *const method_list_scmd[];
+extern DftMethod *const method_list_drmd[];
+extern DftMethod *const method_list_srmd[];
 
 // Status of the plan layer to node status: -9 to 1, any other to 7.
 inline int64_t node_status_of_plan(int64_t s) {

@@ -1,6 +1,7 @@
-// Real transforms of one dimension: the commit core of real data, the axis
-// kernels over the real plans, the compute entries, and the drivers of both
-// conjugate-even storages.
+// Real transforms: the commit core of real data, the axis kernels over the
+// real plans, the compute entries, and the drivers of both conjugate-even
+// storages, in one dimension and in several (the first axis real, the others
+// complex over the half spectrum).
 //
 // Decisions kept here:
 // - The real plan runs unscaled; a kernel scale that is not exactly 1.0 is
@@ -10,11 +11,17 @@
 //   whose lengths up to 16 run straight-line kernels.
 // - The real core keeps one thread: real tasks are not handed to the
 //   threading layer, and the creators' lists hold the threaded node alone.
+// - Several dimensions keep the half spectrum as complex values: storage 39,
+//   or the ccs layout of storage 40 read as complex values; Pack and Perm
+//   are refused there (6).
+#include <algorithm>
+
 #include <zor/dft_tier.h>
 
 #include "dft/compute.hpp"
 #include "dft/late.hpp"
 #include "dft/lines.hpp"
+#include "dft/multi.hpp"
 #include "dft/node.hpp"
 #include "dft/plan.hpp"
 #include "frame/memory.hpp"
@@ -83,11 +90,14 @@ struct Side {
   }
 };
 
+template <class R, bool Fwd>
+int64_t real_md_driver(DftNode *node, void *in, void *out, int64_t transforms, void *ws);
+
 // `transforms` lines; in place when out is null. Contiguous lines go to the
 // kernel as they lie, others through a line buffer of length + 2 values.
 template <class R, bool Fwd, bool Cce>
 int64_t real_driver(DftNode *node, void *in, void *out, int64_t transforms, void *ws) {
-  if (node->rank != 1) return DFT_UNIMPLEMENTED;
+  if (node->rank != 1) return real_md_driver<R, Fwd>(node, in, out, transforms, ws);
   const bool in_place = out == nullptr;
   const int64_t n = node->length, bins = spectrum_values(node), su = Cce ? 2 : 1;
   const bool one_frame = in_place && !Cce;  // storage 40 in place: the input's offset, stride, distance
@@ -115,6 +125,160 @@ int64_t real_driver(DftNode *node, void *in, void *out, int64_t transforms, void
   return DFT_NO_ERROR;
 }
 
+// ---------------------------------------------------------------- several dimensions
+
+// The two sides of a real task of several dimensions: the real array, and
+// the half spectrum as complex values (h = L0 / 2 + 1 along axis 0). The
+// input fields describe what a call reads and the output fields what it
+// writes; with storage 40 in place both sides use the input fields, and the
+// ccs values are read as complex values at half the real offset, strides
+// and distance.
+template <class R>
+struct MdSides {
+  int32_t rank = 0;
+  int64_t real_offset, real_distance, complex_offset, complex_distance;
+  int64_t real_stride[kMaxAxes], complex_stride[kMaxAxes];
+};
+
+// Storage 40 read as complex values needs a unit stride on the first axis
+// and even offsets, strides and distances elsewhere, on the side that holds
+// the spectrum: what forward writes (the output fields) or backward reads
+// (the input fields); in place, the input fields.
+bool complex_view_ok(const DftNode *root, bool forward) {
+  if (root->conjugate_even_storage == DFT_COMPLEX_COMPLEX) return true;
+  const bool input = root->placement == DFT_INPLACE || !forward;
+  auto even = [](int64_t v) { return v % 2 == 0; };
+  if (!even(input ? root->input_offset : root->output_offset)) return false;
+  if (root->transforms > 1 && !even(input ? root->input_distance : root->output_distance)) return false;
+  int64_t k = 0;
+  for (const DftNode *a = root; a; a = a->next_axis, ++k) {
+    const int64_t st = input ? a->input_stride : a->output_stride;
+    if (k == 0 ? st != 1 : !even(st)) return false;
+  }
+  return true;
+}
+
+template <class R, bool Fwd>
+MdSides<R> md_sides(const DftNode *root) {
+  MdSides<R> m;
+  const bool cce = root->conjugate_even_storage == DFT_COMPLEX_COMPLEX;
+  const bool one_frame = !cce && root->placement == DFT_INPLACE;
+  // read: input fields; written: output fields (input ones for storage 40 in place)
+  const bool real_reads = Fwd, complex_reads = !Fwd;
+  auto offset = [&](bool reads) { return reads || one_frame ? root->input_offset : root->output_offset; };
+  auto distance = [&](bool reads) { return reads || one_frame ? root->input_distance : root->output_distance; };
+  auto stride = [&](const DftNode *a, bool reads) { return reads || one_frame ? a->input_stride : a->output_stride; };
+  const int64_t div = cce ? 1 : 2;
+  m.real_offset = offset(real_reads);
+  m.real_distance = distance(real_reads);
+  m.complex_offset = offset(complex_reads) / div;
+  m.complex_distance = distance(complex_reads) / div;
+  for (const DftNode *a = root; a && m.rank < kMaxAxes; a = a->next_axis, ++m.rank) {
+    m.real_stride[m.rank] = stride(a, real_reads);
+    m.complex_stride[m.rank] = m.rank == 0 && !cce ? 1 : stride(a, complex_reads) / div;
+  }
+  return m;
+}
+
+// Rows (lines of the first axis) of transforms first_t .. first_t + count - 1:
+// forward, the real row through the real kernel into its half spectrum;
+// backward, the reverse. Through a buffer of length + 2 values.
+template <class R, bool Fwd>
+int64_t md_rows(DftNode *root, R *real, const int64_t *rs, int64_t rdist, cplx<R> *spec, const int64_t *cs,
+                int64_t cdist, int64_t transforms, R *buf, void *ws) {
+  const int64_t n = root->length, h = n / 2 + 1;
+  const int32_t rank = root->rank;
+  int64_t at[kMaxAxes] = {};
+  int64_t lengths[kMaxAxes];
+  int64_t k = 0;
+  for (const DftNode *a = root; a && k < kMaxAxes; a = a->next_axis, ++k) lengths[k] = a->length;
+  dft_axis_kernel kernel = root->real_kernels[real_slot<R>(Fwd)];
+  for (int64_t t = 0; t < transforms; ++t) {
+    std::fill(at, at + rank, int64_t(0));
+    for (;;) {
+      int64_t ro = t * rdist, co = t * cdist;
+      for (int32_t j = 1; j < rank; ++j) ro += at[j] * rs[j], co += at[j] * cs[j];
+      if (Fwd) {
+        gather_real<R>(n, real + ro, rs[0], buf);
+        if (int64_t s = kernel(buf, buf, root, ws)) return s;
+        scatter_complex<R>(h, reinterpret_cast<const cplx<R> *>(buf), spec + co, cs[0]);
+      } else {
+        gather_complex<R>(h, spec + co, cs[0], reinterpret_cast<cplx<R> *>(buf));
+        if (int64_t s = kernel(buf, buf, root, ws)) return s;
+        scatter_real<R>(n, buf, real + ro, rs[0]);
+      }
+      int32_t j = 1;
+      for (; j < rank && ++at[j] >= lengths[j]; ++j) at[j] = 0;
+      if (j >= rank) break;
+    }
+  }
+  return DFT_NO_ERROR;
+}
+
+// Rank 2 and above. Forward: the rows into the half spectrum, then the
+// complex axes over it in place. Backward: the complex axes first, in place
+// when the task is, else on a dense copy of each transform's half spectrum
+// (the input is left as it was), then the rows.
+template <class R, bool Fwd>
+int64_t real_md_driver(DftNode *node, void *in, void *out, int64_t transforms, void *ws) {
+  if (!complex_view_ok(node, Fwd)) return DFT_INCONSISTENT_CONFIGURATION;
+  const MdSides<R> m = md_sides<R, Fwd>(node);
+  const int64_t n = node->length, h = n / 2 + 1;
+  void *real_base = Fwd ? in : (out ? out : in);
+  void *spec_base = Fwd ? (out ? out : in) : in;
+  R *real = static_cast<R *>(real_base) + m.real_offset;
+  cplx<R> *spec = static_cast<cplx<R> *>(spec_base) + m.complex_offset;
+  frame::PooledBuffer line(uint64_t(n + 2) * sizeof(R) + 16, work_alignment());
+  if (!line.get()) return DFT_MEMORY_ERROR;
+  R *buf = align_up<R>(line.get(), 16);
+  if (Fwd) {
+    if (int64_t s = md_rows<R, true>(node, real, m.real_stride, m.real_distance, spec, m.complex_stride,
+                                     m.complex_distance, transforms, buf, ws))
+      return s;
+    return sweep_later_axes<R, true>(node, spec, h, m.complex_stride, transforms, m.complex_distance, ws);
+  }
+  if (!out) {
+    if (int64_t s = sweep_later_axes<R, false>(node, spec, h, m.complex_stride, transforms, m.complex_distance, ws))
+      return s;
+    return md_rows<R, false>(node, real, m.real_stride, m.real_distance, spec, m.complex_stride, m.complex_distance,
+                             transforms, buf, ws);
+  }
+  int64_t dense[kMaxAxes], points = h;
+  dense[0] = 1;
+  for (int32_t k = 1; k < m.rank; ++k) dense[k] = points, points *= node->dims.entries[k].length;
+  frame::PooledBuffer copy(uint64_t(points) * sizeof(cplx<R>) + 16, work_alignment());
+  if (!copy.get()) return DFT_MEMORY_ERROR;
+  cplx<R> *c = align_up<cplx<R>>(copy.get(), 16);
+  for (int64_t t = 0; t < transforms; ++t) {
+    // The half spectrum of transform t, line by line along the first axis.
+    int64_t at[kMaxAxes] = {};
+    for (int64_t p = 0; p < points; p += h) {
+      int64_t o = t * m.complex_distance, rest = p / h;
+      for (int32_t k = 1; k < m.rank; ++k) {
+        const int64_t len = node->dims.entries[k].length;
+        at[k] = rest % len, rest /= len;
+        o += at[k] * m.complex_stride[k];
+      }
+      gather_complex<R>(h, spec + o, m.complex_stride[0], c + p);
+    }
+    if (int64_t s = sweep_later_axes<R, false>(node, c, h, dense, 1, 0, ws)) return s;
+    if (int64_t s = md_rows<R, false>(node, real + t * m.real_distance, m.real_stride, 0, c, dense, 0, 1, buf, ws))
+      return s;
+  }
+  return DFT_NO_ERROR;
+}
+
+// One plane of a committed real node of rank 2 whose conjugate-even storage
+// is the one the routine names (39 when Cce, else 40); in place when out is
+// in or null.
+template <class R, bool Fwd, bool Cce>
+int64_t real_dft2d(DftNode *node, void *in, void *out, void *ws) {
+  if (!node || node->rank != 2 || node->forward_domain != DFT_REAL ||
+      (node->conjugate_even_storage == DFT_COMPLEX_COMPLEX) != Cce)
+    return DFT_INCONSISTENT_CONFIGURATION;
+  return real_md_driver<R, Fwd>(node, in, out == in ? nullptr : out, 1, ws);
+}
+
 template <class R, bool Fwd, bool Out>
 int64_t real_entry(DftNode *node, void *a, void *b, void *, void *) {
   const bool cce = node->conjugate_even_storage == DFT_COMPLEX_COMPLEX;
@@ -136,14 +300,18 @@ int64_t core_r2c_1d(DftNode *root) {
       if (!twice_or_half(root->dims.entries[k].output_stride, root->dims.entries[k].input_stride))
         return DFT_INCONSISTENT_CONFIGURATION;
   }
-  if (root->rank != 1) return DFT_UNIMPLEMENTED;
+  if (root->rank > kMaxAxes) return DFT_UNIMPLEMENTED;
   root->threads = 1;
   if (int64_t s = reserve_user_slots(root)) return s;
   root->flags &= uint8_t(~(DFT_FLAG_SINGLE_THREAD_DIRECT | DFT_FLAG_DIRECT_2D | DFT_FLAG_CALL_KERNEL_DIRECTLY));
-  if (layout_of(root) == Layout::none) {
+  // Several dimensions keep the half spectrum as complex values: ccs, or
+  // storage 39.
+  if (layout_of(root) == Layout::none || (root->rank > 1 && layout_of(root) != Layout::ccs)) {
     uncommit(root);
     return DFT_UNIMPLEMENTED;
   }
+  if (root->rank > 1 && !complex_view_ok(root, true) && !complex_view_ok(root, false))
+    return DFT_INCONSISTENT_CONFIGURATION;
   const int64_t n = root->length;
   const bool pow2 = is_pow2(n);
   const int64_t limit = sizeof(R) == 8 ? (pow2 ? 0x4000000 : 0x1000000) : (pow2 ? 0x8000000 : 0x2000000);
@@ -161,6 +329,15 @@ int64_t core_r2c_1d(DftNode *root) {
   root->work_size = root->max_work_size = p->work_size;
   root->real_kernels[real_slot<R>(true)] = real_kernel<R, true>;
   root->real_kernels[real_slot<R>(false)] = real_kernel<R, false>;
+  int64_t index = 1;
+  for (DftNode *ax = root->next_axis; ax; ax = ax->next_axis, ++index) {
+    if (int64_t s = commit_complex_axis<R>(root, ax, index)) {
+      uncommit(root);  // frees the whole chain, the axes after this one too
+      return s;
+    }
+    if (ax->work_size > root->max_work_size) root->max_work_size = ax->work_size;
+    ax->commit_status = DFT_COMMITTED;
+  }
   if (int64_t s = allocate_workspace(root)) return s;
   if (root->placement == DFT_NOT_INPLACE) finish(root, real_entry<R, true, true>, real_entry<R, false, true>);
   else finish(root, real_entry<R, true, false>, real_entry<R, false, false>);
@@ -172,11 +349,18 @@ int64_t commit_threaded_real(DftMethod *m, DftNode *n) {
   return commit_through(m, n, sizeof(R) == 8 ? commit_node_d_r2c_1d_cell : commit_node_s_r2c_1d_cell);
 }
 template <class R> DftMethod threaded_real = {commit_threaded_real<R>, nullptr};
+template <class R>
+int64_t commit_threaded_real_md(DftMethod *m, DftNode *n) {
+  return commit_through(m, n, sizeof(R) == 8 ? commit_node_d_r2c_md_cell : commit_node_s_r2c_md_cell);
+}
+template <class R> DftMethod threaded_real_md = {commit_threaded_real_md<R>, nullptr};
 
 }  // namespace
 
 DftMethod *const method_list_dr1d[] = {&threaded_real<double>, nullptr};
 DftMethod *const method_list_sr1d[] = {&threaded_real<float>, nullptr};
+DftMethod *const method_list_drmd[] = {&threaded_real_md<double>, nullptr};
+DftMethod *const method_list_srmd[] = {&threaded_real_md<float>, nullptr};
 
 }  // namespace zor::dft
 
@@ -184,6 +368,8 @@ using zor::dft::real_driver;
 
 ZOR_API int64_t zor_dft_commit_descriptor_core_d_r2c_1d(DftNode *root) { return zor::dft::core_r2c_1d<double>(root); }
 ZOR_API int64_t zor_dft_commit_descriptor_core_s_r2c_1d(DftNode *root) { return zor::dft::core_r2c_1d<float>(root); }
+ZOR_API int64_t zor_dft_commit_descriptor_core_d_r2c_md(DftNode *root) { return zor::dft::core_r2c_1d<double>(root); }
+ZOR_API int64_t zor_dft_commit_descriptor_core_s_r2c_md(DftNode *root) { return zor::dft::core_r2c_1d<float>(root); }
 
 #define ZOR_DFT_REAL_DRIVERS(name, R, Fwd, Cce)                                                   \
   ZOR_API int64_t name(DftNode *n, void *d, int64_t t, void *w) {                                 \
@@ -201,3 +387,16 @@ ZOR_DFT_REAL_DRIVERS(zor_dft_xzdbackward, double, false, true)
 ZOR_DFT_REAL_DRIVERS(zor_dft_xscforward, float, true, true)
 ZOR_DFT_REAL_DRIVERS(zor_dft_xcsbackward, float, false, true)
 #undef ZOR_DFT_REAL_DRIVERS
+
+using zor::dft::real_dft2d;
+#define ZOR_DFT_REAL_PLANE(name, R, Fwd, Cce) \
+  ZOR_API int64_t name(DftNode *n, void *i, void *o, void *w) { return real_dft2d<R, Fwd, Cce>(n, i, o, w); }
+ZOR_DFT_REAL_PLANE(zor_dft_xdzdft2d, double, true, false)
+ZOR_DFT_REAL_PLANE(zor_dft_xzddft2d, double, false, false)
+ZOR_DFT_REAL_PLANE(zor_dft_xdzzdft2d, double, true, true)
+ZOR_DFT_REAL_PLANE(zor_dft_xzzddft2d, double, false, true)
+ZOR_DFT_REAL_PLANE(zor_dft_xscdft2d, float, true, false)
+ZOR_DFT_REAL_PLANE(zor_dft_xcsdft2d, float, false, false)
+ZOR_DFT_REAL_PLANE(zor_dft_xsccdft2d, float, true, true)
+ZOR_DFT_REAL_PLANE(zor_dft_xccsdft2d, float, false, true)
+#undef ZOR_DFT_REAL_PLANE

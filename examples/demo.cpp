@@ -86,6 +86,23 @@ void fourier() {
   zor_fft_forward(r, line);
   std::printf("dft: real cos(2 pi 3 j / 16), spectrum at 3 = %.3f%+.3fi\n", line[6], line[7]);
   zor_fft_free(&r);
+
+  // The wave cos(2 pi (j0 / 8 + j1 / 4)) on an 8-by-4 real grid, into its
+  // half spectrum of 5 x 4 complex values, out of place: 16 at (1, 1).
+  int64_t plane[2] = {8, 4}, spectrum_strides[3] = {0, 1, 5};
+  zor_fft_create(&r, DFT_DOUBLE, DFT_REAL, 2, plane);
+  zor_fft_set_value(r, DFT_CONJUGATE_EVEN_STORAGE, DFT_COMPLEX_COMPLEX);
+  zor_fft_set_value(r, DFT_PLACEMENT, DFT_NOT_INPLACE);
+  zor_fft_set_output_strides(r, spectrum_strides);
+  zor_fft_commit(r);
+  double grid[32], half[2 * 5 * 4];
+  for (int j1 = 0; j1 < 4; ++j1)
+    for (int j0 = 0; j0 < 8; ++j0)
+      grid[j1 * 8 + j0] = std::cos(2 * 3.14159265358979323846 * (j0 / 8.0 + j1 / 4.0));
+  zor_fft_forward_out(r, grid, half);
+  std::printf("dft: real 8 x 4 wave (1, 1), half spectrum at (1, 1) = %.3f%+.3fi\n", half[2 * (1 * 5 + 1)],
+              half[2 * (1 * 5 + 1) + 1]);
+  zor_fft_free(&r);
 }
 
 }  // namespace

@@ -17,9 +17,9 @@
  * back to uncommitted (setting a scale to the value it has excepted).
  *
  * This front lives in the provider library (libzor_core.so); it drives the
- * tier's descriptors. Transforms in single and double precision, in place
- * or not, batched, strided: complex data interleaved (any rank) or split
- * (rank 1); real data (domain DFT_REAL) with its conjugate-even spectrum either
+ * tier's descriptors. Transforms of any rank in single and double
+ * precision, in place or not, batched, strided: complex data interleaved, or
+ * split (rank 1); real data (domain DFT_REAL) with its conjugate-even spectrum either
  * in a real array (DFT_CONJUGATE_EVEN_STORAGE DFT_COMPLEX_REAL, the default,
  * in the DFT_PACKED_FORMAT DFT_CCS_FORMAT, DFT_PACK_FORMAT or
  * DFT_PERM_FORMAT) or as n/2 + 1 complex values (DFT_COMPLEX_COMPLEX). For
@@ -35,8 +35,10 @@
 #include <zor/export.h>
 
 /* precision: DFT_SINGLE or DFT_DOUBLE; domain: DFT_COMPLEX or DFT_REAL;
-   `rank` lengths, the first that of the contiguous axis (real data: rank 1
-   only for now). *handle receives the descriptor. */
+   `rank` lengths, the first that of the contiguous axis. Real data of
+   rank 2 and above: the first axis goes into its L0 / 2 + 1 complex values,
+   the other axes are complex over them (storage DFT_COMPLEX_COMPLEX, or the
+   ccs layout read as complex values). *handle receives the descriptor. */
 ZOR_API int64_t zor_fft_create(DftNode **handle, int32_t precision, int32_t domain, int64_t rank,
                                const int64_t *lengths);
 

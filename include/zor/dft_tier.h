@@ -20,6 +20,8 @@ ZOR_API int64_t zor_dft_dfti_create_sr1d(DftNode **handle, int64_t length);
    null handle, 2 for a rank below 1 or a zero length. */
 ZOR_API int64_t zor_dft_dfti_create_dcmd(DftNode **handle, int64_t rank, const int64_t *lengths);
 ZOR_API int64_t zor_dft_dfti_create_scmd(DftNode **handle, int64_t rank, const int64_t *lengths);
+ZOR_API int64_t zor_dft_dfti_create_drmd(DftNode **handle, int64_t rank, const int64_t *lengths);
+ZOR_API int64_t zor_dft_dfti_create_srmd(DftNode **handle, int64_t rank, const int64_t *lengths);
 /* The common worker: precision 35 or 36, domain 32 or 33, rank lengths. */
 ZOR_API int64_t zor_dft_dfti_create_node(DftNode **handle, int32_t precision, int32_t domain, int64_t rank,
                                          const int64_t *lengths);
@@ -41,6 +43,8 @@ ZOR_API int64_t zor_dft_commit_descriptor_core_d_r2c_1d(DftNode *root);
 ZOR_API int64_t zor_dft_commit_descriptor_core_s_r2c_1d(DftNode *root);
 ZOR_API int64_t zor_dft_commit_descriptor_core_d_c2c_md(DftNode *root);
 ZOR_API int64_t zor_dft_commit_descriptor_core_s_c2c_md(DftNode *root);
+ZOR_API int64_t zor_dft_commit_descriptor_core_d_r2c_md(DftNode *root);
+ZOR_API int64_t zor_dft_commit_descriptor_core_s_r2c_md(DftNode *root);
 
 /* ---------------------------------------------------------------- drivers */
 /* The batch of a committed node on the calling thread: `transforms` lines,
@@ -62,7 +66,10 @@ ZOR_API int64_t zor_dft_xcbackward_out(DftNode *node, void *in, void *out, int64
    array in the node's packed format; with 39 (xdzforward, xzdbackward,
    xscforward, xcsbackward) it is n/2 + 1 complex values, and its offset,
    stride and distance count complex elements. In place with storage 40 both
-   sides use the input offset, stride and distance. Rank 1. */
+   sides use the input offset, stride and distance. From rank 2 on the first
+   axis is real and the others complex over its L0 / 2 + 1 values; storage 40
+   then takes the ccs layout only, its spectrum read as complex values (unit
+   first stride, even offset, strides and distance on that side, else 3). */
 ZOR_API int64_t zor_dft_xdforward(DftNode *node, void *data, int64_t transforms, void *workspace);
 ZOR_API int64_t zor_dft_xdbackward(DftNode *node, void *data, int64_t transforms, void *workspace);
 ZOR_API int64_t zor_dft_xsforward(DftNode *node, void *data, int64_t transforms, void *workspace);
@@ -150,6 +157,20 @@ ZOR_API void zor_dft_c2_c_dft(void *data, const int64_t *first_stride, const int
 ZOR_API void zor_dft_c2_c_out_dft(const void *in, void *out, const int64_t *in_strides, const int64_t *out_strides,
                                   int64_t first, int64_t count, dft_axis_kernel kernel, DftNode *node,
                                   int64_t *status, void *workspace);
+
+/* One real plane of a committed real node of rank 2, with the node's
+   offsets and strides: forward (real to spectrum) x{dz,sc}dft2d for storage
+   40 (ccs) and x{dzz,scc}dft2d for storage 39; backward x{zd,cs}dft2d and
+   x{zzd,ccs}dft2d. In place when out is in (or null). 3 when the node is not
+   such a node. */
+ZOR_API int64_t zor_dft_xdzdft2d(DftNode *node, void *in, void *out, void *workspace);
+ZOR_API int64_t zor_dft_xzddft2d(DftNode *node, void *in, void *out, void *workspace);
+ZOR_API int64_t zor_dft_xdzzdft2d(DftNode *node, void *in, void *out, void *workspace);
+ZOR_API int64_t zor_dft_xzzddft2d(DftNode *node, void *in, void *out, void *workspace);
+ZOR_API int64_t zor_dft_xscdft2d(DftNode *node, void *in, void *out, void *workspace);
+ZOR_API int64_t zor_dft_xcsdft2d(DftNode *node, void *in, void *out, void *workspace);
+ZOR_API int64_t zor_dft_xsccdft2d(DftNode *node, void *in, void *out, void *workspace);
+ZOR_API int64_t zor_dft_xccsdft2d(DftNode *node, void *in, void *out, void *workspace);
 
 /* ---------------------------------------------------------------- four steps
    A long transform as an m2-by-m1 problem (the record DftFourStep). z is

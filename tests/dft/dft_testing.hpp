@@ -46,6 +46,23 @@ std::vector<cl> naive_bins(const std::vector<std::complex<T>> &x, const std::vec
   return y;
 }
 
+// A dense array of several dimensions (axis 0 fastest, lengths len)
+// transformed along every axis by the naive transform.
+inline std::vector<cl> naive_md(std::vector<cl> x, const std::vector<int64_t> &len, bool forward = true) {
+  int64_t below = 1;
+  for (int64_t n : len) {
+    std::vector<cl> line(static_cast<size_t>(n), 0);
+    for (int64_t start = 0; start < int64_t(x.size()); ++start) {
+      if ((start / below) % n != 0) continue;
+      for (int64_t j = 0; j < n; ++j) line[size_t(j)] = x[size_t(start + j * below)];
+      std::vector<cl> y = naive_dft(line, forward);
+      for (int64_t j = 0; j < n; ++j) x[size_t(start + j * below)] = y[size_t(j)];
+    }
+    below *= n;
+  }
+  return x;
+}
+
 // ||y - scale ref|| / ||scale ref||, in the 2-norm.
 template <class T>
 double relative_error(const std::vector<std::complex<T>> &y, const std::vector<cl> &ref, long double scale = 1) {

@@ -239,6 +239,20 @@ TEST(DftFaults, SplitStorage) {
   EXPECT_EQ(im, want_im);
 }
 
+// Each allocation of a commit from scratch fails in turn: status 1, the node
+// uncommitted, no block left behind.
+void commit_faults(DftNode *d) {
+  long count = allocations_of([&] { ASSERT_EQ(zor_fft_commit(d), 0); });
+  ASSERT_GT(count, 0);
+  for (long k = 1; k <= count; ++k) {
+    d->uncommit(d);
+    long live = live_blocks();
+    EXPECT_EQ(failing(k, [&] { return zor_fft_commit(d); }), DFT_MEMORY_ERROR) << "allocation " << k;
+    EXPECT_EQ(d->commit_status, DFT_UNCOMMITTED);
+    EXPECT_EQ(live_blocks(), live) << "allocation " << k;
+  }
+}
+
 // Real descriptors out of place: every allocation of commit (a power of two,
 // an even and an odd mixed length) and of a strided compute fails in turn.
 template <class T>
@@ -250,15 +264,7 @@ void check_real(int64_t n, int64_t stride) {
   ASSERT_EQ(zor_fft_set_input_strides(d, strides), 0);
   ASSERT_EQ(zor_fft_set_output_strides(d, strides), 0);
   ASSERT_EQ(zor_fft_set_value(d, DFT_PLACEMENT, DFT_NOT_INPLACE), 0);
-  long count = allocations_of([&] { ASSERT_EQ(zor_fft_commit(d), 0); });
-  ASSERT_GT(count, 0);
-  for (long k = 1; k <= count; ++k) {
-    d->uncommit(d);
-    long live = live_blocks();
-    EXPECT_EQ(failing(k, [&] { return zor_fft_commit(d); }), DFT_MEMORY_ERROR) << "allocation " << k;
-    EXPECT_EQ(d->commit_status, DFT_UNCOMMITTED);
-    EXPECT_EQ(live_blocks(), live) << "allocation " << k;
-  }
+  commit_faults(d);
   ASSERT_EQ(zor_fft_commit(d), 0);
   Rng rng(13);
   std::vector<T> x(static_cast<size_t>(stride * (n + 2))), want(x.size()), y(x.size());
@@ -281,6 +287,61 @@ TEST(DftFaults, RealTransforms) {
   check_real<double>(4096, 1);
   check_real<double>(1000, 3);
   check_real<float>(301, 2);
+}
+
+}  // namespace
+
+namespace {
+
+// Several dimensions, default strides: every allocation of commit (the axis
+// chain, plans, workspace) and of one compute fails in turn. Real tasks run
+// out of place with the spectrum as complex values, in both directions (the
+// backward one copies the spectrum).
+template <class T>
+void check_md(int32_t domain, std::vector<int64_t> len, int32_t placement, bool forward) {
+  SCOPED_TRACE(testing::Message() << "domain " << domain << " rank " << len.size() << " placement " << placement
+                                  << " forward " << forward << " bytes " << sizeof(T));
+  DftNode *d = nullptr;
+  ASSERT_EQ(zor_fft_create(&d, precision_of<T>, domain, int64_t(len.size()), len.data()), 0);
+  ASSERT_EQ(zor_fft_set_value(d, DFT_PLACEMENT, placement), 0);
+  if (domain == DFT_REAL) ASSERT_EQ(zor_fft_set_value(d, DFT_CONJUGATE_EVEN_STORAGE, DFT_COMPLEX_COMPLEX), 0);
+  commit_faults(d);
+  ASSERT_EQ(zor_fft_commit(d), 0);
+  int64_t total = 1;
+  for (int64_t n : len) total *= n;
+  Rng rng(14);
+  const std::vector<std::complex<T>> x = random_line<T>(total, rng);
+  auto run = [&](std::vector<std::complex<T>> &y) {
+    std::vector<std::complex<T>> a = x;
+    y.assign(x.size(), {});
+    if (placement == DFT_INPLACE) {
+      int64_t s = forward ? zor_fft_forward(d, a.data()) : zor_fft_backward(d, a.data());
+      y = a;
+      return s;
+    }
+    return forward ? zor_fft_forward_out(d, a.data(), y.data()) : zor_fft_backward_out(d, a.data(), y.data());
+  };
+  std::vector<std::complex<T>> want, y;
+  ASSERT_EQ(run(want), 0);
+  long compute_count = allocations_of([&] { run(y); });
+  ASSERT_GT(compute_count, 0);
+  for (long k = 1; k <= compute_count; ++k) {
+    long live = live_blocks();
+    EXPECT_EQ(failing(k, [&] { return run(y); }), DFT_MEMORY_ERROR) << "compute allocation " << k;
+    EXPECT_EQ(live_blocks(), live);
+  }
+  ASSERT_EQ(run(y), 0);
+  EXPECT_EQ(y, want);
+  zor_fft_free(&d);
+}
+
+TEST(DftFaults, SeveralDimensions) {
+  check_md<double>(DFT_COMPLEX, {12, 10, 3}, DFT_INPLACE, true);
+  check_md<double>(DFT_COMPLEX, {40, 6}, DFT_NOT_INPLACE, false);
+  check_md<float>(DFT_COMPLEX, {8, 5, 3, 2}, DFT_NOT_INPLACE, true);
+  check_md<double>(DFT_REAL, {10, 6, 3}, DFT_NOT_INPLACE, true);
+  check_md<double>(DFT_REAL, {10, 6}, DFT_NOT_INPLACE, false);
+  check_md<float>(DFT_REAL, {9, 4}, DFT_NOT_INPLACE, false);
 }
 
 }  // namespace

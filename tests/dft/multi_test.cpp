@@ -14,23 +14,6 @@ namespace {
 
 using namespace zor::test;
 
-// A dense array, axis 0 fastest, transformed along every axis.
-std::vector<cl> naive_md(std::vector<cl> x, const std::vector<int64_t> &len, bool forward) {
-  int64_t below = 1;
-  const int64_t total = int64_t(x.size());
-  for (int64_t n : len) {
-    std::vector<cl> line(size_t(n), 0);
-    for (int64_t start = 0; start < total; ++start) {
-      if ((start / below) % n != 0) continue;
-      for (int64_t j = 0; j < n; ++j) line[size_t(j)] = x[size_t(start + j * below)];
-      std::vector<cl> y = naive_dft(line, forward);
-      for (int64_t j = 0; j < n; ++j) x[size_t(start + j * below)] = y[size_t(j)];
-    }
-    below *= n;
-  }
-  return x;
-}
-
 // A task's layout: lengths, strides of each side (axis k steps by stride[k]),
 // offsets, batch.
 struct Layout {
