@@ -13,6 +13,7 @@
 #include <cstring>
 
 #include "frame/memory.hpp"
+#include "frame/simd.hpp"
 #include "spblas/csr_common.hpp"
 #include "spblas/sorting.hpp"
 
@@ -111,6 +112,38 @@ void csrcoo(const I *job_, const I *n_, P *acsr_, I *ja, I *ia, I *nnz, P *acoo_
 // exchanged): columns counted, summed, and each row's entries placed in
 // stored order, so that the entries of an output row come in ascending
 // source row. n, job[1], job[2] and job[5] are read as their low 32 bits.
+// The counts and the placement of csrcsc. Both passes land on columns at
+// random: the column's counter kGatherAhead entries on is prefetched, and
+// the destination of the entry half as far on from its counter as it stands
+// then (a prefetch only, so a later move of that counter does no harm).
+template <bool Values, class E, class I>
+void csc_pass(int64_t n, int64_t bin, int64_t bout, const E *src, const I *sj, const I *si, E *dst, I *dj, I *di) {
+  constexpr int64_t ahead = tuned::kGatherAhead;
+  const int64_t k0 = int64_t(si[0]) - bin, k1 = int64_t(si[n]) - bin;
+  for (int64_t c = 0; c <= n; ++c) di[c] = 0;
+  for (int64_t k = k0; k < k1; ++k) {
+    if (k + ahead < k1) zor::simd::prefetch_t0(di + (int64_t(sj[k + ahead]) - bin + 1));
+    const int64_t c = int64_t(sj[k]) - bin;
+    di[c + 1] = I(di[c + 1] + 1);
+  }
+  for (int64_t c = 1; c <= n; ++c) di[c] = I(di[c] + di[c - 1]);
+  for (int64_t i = 0; i < n; ++i)
+    for (int64_t k = int64_t(si[i]) - bin; k < int64_t(si[i + 1]) - bin; ++k) {
+      if (k + ahead < k1) {
+        zor::simd::prefetch_t0(di + (int64_t(sj[k + ahead]) - bin));
+        const int64_t q = di[int64_t(sj[k + ahead / 2]) - bin];
+        zor::simd::prefetch_t0(dj + q);
+        if constexpr (Values) zor::simd::prefetch_t0(dst + q);
+      }
+      const int64_t c = int64_t(sj[k]) - bin, p = di[c];
+      dj[p] = I(i + bout);
+      if constexpr (Values) dst[p] = src[k];
+      di[c] = I(p + 1);
+    }
+  for (int64_t c = n; c > 0; --c) di[c] = I(di[c - 1] + bout);
+  di[0] = I(bout);
+}
+
 template <class T, class I, class P>
 void csrcsc(const I *job_, const I *n_, P *acsr_, I *ja0, I *ia0, P *acsc_, I *ja1, I *ia1, I *info) {
   using E = typename T::elem;
@@ -119,21 +152,8 @@ void csrcsc(const I *job_, const I *n_, P *acsr_, I *ja0, I *ia0, P *acsc_, I *j
   E *src = elems(acsr_), *dst = elems(acsc_);
   I *sj = ja0, *si = ia0, *dj = ja1, *di = ia1;
   if (job_[0] != 0) std::swap(src, dst), std::swap(sj, dj), std::swap(si, di);
-  for (int64_t c = 0; c <= n; ++c) di[c] = 0;
-  for (int64_t k = int64_t(si[0]) - bin; k < int64_t(si[n]) - bin; ++k) {
-    const int64_t c = int64_t(sj[k]) - bin;
-    di[c + 1] = I(di[c + 1] + 1);
-  }
-  for (int64_t c = 1; c <= n; ++c) di[c] = I(di[c] + di[c - 1]);
-  for (int64_t i = 0; i < n; ++i)
-    for (int64_t k = int64_t(si[i]) - bin; k < int64_t(si[i + 1]) - bin; ++k) {
-      const int64_t c = int64_t(sj[k]) - bin, p = di[c];
-      dj[p] = I(i + bout);
-      if (values) dst[p] = src[k];
-      di[c] = I(p + 1);
-    }
-  for (int64_t c = n; c > 0; --c) di[c] = I(di[c - 1] + bout);
-  di[0] = I(bout);
+  if (values) csc_pass<true>(n, bin, bout, src, sj, si, dst, dj, di);
+  else csc_pass<false>(n, bin, bout, src, sj, si, dst, dj, di);
   *info = 0;
 }
 

@@ -23,7 +23,7 @@ void coo_mv_par(const I *first, const I *last, const I *m, const I *, const P *a
   const Contiguous<const E> xv{elems(x)};
   const Contiguous<E> yv{elems(y)};
   if constexpr (K.structure == 'g' || K.structure == 't') {
-    coo_entries<K>(a, al, xv, yv, 0, a.nnz);
+    coo_entries_ahead<K>(a, al, xv, yv);
   } else {
     const int64_t lo = *first, hi = *last;
     if (hi < lo) return;

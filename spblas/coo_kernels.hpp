@@ -21,6 +21,7 @@
 
 #include "frame/imports.hpp"
 #include "frame/memory.hpp"
+#include "frame/simd.hpp"
 #include "spblas/csr_common.hpp"
 
 namespace zor::spblas {
@@ -77,6 +78,20 @@ inline void coo_entries(const Coo<E, I, K.base> &a, E alpha, X x, Y y, int64_t k
       if (r == c) y(r) = y(r) + (v * alpha) * x(r);
     }
   }
+}
+
+// The same over the whole list with the x element of the entry
+// kGatherAhead places on prefetched: the gathered reads of x wait on memory
+// otherwise. The updates and their order are those of coo_entries.
+template <Kind K, class E, class I>
+inline void coo_entries_ahead(const Coo<E, I, K.base> &a, E alpha, Contiguous<const E> x, Contiguous<E> y) {
+  constexpr int64_t ahead = tuned::kGatherAhead;
+  int64_t k = 0;
+  for (; k + ahead < a.nnz; ++k) {
+    zor::simd::prefetch_t0(x.p + a.col(k + ahead));
+    coo_entries<K>(a, alpha, x, y, k, k + 1);
+  }
+  coo_entries<K>(a, alpha, x, y, k, a.nnz);
 }
 
 // y[i] += x[i] alpha, i < m: the unit diagonal's term.
