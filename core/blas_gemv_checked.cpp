@@ -2,14 +2,15 @@
 // c, z) and ssyr with 64-bit integers. Each routine's argument tests stand
 // in one table below, in the published order: first that every argument
 // passed by reference is present, then the published tests of values
-// (gemv: trans 1, m 2, n 3, lda 6, incx 8, incy 11; ssyr: uplo 1, n 2,
-// incx 5, lda 7), then the arrays that the call will touch. The first bad
+// (the rules the Fortran front reads too, core/blas_rules.hpp), then the
+// arrays that the call will touch. The first bad
 // one is reported by routine and position and nothing is written. Then the
 // quick returns of the published routine, and the tier's kernel does the
 // rest. Only the first byte of a letter argument is read; the trailing
 // length of the text a Fortran caller passes is accepted and never read.
 #include <zor/blas.h>
 
+#include "core/blas_rules.hpp"
 #include "core/checked.hpp"
 #include "core/tier_lookup.h"
 #include "frame/element.hpp"
@@ -28,7 +29,9 @@ TierKernel<decltype(&zor_blas_xzgemv)> xzgemv{"zor_blas_xzgemv"};
 TierKernel<decltype(&zor_blas_xssyr)> xssyr{"zor_blas_xssyr"};
 
 // One argument test: the position reported, and the test, which may read
-// only what the tests before it have found present.
+// only what the tests before it have found present. Position 0 stands for
+// the published tests of values, from the rules the Fortran front shares,
+// which name their own position.
 template <class Args>
 struct Test {
   int position;
@@ -36,12 +39,15 @@ struct Test {
 };
 template <class Args, size_t N>
 int first_bad(const Test<Args> (&table)[N], const Args &args) {
-  for (const Test<Args> &t : table)
-    if (t.bad(args)) return t.position;
+  for (const Test<Args> &t : table) {
+    if (t.position == 0) {
+      if (int p = value_rules(args)) return p;
+    } else if (t.bad(args)) {
+      return t.position;
+    }
+  }
   return 0;
 }
-
-inline zor_int at_least_one(zor_int v) { return v > 1 ? v : 1; }
 
 template <class E>
 struct Gemv {
@@ -57,6 +63,11 @@ struct Gemv {
   bool work() const { return *m > 0 && *n > 0 && !(is_zero(*alpha) && is_one(*beta)); }
 };
 template <class E>
+int value_rules(const Gemv<E> &g) {
+  const zor_int v[12] = {0, *g.trans, *g.m, *g.n, 0, 0, *g.lda, 0, *g.incx, 0, 0, *g.incy};
+  return zor::rules::first_bad<zor::rules::kGemv>(v);
+}
+template <class E>
 constexpr Test<Gemv<E>> kGemvTests[] = {
     {1, [](const Gemv<E> &g) { return !g.trans; }},
     {2, [](const Gemv<E> &g) { return !g.m; }},
@@ -66,15 +77,7 @@ constexpr Test<Gemv<E>> kGemvTests[] = {
     {8, [](const Gemv<E> &g) { return !g.incx; }},
     {9, [](const Gemv<E> &g) { return !g.beta; }},
     {11, [](const Gemv<E> &g) { return !g.incy; }},
-    {1, [](const Gemv<E> &g) {
-       const zor::Trans t = zor::read_trans(g.trans);
-       return t != zor::Trans::N && t != zor::Trans::T && t != zor::Trans::C;
-     }},
-    {2, [](const Gemv<E> &g) { return *g.m < 0; }},
-    {3, [](const Gemv<E> &g) { return *g.n < 0; }},
-    {6, [](const Gemv<E> &g) { return *g.lda < at_least_one(*g.m); }},
-    {8, [](const Gemv<E> &g) { return *g.incx == 0; }},
-    {11, [](const Gemv<E> &g) { return *g.incy == 0; }},
+    {0, nullptr},
     {5, [](const Gemv<E> &g) { return g.work() && !is_zero(*g.alpha) && !g.a; }},
     {7, [](const Gemv<E> &g) { return g.work() && !is_zero(*g.alpha) && !g.x; }},
     {10, [](const Gemv<E> &g) { return g.work() && !g.y; }},
@@ -106,16 +109,17 @@ struct Syr {
   const zor_int *lda;
   bool work() const { return *n > 0 && *alpha != 0.0f; }
 };
+int value_rules(const Syr &s) {
+  const zor_int v[8] = {0, *s.uplo, *s.n, 0, 0, *s.incx, 0, *s.lda};
+  return zor::rules::first_bad<zor::rules::kSyr>(v);
+}
 constexpr Test<Syr> kSyrTests[] = {
     {1, [](const Syr &s) { return !s.uplo; }},
     {2, [](const Syr &s) { return !s.n; }},
     {3, [](const Syr &s) { return !s.alpha; }},
     {5, [](const Syr &s) { return !s.incx; }},
     {7, [](const Syr &s) { return !s.lda; }},
-    {1, [](const Syr &s) { return zor::read_uplo(s.uplo) == zor::Uplo::none; }},
-    {2, [](const Syr &s) { return *s.n < 0; }},
-    {5, [](const Syr &s) { return *s.incx == 0; }},
-    {7, [](const Syr &s) { return *s.lda < at_least_one(*s.n); }},
+    {0, nullptr},
     {4, [](const Syr &s) { return s.work() && !s.x; }},
     {6, [](const Syr &s) { return s.work() && !s.a; }},
 };

@@ -1,0 +1,64 @@
+#!/usr/bin/env python3
+"""The dynamic symbol table of our libblas.so.3 against the reference's.
+
+Every name the reference libblas.so.3 defines must be ours (the C names
+only when --with-c, once the C layer is built), each Fortran name also
+with the 64-bit suffix; besides those, only the tier's extras, the front's
+own zor_blas_* functions and nothing that the reference LAPACK defines.
+Of its own names the library calls only the error routines through the
+dynamic symbol table (a program's definitions replace them); every other
+internal call binds inside the library.
+
+  check_names.py OURS REFERENCE_BLAS REFERENCE_LAPACK NAMES_PY [--with-c]
+"""
+import subprocess
+import sys
+
+
+def defined(path):
+    out = subprocess.run(['nm', '-D', '--defined-only', path], check=True, capture_output=True, text=True).stdout
+    return {line.split()[-1] for line in out.splitlines() if line.strip()}
+
+
+def main():
+    ours_path, ref_blas, ref_lapack, names_py = sys.argv[1:5]
+    with_c = '--with-c' in sys.argv
+    ours, reference, lapack = defined(ours_path), defined(ref_blas), defined(ref_lapack)
+    fortran = set(subprocess.run([sys.executable, names_py, 'names'], check=True, capture_output=True,
+                                 text=True).stdout.split())
+    fortran |= {'lsame_', 'xerbla_', 'xerbla_array_', 'lsame_64_', 'xerbla_64_', 'xerbla_array_64_'}
+    c_names = {n for n in reference if n.startswith('cblas_') or n in ('RowMajorStrg', 'CBLAS_CallFromC')}
+    problems = []
+    for n in sorted(reference - ours):
+        if n in c_names and not with_c:
+            continue
+        problems.append(f'missing: {n}')
+    for n in sorted(n for n in reference if n.endswith('_') and not n.startswith('cblas_')):
+        if n[:-1] + '_64_' not in ours:
+            problems.append(f'missing 64-bit twin of {n}')
+    for n in sorted(fortran - ours):
+        problems.append(f'table name not exported: {n}')
+    extra = ours - reference - fortran
+    extra = {n for n in extra if not n.startswith('zor_blas_') and not (with_c and n.startswith('cblas_'))}
+    extra -= {'_init', '_fini'}
+    for n in sorted(extra):
+        problems.append(f'unexpected export: {n}')
+    for n in sorted((ours & lapack) - reference):
+        problems.append(f'a LAPACK name: {n}')
+    relocations = subprocess.run(['objdump', '-R', ours_path], check=True, capture_output=True, text=True).stdout
+    called = {line.split()[-1].split('@')[0] for line in relocations.splitlines() if 'JUMP_SLOT' in line or 'GLOB_DAT' in line}
+    # (the C layer's data words are shared with the program the same way)
+    allowed = {'xerbla_', 'xerbla_64_', 'cblas_xerbla', 'cblas_xerbla64_', 'RowMajorStrg', 'CBLAS_CallFromC'}
+    for n in sorted((called & ours) - allowed):
+        problems.append(f'own name called through the dynamic table: {n}')
+    for n in ('xerbla_', 'xerbla_64_'):
+        if n not in called:
+            problems.append(f'{n} is not called through the dynamic table: a program could not replace it')
+    for p in problems:
+        print(p)
+    print(f'{len(ours)} names exported, {len(reference)} in the reference, {len(problems)} problems')
+    return 1 if problems else 0
+
+
+if __name__ == '__main__':
+    sys.exit(main())
