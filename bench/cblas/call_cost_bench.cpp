@@ -79,7 +79,7 @@ double measure(int index, void *lib) {
 // The tier's own entry for the same case, called here.
 double measure_tier(int index) {
   const int64_t n = kSizes[index / 5], one = 1;
-  Data d(int(n));
+  Data d{int(n)};
   const double alpha = 1e-3, beta = 0.5;
   volatile double sink = 0;
   double s = 0;
