@@ -9,7 +9,9 @@
 // position (1-based): a letter argument as its first byte, an integer as
 // its value; positions no rule reads may hold anything.
 #pragma once
+#include <cstddef>
 #include <cstdint>
+#include <iterator>
 
 #include "frame/letters.hpp"
 
@@ -33,11 +35,16 @@ struct Rule {
   char when = 0;
   std::uint8_t of_else = 0;
 
-  constexpr std::int64_t bound(const std::int64_t *v) const {
+  [[gnu::always_inline]] constexpr std::int64_t bound(const std::int64_t *v) const {
     const std::int64_t b = when_at == 0 || letter_of(char(v[when_at])) == when ? v[of] : v[of_else];
     return b > 1 ? b : 1;
   }
-  constexpr bool fails(const std::int64_t *v) const {
+  constexpr std::uint32_t letter_mask() const {
+    std::uint32_t m = 0;
+    for (const char *c = letters; *c; ++c) m |= 1u << (*c - 'A');
+    return m;
+  }
+  [[gnu::always_inline]] constexpr bool fails(const std::int64_t *v) const {
     const std::int64_t x = v[position];
     switch (test) {
       case Test::letter:
@@ -53,14 +60,24 @@ struct Rule {
   }
 };
 
-// The position of the first failing rule, 0 when all pass. The table is a
-// constant, so each routine's tests unroll into plain comparisons.
-template <const auto &Table>
-inline int first_bad(const std::int64_t *v) {
-#pragma GCC unroll 16
-  for (const Rule &r : Table)
-    if (r.fails(v)) return r.position;
-  return 0;
+// The position of the first failing rule, 0 when all pass. Each rule is a
+// constant here, so a routine's tests compile to plain comparisons.
+template <const auto &Table, std::size_t I = 0>
+[[gnu::always_inline]] inline int first_bad(const std::int64_t *v) {
+  if constexpr (I == std::size(Table)) {
+    return 0;
+  } else {
+    constexpr Rule rule = Table[I];
+    if constexpr (rule.test == Test::letter) {
+      // the accepted capitals as bits of a mask
+      constexpr std::uint32_t mask = rule.letter_mask();
+      const unsigned u = unsigned(std::uint8_t(letter_of(char(v[rule.position]))) - 'A');
+      if (u >= 26 || !(mask >> u & 1)) return rule.position;
+    } else if (rule.fails(v)) {
+      return rule.position;
+    }
+    return first_bad<Table, I + 1>(v);
+  }
 }
 
 // clang-format off

@@ -21,6 +21,8 @@
 
 using namespace front_test;
 using zor::test::Rng;
+using zor::test::is_complex_v;
+using zor::test::real_of;
 
 namespace {
 
@@ -354,6 +356,34 @@ TEST_P(Oracle, AgreesWithReference) {
   }
 }
 
+// Each letter and integer argument made bad in turn (a letter 'X', a size
+// -1, an increment or leading dimension 0), the others valid: the same
+// position as the reference's, or no report where the reference accepts
+// the value (a zero increment of a level-1 routine, a negative size that
+// is a quick return), and nothing written after a report.
+TEST_P(Oracle, EachArgumentMadeBadInTurn) {
+  const Case &c = GetParam();
+  if (!*c.oracle || std::string(c.result) != "info") GTEST_SKIP() << "no argument is ever illegal";
+  Rng rng(std::hash<std::string>{}(c.name) & 0xffff);
+  Arguments valid = make(rng, c, false, false);
+  for (size_t i = 0; i < valid.args.size(); ++i) {
+    if (valid.args[i].kind != 'c' && valid.args[i].kind != 'i') continue;
+    Arguments a = valid;
+    const std::string &name = a.args[i].name;
+    if (a.args[i].kind == 'c') a.values[i].letter = 'X';
+    else a.values[i].integer = name.starts_with("ld") || name.starts_with("inc") ? 0 : -1;
+    if (a.args[i].kind == 'i' && a.values[i].integer < 0) a.bad_slot = int(i);
+    SCOPED_TRACE(::testing::Message() << c.name << ": " << name << " made bad");
+    const CapturedReport expected = capture_report([&] { run(c, a, Side::reference, 0); });
+    for (Side side : {Side::ours32, Side::ours64}) {
+      reported = {};
+      const Outcome ours = run(c, a, side, 0x12345678u);
+      EXPECT_EQ(reported.position, expected.position);
+      if (expected.position) EXPECT_TRUE(untouched(ours, a));
+    }
+  }
+}
+
 std::string case_name(const ::testing::TestParamInfo<Case> &info) { return info.param.name; }
 INSTANTIATE_TEST_SUITE_P(Names, Oracle, ::testing::ValuesIn(kCases), case_name);
 
@@ -397,6 +427,69 @@ TEST(FrontGemm, ElementBitsDoNotDependOnTheShape) {
           }
       }
   }
+}
+
+}  // namespace
+
+namespace {
+
+// The extras have no reference routine: ?axpby_ against y := alpha x +
+// beta y written out (beta = 0 must not read y), i?amin_ against the first
+// smallest magnitude (|re| + |im| for complex data; 0 for n < 1 or a
+// non-positive increment).
+template <class E>
+void check_extras(char p) {
+  using R = real_of<E>;
+  Rng rng(11);
+  for (int trial = 0; trial < 200; ++trial) {
+    const int n = int(rng.integer(-1, 40)), incx = int(rng.integer(-3, 3)), incy = int(rng.integer(1, 3)) * (trial % 2 ? -1 : 1);
+    const size_t len = 1 + 40 * 3;
+    std::vector<E> x(len), y(len);
+    for (auto &v : x) v = rng.value<E>();
+    for (auto &v : y) v = rng.value<E>();
+    const E alpha = rng.value<E>(), beta = trial % 5 == 0 ? E{} : rng.value<E>();
+    if (trial % 5 == 0)
+      for (auto &v : y) v = E(std::numeric_limits<R>::quiet_NaN());
+    std::vector<E> want = y;
+    if (n > 0)
+      for (int i = 0; i < n; ++i) {
+        const int ix = incx > 0 ? i * incx : (n - 1 - i) * -incx, iy = incy > 0 ? i * incy : (n - 1 - i) * -incy;
+        want[size_t(iy)] = alpha * x[size_t(ix)] + (beta == E{} ? E{} : beta * want[size_t(iy)]);
+      }
+    int64_t want_min = 0;
+    if (n > 0 && incx > 0) {
+      auto mag = [](E v) { if constexpr (is_complex_v<E>) return std::fabs(v.real()) + std::fabs(v.imag()); else return std::fabs(v); };
+      want_min = 1;
+      for (int i = 1; i < n; ++i)
+        if (mag(x[size_t(i * incx)]) < mag(x[size_t((want_min - 1) * incx)])) want_min = i + 1;
+    }
+    for (bool wide : {false, true}) {
+      SCOPED_TRACE(::testing::Message() << p << " trial " << trial << " n " << n << " incx " << incx << (wide ? " 64" : " 32"));
+      const std::string suffix = wide ? "_64_" : "_";
+      int64_t n64 = n, incx64 = incx, incy64 = incy;
+      int32_t n32 = n, incx32 = incx, incy32 = incy;
+      void *pn = wide ? (void *)&n64 : (void *)&n32, *px = wide ? (void *)&incx64 : (void *)&incx32,
+           *py = wide ? (void *)&incy64 : (void *)&incy32;
+      std::vector<E> got = y;
+      Slots s{pn, (void *)&alpha, x.data(), px, (void *)&beta, got.data(), py};
+      call_as<void>(dlsym(RTLD_DEFAULT, (std::string(1, p) + "axpby" + suffix).c_str()), s);
+      for (size_t i = 0; i < len; ++i)
+        if (!(std::isnan(std::abs(got[i])) && std::isnan(std::abs(want[i]))))
+          ASSERT_LE(std::abs(got[i] - want[i]), R(1e-5) * (1 + std::abs(want[i]))) << i;
+      const std::string iamin = std::string("i") + p + "amin" + suffix;
+      Slots t{pn, x.data(), px};
+      const int64_t got_min = wide ? call_as<int64_t>(dlsym(RTLD_DEFAULT, iamin.c_str()), t)
+                                   : call_as<int32_t>(dlsym(RTLD_DEFAULT, iamin.c_str()), t);
+      EXPECT_EQ(got_min, want_min);
+    }
+  }
+}
+
+TEST(FrontExtras, AxpbyAndIamin) {
+  check_extras<float>('s');
+  check_extras<double>('d');
+  check_extras<std::complex<float>>('c');
+  check_extras<std::complex<double>>('z');
 }
 
 }  // namespace
