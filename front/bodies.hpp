@@ -8,6 +8,7 @@
 #pragma once
 #include <zor/blas.h>
 
+#include "cblas/threads.hpp"
 #include "core/blas_rules.hpp"
 #include "frame/element.hpp"
 #include "frame/imports.hpp"
@@ -252,8 +253,7 @@ inline int symm(char side, char uplo, zor_int m, zor_int n, const E *alpha, cons
   const zor_int v[13] = {0, side, uplo, m, n, 0, 0, lda, 0, ldb, 0, 0, ldc};
   if (int bad = first_bad<rules::kSymm>(v)) return bad;
   if (m == 0 || n == 0 || no_update(alpha, beta)) return 0;
-  if constexpr (Hermitian) imp<E>::xhemm(&side, &uplo, &m, &n, alpha, a, &lda, b, &ldb, beta, c, &ldc);
-  else imp<E>::xsymm(&side, &uplo, &m, &n, alpha, a, &lda, b, &ldb, beta, c, &ldc);
+  threaded_symm<traits_of<E>, Hermitian>(&side, &uplo, &m, &n, alpha, a, &lda, b, &ldb, beta, c, &ldc);
   return 0;
 }
 // C := alpha op(A) op(A)^T + beta C; Hermitian: op(A) op(A)^H with alpha
@@ -267,8 +267,7 @@ inline int syrk(char uplo, char trans, zor_int n, zor_int k, const S *alpha, con
                                               : rules::kSyrkOf<rules::kRealSyrk>;
   if (int bad = first_bad<table>(v)) return bad;
   if (n == 0 || ((is_zero(*alpha) || k == 0) && is_one(*beta))) return 0;
-  if constexpr (Hermitian) imp<E>::xherk(&uplo, &trans, &n, &k, alpha, a, &lda, beta, c, &ldc);
-  else imp<E>::xsyrk(&uplo, &trans, &n, &k, alpha, a, &lda, beta, c, &ldc);
+  threaded_syrk<traits_of<E>, Hermitian>(&uplo, &trans, &n, &k, alpha, a, &lda, beta, c, &ldc);
   return 0;
 }
 // C := alpha op(A) op(B)^T + alpha op(B) op(A)^T + beta C; Hermitian with
@@ -293,8 +292,8 @@ inline int trxm(char side, char uplo, char transa, char diag, zor_int m, zor_int
   const zor_int v[12] = {0, side, uplo, transa, diag, m, n, 0, 0, lda, 0, ldb};
   if (int bad = first_bad<rules::kTrmm>(v)) return bad;
   if (m == 0 || n == 0) return 0;
-  if constexpr (Op == Tri::mv) imp<E>::xtrmm(&side, &uplo, &transa, &diag, &m, &n, alpha, a, &lda, b, &ldb);
-  else imp<E>::xtrsm(&side, &uplo, &transa, &diag, &m, &n, alpha, a, &lda, b, &ldb);
+  if constexpr (Op == Tri::mv) threaded_trmm<traits_of<E>>(&side, &uplo, &transa, &diag, &m, &n, alpha, a, &lda, b, &ldb);
+  else threaded_trsm<traits_of<E>>(&side, &uplo, &transa, &diag, &m, &n, alpha, a, &lda, b, &ldb);
   return 0;
 }
 

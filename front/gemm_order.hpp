@@ -16,6 +16,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "cblas/threads.hpp"
 #include "frame/element.hpp"
 #include "frame/imports.hpp"
 #include "gemm/desc.hpp"
@@ -51,7 +52,7 @@ void gemm_one_order(char ta, char tb, zor_int m, zor_int n, zor_int k, const E *
                     const E *b, zor_int ldb, const E *beta, E *c, zor_int ldc) {
   using imp = zor::imports<traits_of<E>>;
   if (m >= kWidestM<E> && n >= kWidestN<E>) {
-    imp::xgemm(&ta, &tb, &m, &n, &k, alpha, a, &lda, b, &ldb, beta, c, &ldc);
+    threaded_gemm<traits_of<E>>(&ta, &tb, &m, &n, &k, alpha, a, &lda, b, &ldb, beta, c, &ldc);
     return;
   }
   zor_gemm_desc_storage storage;
