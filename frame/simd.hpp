@@ -15,6 +15,7 @@
 //                that multiplies a whole stream.
 #pragma once
 #include <cstdint>
+#include <cstring>
 #include <emmintrin.h>
 #include <pmmintrin.h>
 #include <tmmintrin.h>
@@ -46,9 +47,18 @@ inline void store_lo(float *p, f32x4 v) { _mm_store_ss(p, v); }
 inline void store_hi(double *p, f64x2 v) { _mm_storeh_pd(p, v); }
 inline f64x2 load_half_lo(f64x2 v, const double *p) { return _mm_loadl_pd(v, p); }  // [p0, v1]
 inline f64x2 load_half_hi(f64x2 v, const double *p) { return _mm_loadh_pd(v, p); }  // [v0, p0]
-// Two floats (one single complex): [p0, p1, 0, 0].
-inline f32x4 load_pair(const float *p) { return _mm_castpd_ps(_mm_load_sd(reinterpret_cast<const double *>(p))); }
-inline void store_pair(float *p, f32x4 v) { _mm_store_sd(reinterpret_cast<double *>(p), _mm_castps_pd(v)); }
+// Two floats (one single complex): [p0, p1, 0, 0]. The pair may stand 4
+// bytes off an 8-byte boundary, so its bytes go through a double by copy
+// (one 8-byte move all the same).
+inline f32x4 load_pair(const float *p) {
+  double d;
+  std::memcpy(&d, p, sizeof d);
+  return _mm_castpd_ps(_mm_set_sd(d));
+}
+inline void store_pair(float *p, f32x4 v) {
+  const double d = _mm_cvtsd_f64(_mm_castps_pd(v));
+  std::memcpy(p, &d, sizeof d);
+}
 inline f64x2 dup_load(const double *p) { return _mm_loaddup_pd(p); }  // [p0, p0]
 
 // ======================================================== building and broadcast

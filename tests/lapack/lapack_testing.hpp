@@ -104,8 +104,14 @@ template <class E> E conj_of(E a) {
   else return a;
 }
 
+// Byte-wise equality of two areas; empty areas (whose pointers may be null)
+// are equal.
+inline bool same_bytes(const void *a, const void *b, size_t bytes) {
+  return bytes == 0 || std::memcmp(a, b, bytes) == 0;
+}
+
 template <class T> bool bits_equal(const std::vector<T> &a, const std::vector<T> &b) {
-  return a.size() == b.size() && std::memcmp(a.data(), b.data(), a.size() * sizeof(T)) == 0;
+  return a.size() == b.size() && same_bytes(a.data(), b.data(), a.size() * sizeof(T));
 }
 
 // Largest |a - b| over the largest |b| (or 1 when that is smaller).

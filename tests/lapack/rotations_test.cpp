@@ -92,7 +92,7 @@ TYPED_TEST(Rotations, SequencesMatchTheReferenceBitForBit) {
           std::copy(a0.begin(), a0.end(), a.data());
           const zor_int m64 = m, n64 = n, lda64 = lda;
           our_lasr<E>(form)(&m64, &n64, c.data(), s.data(), a.data(), &lda64);
-          EXPECT_EQ(std::memcmp(a.data(), expect.data(), a0.size() * sizeof(E)), 0);
+          EXPECT_TRUE(same_bytes(a.data(), expect.data(), a0.size() * sizeof(E)));
           EXPECT_TRUE(a.guards_intact());
         }
       }
@@ -155,8 +155,8 @@ TYPED_TEST(Rotations, VectorOfRotationsMatchesTheReference) {
         ref_lartv<E>(f_int(n), rx.data() + sx, f_int(inc.x), ry.data(), f_int(inc.y), c.data(), s.data(),
                      f_int(inc.c));
         our_lartv<E>(n, x.data() + sx, inc.x, y.data(), inc.y, c.data(), s.data(), inc.c);
-        EXPECT_EQ(std::memcmp(x.data(), rx.data(), rx.size() * sizeof(E)), 0);
-        EXPECT_EQ(std::memcmp(y.data(), ry.data(), ry.size() * sizeof(E)), 0);
+        EXPECT_TRUE(same_bytes(x.data(), rx.data(), rx.size() * sizeof(E)));
+        EXPECT_TRUE(same_bytes(y.data(), ry.data(), ry.size() * sizeof(E)));
         EXPECT_TRUE(x.guards_intact() && y.guards_intact());
       }
     }
@@ -183,8 +183,8 @@ TYPED_TEST(Rotations, ReflectorsOfOrderTwoAndThreeFollowTheirFormulas) {
       const zor_int n64 = n;
       const auto f = pick<E>(zor_lapack_ps_srot2, zor_lapack_ps_drot2, zor_lapack_ps_crot2, zor_lapack_ps_zrot2);
       f(&n64, x.data(), &garbage, y.data(), &garbage, &tau, &p);
-      EXPECT_EQ(std::memcmp(x.data(), mx.data(), n * sizeof(E)), 0);
-      EXPECT_EQ(std::memcmp(y.data(), my.data(), n * sizeof(E)), 0);
+      EXPECT_TRUE(same_bytes(x.data(), mx.data(), n * sizeof(E)));
+      EXPECT_TRUE(same_bytes(y.data(), my.data(), n * sizeof(E)));
       for (int64_t i = 0; i < n; ++i) {
         E t = ((mx[i] + p * my[i]) + q * mz[i]) * tau;
         mx[i] -= t, my[i] -= conj_of(p) * t, mz[i] -= conj_of(q) * t;
@@ -192,9 +192,9 @@ TYPED_TEST(Rotations, ReflectorsOfOrderTwoAndThreeFollowTheirFormulas) {
       auto *xs = x.data(), *ys = y.data(), *zs = z.data();
       const auto f3 = pick<E>(zor_lapack_ps_srot3, zor_lapack_ps_drot3, zor_lapack_ps_crot3, zor_lapack_ps_zrot3);
       f3(&n64, xs, &garbage, ys, &garbage, zs, &garbage, &tau, &p, &q);
-      EXPECT_EQ(std::memcmp(x.data(), mx.data(), n * sizeof(E)), 0);
-      EXPECT_EQ(std::memcmp(y.data(), my.data(), n * sizeof(E)), 0);
-      EXPECT_EQ(std::memcmp(z.data(), mz.data(), n * sizeof(E)), 0);
+      EXPECT_TRUE(same_bytes(x.data(), mx.data(), n * sizeof(E)));
+      EXPECT_TRUE(same_bytes(y.data(), my.data(), n * sizeof(E)));
+      EXPECT_TRUE(same_bytes(z.data(), mz.data(), n * sizeof(E)));
       EXPECT_TRUE(x.guards_intact() && y.guards_intact() && z.guards_intact());
     }
   }

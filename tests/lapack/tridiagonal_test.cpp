@@ -313,7 +313,7 @@ TEST(PackedSymmetricUpdate, MatchesTheReferenceForEveryStrideAndOffset) {
             cspr_(uplo, &n32, &alpha, x.data(), &inc32, expect.data(), 1);
             const zor_int n64 = n, inc64 = incx;
             zor_lapack_ps_cspr(uplo, &n64, &alpha, x.data(), &inc64, ap.data());
-            EXPECT_EQ(std::memcmp(ap.data(), expect.data(), len * sizeof(c8)), 0);
+            EXPECT_TRUE(same_bytes(ap.data(), expect.data(), len * sizeof(c8)));
             EXPECT_TRUE(ap.guards_intact());
           }
         }
