@@ -50,11 +50,12 @@ void band_columns(Trans op, int64_t m, int64_t n, int64_t kl, int64_t ku, typena
         Rows::add(lo1, hi1, t1, col(j + 1), y);
         continue;
       }
-      Rows::add(lo0, lo1, t0, col(j), y);
-      const E *c[2] = {col(j) + lo1, col(j + 1) + lo1};
+      const E *c0 = col(j), *c1 = col(j + 1);
+      for (int64_t i = lo0; i < lo1; ++i) y.p[i] = y.p[i] + t0 * c0[i];
+      const E *c[2] = {c0 + lo1, c1 + lo1};
       const Factor<E> f[2] = {Factor<E>(t0), Factor<E>(t1)};
       row_pass<E, 2, true, false>(hi0 - lo1, c, f, nullptr, y.p + lo1, nullptr);
-      Rows::add(hi0, hi1, t1, col(j + 1), y);
+      for (int64_t i = hi0; i < hi1; ++i) y.p[i] = y.p[i] + t1 * c1[i];
     }
   }
   if (op != Trans::N && Rows::unit(col(0), x)) {
