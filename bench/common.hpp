@@ -106,14 +106,6 @@ inline double median(std::vector<double> v) {
   return v.size() % 2 ? v[h] : 0.5 * (v[h - 1] + v[h]);
 }
 
-// Processor time of the calling thread in seconds: what a benchmark that
-// shares its cores with other work should time.
-inline double thread_seconds() {
-  timespec t;
-  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &t);
-  return double(t.tv_sec) + 1e-9 * double(t.tv_nsec);
-}
-
 // Keeps the optimiser from removing a computation.
 template <class T>
 inline void keep(T const &value) {
