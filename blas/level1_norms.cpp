@@ -197,7 +197,10 @@ double dasum(int64_t n, const double *x, int64_t incx) {
   if ((incx == 1 || incx == -1) && aligned_to(x, 8)) {
     if (!aligned_to(x, 16)) lane0(*x++), --n;
     const int64_t left = ladder<16>(n / 2, [&]<int Count>() ZOR_HOT {
-      for (int k = 0; k < Count; ++k) a[k & 3] = add(a[k & 3], simd::abs(simd::load_a(x + 2 * k)));
+      for (int k = 0; k < Count; ++k) {
+        if (k % 4 == 0) prefetch_ahead(x + 2 * k);
+        a[k & 3] = add(a[k & 3], simd::abs(simd::load_a(x + 2 * k)));
+      }
       x += 2 * Count;
     });
     n = 2 * left + (n & 1);

@@ -83,6 +83,10 @@ namespace tuned {
 // Unit-stride skeleton: vectors loaded before any is stored, per group
 // (bench/blas/level1_bench.cpp, daxpy and dcopy rows at n = 1e3).
 inline constexpr int kLoadGroup = 4;
+// Streams read ahead of the unit-stride loops (the skeleton's groups, dasum's
+// main step), in bytes (bench/blas/level1_bench.cpp, dasum, dscal and zaxpy
+// at n = 1e7).
+inline constexpr int64_t kPrefetchAhead = 1024;
 // i?amax, i?amin: vectors of magnitudes a block; a block is one compare
 // against the best and, rarely, a new best (bench/blas/level1_bench.cpp,
 // the i?amax rows at n = 1e3 and 1e5).
