@@ -19,10 +19,10 @@
 // dasum: four accumulators a0..a3 take successive vectors in turn; unit for
 // incx 1 or -1 with an 8-byte aligned base: leading elements to lane 0 of a0
 // until aligned, main 16 vectors, then 8, 4, 2, 1 vectors (each starting at
-// a0), a last element to lane 0 of a0. Strided: increment 0 a scalar loop;
-// four elements a pass gathered into a0 (elements 0, 1) and a1 (2, 3), a pair
-// into a0, a last element into lane 0 of a0. Result (a0 + a1) + (a2 + a3),
-// lane 0 + lane 1.
+// a0), a last element to lane 0 of a0; lines are asked for a page ahead.
+// Strided: increment 0 a scalar loop; four elements a pass gathered into a0
+// (elements 0, 1) and a1 (2, 3), a pair into a0, a last element into lane 0
+// of a0. Result (a0 + a1) + (a2 + a3), lane 0 + lane 1.
 // sasum: unit for incx 1 or -1; main 8 vectors, then 4, 2, 1; scalars to
 // lane 0 of a0. Strided: one scalar loop. Result ((a0 + a1) + a2) + a3, then
 // a horizontal add twice.

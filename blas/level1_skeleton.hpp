@@ -117,7 +117,6 @@ struct InStream {
     for (int j = 0; j < L && block + j < end; ++j) t[j] = block[j];
     return simd::load_a(t);
   }
-  ZOR_HOT void prefetch() const { prefetch_ahead(a); }
   ZOR_HOT V next() {
     V nx = load_within(a + L);
     V v = simd::shift_merge<K>(prev, nx);
@@ -131,7 +130,6 @@ struct InStream<R, 0, Bounded> {
   using V = vec_t<R>;
   const R *a;
   explicit InStream(const R *p, const R * = nullptr) : a(p) {}
-  ZOR_HOT void prefetch() const { prefetch_ahead(a); }
   ZOR_HOT V next() {
     V v = simd::load_a(a);
     a += lanes<R>;
@@ -209,9 +207,6 @@ int64_t run_vectors(const Op &op, int64_t nv, typename Op::R *x, typename Op::R 
     // the stores, so that no load waits behind a store it cannot pass.
     constexpr int G = sizeof...(J) < tuned::kLoadGroup ? int(sizeof...(J)) : tuned::kLoadGroup;
     auto group = [&]() ZOR_HOT {
-      // One line of each stream read ahead per group of four vectors.
-      if constexpr (Op::reads_x) xi_.prefetch();
-      if constexpr (Op::reads_y) yi_.prefetch();
       V xv[G], yv[G];
 #pragma GCC unroll 4
       for (int j = 0; j < G; ++j) {
