@@ -9,15 +9,20 @@
 // min(m - 1, j + kl), the diagonal in row ku of the array. 'N': the rows of
 // column j take alpha x[j] times the column (unit strides: column pairs
 // share a pass over the rows both hold); transposed: y[j] := s alpha + y[j],
-// s the column's dot with x (conjugated for 'C').
+// s the column's dot with x (conjugated for 'C'; unit strides: column pairs
+// dotted in one pass over the rows both hold).
 //
 // ?gem2v: return when m or n is 0, or alpha is 0 and beta is 1; both y1 and
 // y2 scaled; return when alpha is 0. Then one touch of each column j does
 // both products: with t := alpha x1[j] the rows of y1 take t times the
 // column while s sums conj_if(a[i, j]) x2[i]; then y2[j] := y2[j] + s alpha,
 // alpha after the sum. Unit strides on element boundaries run the row pass,
-// anything else scalar loops of the same order.
+// four columns a pass (then two, then one), anything else scalar loops of the
+// same order.
 #include <zor/blas.h>
+
+#include <array>
+#include <utility>
 
 #include "blas/level2_rows.hpp"
 
@@ -45,11 +50,27 @@ void band_columns(Trans op, int64_t m, int64_t n, int64_t kl, int64_t ku, typena
         Rows::add(lo1, hi1, t1, col(j + 1), y);
         continue;
       }
-      Rows::add(lo0, lo1, t0, col(j), y);
-      const E *c[2] = {col(j) + lo1, col(j + 1) + lo1};
+      const E *c0 = col(j), *c1 = col(j + 1);
+      for (int64_t i = lo0; i < lo1; ++i) y.p[i] = y.p[i] + t0 * c0[i];
+      const E *c[2] = {c0 + lo1, c1 + lo1};
       const Factor<E> f[2] = {Factor<E>(t0), Factor<E>(t1)};
       row_pass<E, 2, true, false>(hi0 - lo1, c, f, nullptr, y.p + lo1, nullptr);
-      Rows::add(hi0, hi1, t1, col(j + 1), y);
+      for (int64_t i = hi0; i < hi1; ++i) y.p[i] = y.p[i] + t1 * c1[i];
+    }
+  }
+  if (op != Trans::N && Rows::unit(col(0), x)) {
+    // Column pairs: both dots take the rows the two share in one pass; the
+    // row only column j holds (at the top) goes before, the row only
+    // column j + 1 holds (at the bottom) after.
+    for (; j + 1 < n; j += 2) {
+      const int64_t lo0 = lo(j), hi0 = hi(j), lo1 = lo(j + 1), hi1 = hi(j + 1);
+      if (lo1 >= hi0) break;
+      E s[2] = {Rows::template dot<Conj>(lo0, lo1, col(j), x), E{}};
+      const E *c[2] = {col(j) + lo1, col(j + 1) + lo1};
+      row_pass<E, 2, false, true, Conj>(hi0 - lo1, c, nullptr, x.p + lo1, nullptr, s);
+      s[1] = s[1] + Rows::template dot<Conj>(hi0, hi1, col(j + 1), x);
+      y.set(j, s[0] * alpha + y.get(j));
+      y.set(j + 1, s[1] * alpha + y.get(j + 1));
     }
   }
   for (; j < n; ++j) {
@@ -91,7 +112,25 @@ void gem2v(const zor_int *m_, const zor_int *n_, const void *alpha_, const void 
   const Strided<E> x1s{vector_start(const_cast<E *>(static_cast<const E *>(x1)), n, *incx1), *incx1};
   const Strided<E> x2s{vector_start(const_cast<E *>(static_cast<const E *>(x2)), m, *incx2), *incx2};
   const Strided<E> y1v{y1s, *incy1}, y2v{y2s, *incy2};
-  for (int64_t j = 0; j < n; ++j) {
+  int64_t j = 0;
+  if (InRows<T>::unit(col(0), x2s) && InRows<T>::unit(col(0), y1v)) {
+    // Four columns a pass over the rows, then two, then one.
+    auto group = [&]<int Cols>() {
+      for (; j + Cols <= n; j += Cols) {
+        E s[Cols] = {};
+        const E *c[Cols];
+        for (int q = 0; q < Cols; ++q) c[q] = col(j + q);
+        const auto f = [&]<size_t... Q>(std::index_sequence<Q...>) {
+          return std::array<Factor<E>, Cols>{Factor<E>(alpha * x1s.get(j + int64_t(Q)))...};
+        }(std::make_index_sequence<Cols>());
+        row_pass<E, Cols, true, true, T::complex>(m, c, f.data(), x2s.p, y1v.p, s);
+        for (int q = 0; q < Cols; ++q) y2v.set(j + q, y2v.get(j + q) + s[q] * alpha);
+      }
+    };
+    group.template operator()<4>();
+    group.template operator()<2>();
+  }
+  for (; j < n; ++j) {
     E s{};
     InRows<T>::template add_dot<T::complex>(0, m, alpha * x1s.get(j), col(j), x2s, y1v, s);
     y2v.set(j, y2v.get(j) + s * alpha);

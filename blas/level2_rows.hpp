@@ -216,7 +216,7 @@ ZOR_HOT inline void row_pass(int64_t len, const E *const *c, const Factor<E> *t,
         xp += L;
       }
     };
-    ladder<2>(nv, [&]<int Count>() ZOR_HOT {
+    ladder<(Cols >= 4 && Update && Dot ? 1 : 2)>(nv, [&]<int Count>() ZOR_HOT {
       for (int u = 0; u < Count; ++u) one(u % Sets);
     });
     if constexpr (Dot) {
