@@ -99,8 +99,11 @@ template <class T>
 void threaded_gemm(const char *transa, const char *transb, const int64_t *m, const int64_t *n, const int64_t *k,
                    const Elem<T> *alpha, const Elem<T> *a, const int64_t *lda, const Elem<T> *b, const int64_t *ldb,
                    const Elem<T> *beta, Elem<T> *c, const int64_t *ldc) {
+  // Small calls go straight through (the cuts cost divisions).
+  if (!large(double(*m) * double(*n) * double(*k)))
+    return imports<T>::xgemm(transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
   const Cuts rows = cut(*m), cols = cut(*n);
-  if (!large(double(*m) * double(*n) * double(*k)) || rows.count * cols.count < 2)
+  if (rows.count * cols.count < 2)
     return imports<T>::xgemm(transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
   const bool an = is_letter(transa, 'N'), bn = is_letter(transb, 'N');
   run(rows.count * cols.count, [&](int64_t t) {
@@ -121,9 +124,10 @@ void threaded_symm(const char *side, const char *uplo, const int64_t *m, const i
   }();
   const bool left = is_letter(side, 'L');
   const int64_t order = left ? *m : *n, free = left ? *n : *m;
-  const Cuts pieces = cut(free);
-  if (!large(double(order) * double(order) * double(free)) || pieces.count < 2)
+  if (!large(double(order) * double(order) * double(free)))
     return symm(side, uplo, m, n, alpha, a, lda, b, ldb, beta, c, ldc);
+  const Cuts pieces = cut(free);
+  if (pieces.count < 2) return symm(side, uplo, m, n, alpha, a, lda, b, ldb, beta, c, ldc);
   run(pieces.count, [&](int64_t t) {
     const int64_t p0 = pieces.start(t), np = pieces.len(t);
     if (left) symm(side, uplo, m, &np, alpha, a, lda, b + p0 * *ldb, ldb, beta, c + p0 * *ldc, ldc);
@@ -139,9 +143,10 @@ void threaded_syrk(const char *uplo, const char *trans, const int64_t *n, const 
     if constexpr (Herm) return imports<T>::xherk;
     else return imports<T>::xsyrk;
   }();
-  const Cuts blocks = cut(*n);
-  if (*k < 1 || !large(double(*n) * double(*n) * double(*k) / 2) || blocks.count < 2)
+  if (*k < 1 || !large(double(*n) * double(*n) * double(*k) / 2))
     return syrk(uplo, trans, n, k, alpha, a, lda, beta, c, ldc);
+  const Cuts blocks = cut(*n);
+  if (blocks.count < 2) return syrk(uplo, trans, n, k, alpha, a, lda, beta, c, ldc);
   const bool lower = !is_letter(uplo, 'U');
   const bool transposed = is_letter(trans, 'T') || is_letter(trans, 'C');
   constexpr char t = Herm ? 'C' : 'T';
@@ -167,9 +172,10 @@ void triangular(F routine, const char *side, const char *uplo, const char *trans
                 Elem<T> *b, const int64_t *ldb) {
   const bool left = is_letter(side, 'L');
   const int64_t order = left ? *m : *n, free = left ? *n : *m;
-  const Cuts pieces = cut(free);
-  if (!large(double(order) * double(order) * double(free) / 2) || pieces.count < 2)
+  if (!large(double(order) * double(order) * double(free) / 2))
     return routine(side, uplo, transa, diag, m, n, alpha, a, lda, b, ldb);
+  const Cuts pieces = cut(free);
+  if (pieces.count < 2) return routine(side, uplo, transa, diag, m, n, alpha, a, lda, b, ldb);
   run(pieces.count, [&](int64_t t) {
     const int64_t p0 = pieces.start(t), np = pieces.len(t);
     if (left) routine(side, uplo, transa, diag, m, &np, alpha, a, lda, b + p0 * *ldb, ldb);

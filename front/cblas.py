@@ -15,6 +15,8 @@ its column-major image and calls the Fortran front's body.
 """
 import sys
 
+import names  # the Fortran front's table, beside this file
+
 # Argument kinds: O order; T trans, U uplo, D diag, S side (enumerations);
 # i integer; a scalar of the element type (by value for real data, by
 # pointer for complex); r real scalar by value; x / X array read / written;
@@ -74,59 +76,22 @@ FAMILIES = {
     'trsm':   ('void', 'O S:side U:uplo T:transa D:diag i:m i:n a:alpha x:a i:lda X:b i:ldb'),
 }
 
-# (C name without cblas_, family, precision). The precision letter gives
-# the element type of the arrays; its real is the type of real scalars.
+# (C name without cblas_, family, precision): the Fortran front's routines
+# (front/names.py) under their C names; the complex dot products exist only
+# in their _sub forms.
 ROUTINES = []
-
-
-def rows(family, names, precisions):
-    for name, p in zip(names.split(), precisions):
-        ROUTINES.append((name, family, p))
-
-
-rows('axpy', 'saxpy daxpy caxpy zaxpy', 'sdcz')
-rows('axpby', 'saxpby daxpby caxpby zaxpby', 'sdcz')
-rows('copy', 'scopy dcopy ccopy zcopy', 'sdcz')
-rows('swap', 'sswap dswap cswap zswap', 'sdcz')
-rows('scal', 'sscal dscal cscal zscal', 'sdcz')
-rows('rscal', 'csscal zdscal', 'cz')
-rows('dot', 'sdot ddot', 'sd')
-rows('dotu_sub', 'cdotu_sub zdotu_sub', 'cz')
-rows('dotc_sub', 'cdotc_sub zdotc_sub', 'cz')
-rows('dsdot', 'dsdot', 's')
-rows('sdsdot', 'sdsdot', 's')
-rows('nrm2', 'snrm2 dnrm2 scnrm2 dznrm2', 'sdcz')
-rows('asum', 'sasum dasum scasum dzasum', 'sdcz')
-rows('iamax', 'isamax idamax icamax izamax', 'sdcz')
-rows('iamin', 'isamin idamin icamin izamin', 'sdcz')
-rows('cabs1', 'scabs1 dcabs1', 'cz')
-rows('rot', 'srot drot csrot zdrot', 'sdcz')
-rows('rotg', 'srotg drotg crotg zrotg', 'sdcz')
-rows('rotm', 'srotm drotm', 'sd')
-rows('rotmg', 'srotmg drotmg', 'sd')
-for f in ('gemv', 'gbmv', 'trmv', 'trsv', 'tbmv', 'tbsv', 'tpmv', 'tpsv', 'gemm', 'symm', 'syrk', 'syr2k', 'trmm',
-          'trsm'):
-    rows(f, ' '.join(p + f for p in 'sdcz'), 'sdcz')
-rows('hemv', 'ssymv dsymv chemv zhemv', 'sdcz')
-rows('hbmv', 'ssbmv dsbmv chbmv zhbmv', 'sdcz')
-rows('hpmv', 'sspmv dspmv chpmv zhpmv', 'sdcz')
-rows('geru', 'sger dger cgeru zgeru', 'sdcz')
-rows('gerc', 'cgerc zgerc', 'cz')
-rows('her', 'ssyr dsyr cher zher', 'sdcz')
-rows('hpr', 'sspr dspr chpr zhpr', 'sdcz')
-rows('her2', 'ssyr2 dsyr2 cher2 zher2', 'sdcz')
-rows('hpr2', 'sspr2 dspr2 chpr2 zhpr2', 'sdcz')
-rows('gemm3m', 'cgemm3m zgemm3m', 'cz')
-rows('hemm', 'chemm zhemm', 'cz')
-rows('herk', 'cherk zherk', 'cz')
-rows('her2k', 'cher2k zher2k', 'cz')
+for _name, _family, _p, _ in names.ROUTINES:
+    if _family == 'dot' and _p in 'cz':
+        ROUTINES.append((_name + '_sub', 'dotu_sub', _p))
+    elif _family == 'dotc':
+        ROUTINES.append((_name + '_sub', 'dotc_sub', _p))
+    else:
+        ROUTINES.append((_name, _family, _p))
 
 # Names beyond the reference CBLAS: the tier's extras.
 EXTRAS = {'axpby', 'iamin', 'gemm3m'}
 
-ELEM = {'s': 'float', 'd': 'double', 'c': 'zor::cplx<float>', 'z': 'zor::cplx<double>'}
-REAL = {'s': 'float', 'd': 'double', 'c': 'float', 'z': 'double'}
-C_ELEM = {'s': 'float', 'd': 'double', 'c': 'void', 'z': 'void'}
+ELEM, REAL, C_ELEM = names.ELEM, names.REAL, names.C_ELEM
 ENUM = {'O': 'CBLAS_LAYOUT', 'T': 'CBLAS_TRANSPOSE', 'U': 'CBLAS_UPLO', 'D': 'CBLAS_DIAG', 'S': 'CBLAS_SIDE'}
 WIDTHS = (('int', ''), ('int64_t', '64_'))
 

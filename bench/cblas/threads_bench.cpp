@@ -1,5 +1,6 @@
-// Speed-up of the front's threaded level-3 routines: dgemm, zgemm ('N', 'N'),
-// dtrsm (left, lower, 'N') and dsyrk (lower, 'N') of order n (default 2000)
+// Speed-up of the front's threaded level-3 routines: dgemm_, zgemm_ ('N', 'N'),
+// dtrsm_ (left, lower, 'N') and dsyrk_ (lower, 'N') of order n (default 2000),
+// called through libzor_blas,
 // on 1, 2, ... threads up to the processors online (at least 2), wall time,
 // best of the rounds; the thread counts alternate within each round so that
 // every count sees the same load. Prints the speed-up over one thread.
@@ -17,8 +18,9 @@
 #include <vector>
 
 #include <zor/blas_threads.h>
+#include <zor/fortran_blas.h>
 
-#include "cblas/threads.hpp"
+#include "frame/traits.hpp"
 #include "common.hpp"
 #include "openblas_peer.hpp"
 
@@ -58,7 +60,8 @@ int scan() {
       for (int t = 1; t <= 2; ++t) {
         zor_blas_set_num_threads(t);
         best[t] = std::min(best[t], wall([] {}, [&] {
-          zor::front::threaded_gemm<zor::D>("N", "N", &n, &n, &n, &one, a.data(), &n, b.data(), &n, &zero, c.data(), &n);
+          const int ni = int(n);
+          dgemm_("N", "N", &ni, &ni, &ni, &one, a.data(), &ni, b.data(), &ni, &zero, c.data(), &ni);
         }));
       }
     std::printf("dgemm %4ld: 1 thread %9.1f us, 2 threads %9.1f us, speed-up %5.2fx\n", long(n), 1e6 * best[1],
@@ -90,15 +93,13 @@ int main(int argc, char **argv) {
     const char *name;
     std::function<void()> prepare, run;
   };
+  const int ni = int(n);
   const Case cases[] = {
-      {"dgemm", [&] {},
-       [&] { zor::front::threaded_gemm<zor::D>("N", "N", &n, &n, &n, &one, a.data(), &n, b0.data(), &n, &zero, c.data(), &n); }},
+      {"dgemm", [&] {}, [&] { dgemm_("N", "N", &ni, &ni, &ni, &one, a.data(), &ni, b0.data(), &ni, &zero, c.data(), &ni); }},
       {"zgemm", [&] {},
-       [&] { zor::front::threaded_gemm<zor::Z>("N", "N", &n, &n, &n, &zone, za.data(), &n, zb.data(), &n, &zzero, zc.data(), &n); }},
-      {"dtrsm", [&] { c = b0; },
-       [&] { zor::front::threaded_trsm<zor::D>("L", "L", "N", "N", &n, &n, &one, tri.data(), &n, c.data(), &n); }},
-      {"dsyrk", [&] {},
-       [&] { zor::front::threaded_syrk<zor::D, false>("L", "N", &n, &n, &one, a.data(), &n, &zero, c.data(), &n); }},
+       [&] { zgemm_("N", "N", &ni, &ni, &ni, &zone, za.data(), &ni, zb.data(), &ni, &zzero, zc.data(), &ni); }},
+      {"dtrsm", [&] { c = b0; }, [&] { dtrsm_("L", "L", "N", "N", &ni, &ni, &one, tri.data(), &ni, c.data(), &ni); }},
+      {"dsyrk", [&] {}, [&] { dsyrk_("L", "N", &ni, &ni, &one, a.data(), &ni, &zero, c.data(), &ni); }},
   };
   for (const Case &k : cases) {
     std::vector<double> best(most + 1, 1e30);
