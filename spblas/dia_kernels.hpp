@@ -100,6 +100,27 @@ inline void dia_rows(const Dia<E, I> &a, E alpha, int64_t t, int64_t d, int64_t 
   }
 }
 
+// Two diagonals of a block pair, A before B in the list, for g and t with
+// op n (which update y's own rows): the rows both cross take both terms in
+// one pass, A's first, so each row sums as with one diagonal at a time and
+// y is read and written once for the two.
+template <Kind K, class E, class I, class X, class Y>
+inline void dia_rows_two(const Dia<E, I> &a, E alpha, const int64_t *da, const int64_t *db, X x, Y y) {
+  const int64_t f0 = std::max(da[2], db[2]), f1 = std::min(da[3], db[3]);
+  if (f0 > f1) {
+    dia_rows<K>(a, alpha, da[0], da[1], da[2], da[3], x, y);
+    dia_rows<K>(a, alpha, db[0], db[1], db[2], db[3], x, y);
+    return;
+  }
+  dia_rows<K>(a, alpha, da[0], da[1], da[2], f0 - 1, x, y);
+  dia_rows<K>(a, alpha, db[0], db[1], db[2], f0 - 1, x, y);
+  const E *va = a.vals + da[0] * a.lval - 1, *vb = a.vals + db[0] * a.lval - 1;
+  for (int64_t r = f0; r <= f1; ++r)
+    y(r - 1) = (y(r - 1) + (va[r] * alpha) * x(r + da[1] - 1)) + (vb[r] * alpha) * x(r + db[1] - 1);
+  dia_rows<K>(a, alpha, da[0], da[1], f1 + 1, da[3], x, y);
+  dia_rows<K>(a, alpha, db[0], db[1], f1 + 1, db[3], x, y);
+}
+
 // y += alpha op(A) x over the blocks; x and y are views (one dense column).
 template <Kind K, class E, class I, class X, class Y>
 inline void dia_multiply(const Dia<E, I> &a, E alpha, int64_t m, int64_t k, X x, Y y) {
@@ -107,9 +128,30 @@ inline void dia_multiply(const Dia<E, I> &a, E alpha, int64_t m, int64_t k, X x,
   if constexpr (K.structure == 'a' && K.op != 'n') alpha = negated(alpha);
   if constexpr (K.diag == 'u')
     for (int64_t i = 0; i < m; ++i) y(i) = y(i) + x(i) * alpha;
-  dia_blocks(a, m, k, [&](int64_t t, int64_t d, int64_t lo, int64_t hi) {
-    if (dia_used<K>(d)) dia_rows<K>(a, alpha, t, d, lo, hi, x, y);
-  });
+  if constexpr ((K.structure == 'g' || K.structure == 't') && K.op == 'n') {
+    // The crossings are taken two at a time in the order they come, which
+    // keeps every row's order of terms.
+    int64_t held[4], have = 0;
+    auto flush = [&] {
+      if (have) dia_rows<K>(a, alpha, held[0], held[1], held[2], held[3], x, y);
+      have = 0;
+    };
+    dia_blocks(a, m, k, [&](int64_t t, int64_t d, int64_t lo, int64_t hi) {
+      if (!dia_used<K>(d)) return;
+      const int64_t here[4] = {t, d, lo, hi};
+      if (!have) {
+        std::copy(here, here + 4, held), have = 1;
+        return;
+      }
+      dia_rows_two<K>(a, alpha, held, here, x, y);
+      have = 0;
+    });
+    flush();
+  } else {
+    dia_blocks(a, m, k, [&](int64_t t, int64_t d, int64_t lo, int64_t hi) {
+      if (dia_used<K>(d)) dia_rows<K>(a, alpha, t, d, lo, hi, x, y);
+    });
+  }
 }
 
 // ---------------------------------------------------------------- solves

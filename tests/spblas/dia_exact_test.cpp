@@ -32,6 +32,17 @@ TEST(DiaExact, TermsComeByColumnBlock) {
   EXPECT_EQ(y, 1.0);
 }
 
+// Rows crossed by two diagonals take the first one's term first, also where
+// only some rows of each cross: (1 - 1) + 1e-17 = 1e-17, whereas
+// (1 + 1e-17) - 1 = 0. Row 1 has only distance 1, row 4 only -1.
+TEST(DiaExact, OverlappingDiagonalsInListOrder) {
+  const int64_t m = 4, k = 4, lval = 4, ndiag = 2, dist[2] = {1, -1}, first = 1;
+  const double vals[8] = {-1, -1, -1, 7, 7, 1e-17, 1e-17, 1e-17}, x[4] = {1, 1, 1, 1}, alpha = 1;
+  double y[4] = {1, 1, 1, 1};
+  zor_spblas_ddia1ng__f__mvout_par(&first, &m, &m, &k, &alpha, vals, &lval, dist, &ndiag, x, y);
+  EXPECT_EQ((std::vector<double>(y, y + 4)), (std::vector<double>{0, 1e-17, 1e-17, 1}));
+}
+
 // Alpha goes into the matrix element first: (v alpha) x.
 TEST(DiaExact, AlphaIntoTheElementFirst) {
   const int64_t m = 1, k = 1, lval = 1, ndiag = 1, dist[1] = {0}, one = 1;
