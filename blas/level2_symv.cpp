@@ -16,11 +16,14 @@
 //     s alpha.
 // alpha is applied after the sum. Hermitian forms conjugate the dot's
 // terms and take only the real part of the diagonal, never its imaginary
-// part. Dense columns with unit strides go four at a time (one pass over
-// the rows for the four updates and the four dots, the 4 by 4 block on the
-// diagonal in scalars, each y[j + k] then taking s_k alpha); band and packed
-// columns and strided vectors one at a time.
+// part. Dense columns go four at a time (one pass over the rows for the four
+// updates and the four dots, the 4 by 4 block on the diagonal in scalars,
+// each y[j + k] then taking s_k alpha), packed columns with unit strides two
+// at a time; band columns one at a time.
 #include <zor/blas.h>
+
+#include <array>
+#include <utility>
 
 #include "blas/level2_rows.hpp"
 
@@ -33,60 +36,81 @@ E diagonal_term(E t, E d) {
   else return t * d;
 }
 
-// Four dense columns j..j+3 on unit strides.
-template <class T, bool Herm>
-void four_columns(bool upper, int64_t n, int64_t j, typename T::elem alpha, const DenseColumns<typename T::elem> &col,
-                  typename T::elem *x, typename T::elem *y) {
+// Cols columns j.. j + Cols - 1 in one pass over the rows off their
+// diagonal block (below it for lower, above for upper): each row's y takes
+// the Cols terms t_k a[i, j + k] in column order while the Cols dots take
+// their terms; the diagonal block is expanded in scalars (before the pass
+// for lower, after it for upper), its diagonal first in each column, then
+// each stored element off it once, to its row's y and its column's dot;
+// finally y[j + k] := y[j + k] + s_k alpha. With unit strides on element
+// boundaries the pass is the row pass (the lanes of each dot kept apart to
+// the end), otherwise a scalar loop in row order.
+template <class T, bool Herm, int Cols, class Columns>
+void column_group(bool upper, bool unit, int64_t n, int64_t j, typename T::elem alpha, const Columns &col,
+                  const Strided<typename T::elem> &x, const Strided<typename T::elem> &y) {
   using E = typename T::elem;
-  E t[4], s[4] = {};
-  const E *c[4];
-  Factor<E> f[4] = {Factor<E>(E{}), Factor<E>(E{}), Factor<E>(E{}), Factor<E>(E{})};
-  for (int q = 0; q < 4; ++q) t[q] = alpha * x[j + q], c[q] = col(j + q), f[q] = Factor<E>(t[q]);
-  // The 4 by 4 block: its diagonal, then each stored element off it once,
-  // to its row's y and its column's dot.
+  E t[Cols], s[Cols] = {};
+  const E *c[Cols];
+  for (int q = 0; q < Cols; ++q) t[q] = alpha * x.get(j + q), c[q] = col(j + q);
+  const auto f = [&]<size_t... Q>(std::index_sequence<Q...>) {
+    return std::array<Factor<E>, Cols>{Factor<E>(t[Q])...};
+  }(std::make_index_sequence<Cols>());
   auto block = [&] {
-    for (int q = 0; q < 4; ++q) {
+    for (int q = 0; q < Cols; ++q) {
       const int64_t jq = j + q;
-      if (!upper) y[jq] = y[jq] + diagonal_term<E, Herm>(t[q], c[q][jq]);
-      for (int r = upper ? 0 : q + 1; r < (upper ? q : 4); ++r) {
-        const E a = c[q][j + r];
-        y[j + r] = y[j + r] + t[q] * a;
-        s[q] = s[q] + times<Herm>(a, x[j + r]);
+      if (!upper) y.set(jq, y.get(jq) + diagonal_term<E, Herm>(t[q], load_any(c[q] + jq)));
+      for (int r = upper ? 0 : q + 1; r < (upper ? q : Cols); ++r) {
+        const E a = load_any(c[q] + j + r);
+        y.set(j + r, y.get(j + r) + t[q] * a);
+        s[q] = s[q] + times<Herm>(a, x.get(j + r));
       }
-      if (upper) y[jq] = y[jq] + diagonal_term<E, Herm>(t[q], c[q][jq]);
+      if (upper) y.set(jq, y.get(jq) + diagonal_term<E, Herm>(t[q], load_any(c[q] + jq)));
     }
   };
   if (!upper) block();
-  const int64_t lo = upper ? 0 : j + 4, hi = upper ? j : n;
-  if (hi > lo) {
-    const E *cs[4] = {c[0] + lo, c[1] + lo, c[2] + lo, c[3] + lo};
-    row_pass<E, 4, true, true, Herm>(hi - lo, cs, f, x + lo, y + lo, s);
+  const int64_t lo = upper ? 0 : j + Cols, hi = upper ? j : n;
+  if (hi > lo && unit) {
+    const E *cs[Cols];
+    for (int q = 0; q < Cols; ++q) cs[q] = c[q] + lo;
+    row_pass<E, Cols, true, true, Herm>(hi - lo, cs, f.data(), x.p + lo, y.p + lo, s);
+  } else {
+    for (int64_t i = lo; i < hi; ++i) {
+      const E xi = x.get(i);
+      E v = y.get(i);
+      for (int q = 0; q < Cols; ++q) {
+        const E a = load_any(c[q] + i);
+        v = v + t[q] * a;
+        s[q] = s[q] + times<Herm>(a, xi);
+      }
+      y.set(i, v);
+    }
   }
   if (upper) block();
-  for (int q = 0; q < 4; ++q) y[j + q] = y[j + q] + s[q] * alpha;
+  for (int q = 0; q < Cols; ++q) y.set(j + q, y.get(j + q) + s[q] * alpha);
 }
 
+// Dense and packed columns go in groups (dense four, packed two; for lower
+// from the first column, for upper likewise, so that the leftover columns
+// are the last ones), band columns singly. A single column j: lower, y[j]
+// takes t a[j, j], the rows below take their terms while s sums, then
+// y[j] += s alpha; upper, the rows above first, then
+// y[j] := (y[j] + t a[j, j]) + s alpha.
 template <class T, bool Herm, class Columns>
 void symmetric_product(bool upper, int64_t n, int64_t k, typename T::elem alpha, Columns col,
                        const Strided<typename T::elem> &x, const Strided<typename T::elem> &y) {
   using E = typename T::elem;
   using Rows = InRows<T>;
-  int64_t j = 0, end = n;
-  if constexpr (std::is_same_v<Columns, DenseColumns<E>>) {
-    // Groups of four from the first column (lower) or up to the last
-    // whole group (upper: the leftover columns are the last ones); singles
-    // for the rest.
-    if (Rows::unit(col(0), x) && Rows::unit(col(0), y)) {
-      const int64_t groups = n / 4 * 4;
-      if (upper) {
-        for (; j < groups; j += 4) four_columns<T, Herm>(true, n, j, alpha, col, x.p, y.p);
-      } else {
-        for (int64_t g = 0; g < groups; g += 4) four_columns<T, Herm>(false, n, g, alpha, col, x.p, y.p);
-        j = groups;
-      }
-    }
+  constexpr int group = std::is_same_v<Columns, DenseColumns<E>>    ? 4
+                        : std::is_same_v<Columns, PackedColumns<E>> ? 2
+                                                                    : 1;
+  int64_t j = 0;
+  if constexpr (group > 1) {
+    // Packed columns group only on unit strides; dense ones always.
+    const bool unit = Rows::unit(col(0), x) && Rows::unit(col(0), y);
+    if (group == 4 || unit)
+      for (; j + group <= n; j += group) column_group<T, Herm, group>(upper, unit, n, j, alpha, col, x, y);
   }
-  for (; j < end; ++j) {
+  for (; j < n; ++j) {
     const E t = alpha * x.get(j), *c = col(j);
     E s{};
     const E d = diagonal_term<E, Herm>(t, load_any(c + j));

@@ -31,11 +31,95 @@ struct Triangle {
   int64_t hi(int64_t j) const { return upper ? j : (j + k + 1 < n ? j + k + 1 : n); }  // one past the last
 };
 
+// The dots of a transposed product or solve over the rows off a group, Cols columns in one
+// pass over x: whole groups of four registers (eight doubles), each column
+// with two accumulators, A taking the registers 0 and 2 of a group (elements
+// 0, 1, 4, 5 for doubles) and B the registers 1 and 3, joined at the end as
+// the lanes of A + B (for doubles (A + B) lane 0 plus lane 1). Returns the
+// rows the groups took; the rows after them are the caller's, one at a time.
+template <class E, int Cols, bool Conj>
+ZOR_HOT inline int64_t grouped_dots(int64_t len, const E *const *c, const E *x, E *total) {
+  using P = Pack<E>;
+  constexpr int L = P::n, G = 4 * L;
+  const int64_t done = len / G * G;
+  DotLanes<E, Conj> a[Cols], b[Cols];
+  for (int64_t i = 0; i < done; i += G) {
+    const vec_t<E> x0 = P::load(x + i), x1 = P::load(x + i + L), x2 = P::load(x + i + 2 * L),
+                   x3 = P::load(x + i + 3 * L);
+    for (int k = 0; k < Cols; ++k) {
+      const E *ck = c[k] + i;
+      a[k].add(P::load(ck), x0);
+      b[k].add(P::load(ck + L), x1);
+      a[k].add(P::load(ck + 2 * L), x2);
+      b[k].add(P::load(ck + 3 * L), x3);
+    }
+  }
+  for (int k = 0; k < Cols; ++k) {
+    a[k].add(b[k]);
+    total[k] = a[k].total();
+  }
+  return done;
+}
+
+// The transposed product or solve of a whole triangle on a unit-stride x,
+// in the walk of the column loops above: the n mod 4 columns met first go
+// singly, then groups of four: one pass over the rows off the group (the
+// solved rows of a solve, the rows not yet changed of a product) forms the
+// four dots (grouped_dots), and the 4 by 4 head is resolved in scalars.
+// Column j's value, the head's terms in row order:
+//   solve:   ((x[j] - groups' dot) - the other rows one at a time
+//             - the head's terms) / a[j, j];
+//   product: ((x[j] a[j, j] + groups' dot) + the other rows one at a time)
+//             + the head's terms.
+template <class T, bool Conj, bool Solve, class Columns, class Diag>
+void transposed_by_four(const Triangle &g, Columns col, typename T::elem *x, Diag &&diag) {
+  using E = typename T::elem;
+  const int64_t n = g.n, singles = n % 4;
+  const bool forward = g.upper == Solve;  // the walk from the first column
+  auto term = [&](E v, E a, E xi) { return Solve ? v - times<Conj>(a, xi) : v + times<Conj>(a, xi); };
+  // Columns c[0..Cols) against the rows [r0, r0 + len) of x.
+  auto other_rows = [&]<int Cols>(const E *const *c, int64_t r0, int64_t len, E *v) {
+    const E *cs[Cols];
+    for (int k = 0; k < Cols; ++k) cs[k] = c[k] + r0;
+    E s[Cols];
+    const int64_t done = grouped_dots<E, Cols, Conj>(len, cs, x + r0, s);
+    for (int k = 0; k < Cols; ++k) {
+      v[k] = Solve ? v[k] - s[k] : v[k] + s[k];
+      for (int64_t i = done; i < len; ++i) v[k] = term(v[k], cs[k][i], x[r0 + i]);
+    }
+  };
+  for (int64_t step = 0; step < singles; ++step) {
+    const int64_t j = forward ? step : n - 1 - step;
+    const E *c[1] = {col(j)};
+    E v[1] = {Solve ? x[j] : diag(j, x[j])};
+    other_rows.template operator()<1>(c, g.lo(j), g.hi(j) - g.lo(j), v);
+    x[j] = Solve ? diag(j, v[0]) : v[0];
+  }
+  for (int64_t done = singles; done < n; done += 4) {
+    // Columns j..j+3; the other rows [r0, r0 + len).
+    const int64_t j = forward ? done : n - done - 4, r0 = g.upper ? 0 : j + 4, len = g.upper ? j : n - j - 4;
+    const E *c[4] = {col(j), col(j + 1), col(j + 2), col(j + 3)};
+    E v[4];
+    for (int q = 0; q < 4; ++q) v[q] = Solve ? x[j + q] : diag(j + q, x[j + q]);
+    other_rows.template operator()<4>(c, r0, len, v);
+    for (int q0 = 0; q0 < 4; ++q0) {
+      const int q = forward ? q0 : 3 - q0;
+      for (int r = g.upper ? 0 : q + 1; r < (g.upper ? q : 4); ++r) v[q] = term(v[q], c[q][j + r], x[j + r]);
+      x[j + q] = Solve ? diag(j + q, v[q]) : v[q];
+    }
+  }
+}
+
 template <class T, class Rows, bool Conj, class Columns>
 void triangular_product_as(const Triangle &g, Columns col, const Strided<typename T::elem> &x) {
   using E = typename T::elem;
   const int64_t n = g.n;
   auto diag = [&](int64_t j, E v) { return g.unit ? v : v * conj_if<Conj>(load_any(col(j) + j)); };
+  // Packed triangles: the transposed product by groups of four columns
+  // (dense blocks keep the column loop).
+  if constexpr (std::is_same_v<Rows, InRows<T>> && std::is_same_v<Columns, PackedColumns<E>>)
+    if (g.op != Trans::N && n >= 4 && Rows::unit(col(0), x))
+      return transposed_by_four<T, Conj, false>(g, col, x.p, diag);
   if (g.op == Trans::N) {
     for (int64_t s = 0; s < n; ++s) {
       const int64_t j = g.upper ? s : n - 1 - s;
@@ -53,37 +137,6 @@ void triangular_product_as(const Triangle &g, Columns col, const Strided<typenam
   }
 }
 
-// The transposed solve of a whole triangle on a unit-stride x: the n mod 4
-// columns solved first go singly, then groups of four: one pass over the
-// solved part of x forms the four dots, and the 4 by 4 head is resolved in
-// scalars, x[j + q] := (x[j + q] - s_q - the head's terms) / a[j + q, j + q].
-template <class T, bool Conj, class Columns, class Diag>
-void transposed_solve_by_four(const Triangle &g, Columns col, typename T::elem *x, Diag &&diag) {
-  using E = typename T::elem;
-  const int64_t n = g.n, singles = n % 4;
-  const Strided<E> xs{x, 1};
-  auto single = [&](int64_t j) {
-    x[j] = diag(j, x[j] - InRows<T>::template dot<Conj>(g.lo(j), g.hi(j), col(j), xs));
-  };
-  for (int64_t s = 0; s < singles; ++s) single(g.upper ? s : n - 1 - s);
-  for (int64_t done = singles; done < n; done += 4) {
-    // Columns j..j+3; the solved rows [r0, r0 + len).
-    const int64_t j = g.upper ? done : n - done - 4, r0 = g.upper ? 0 : j + 4, len = g.upper ? j : n - j - 4;
-    E s[4] = {};
-    const E *c[4] = {col(j), col(j + 1), col(j + 2), col(j + 3)};
-    if (len > 0) {
-      const E *cs[4] = {c[0] + r0, c[1] + r0, c[2] + r0, c[3] + r0};
-      row_pass<E, 4, false, true, Conj>(len, cs, nullptr, x + r0, nullptr, s);
-    }
-    for (int q0 = 0; q0 < 4; ++q0) {
-      const int q = g.upper ? q0 : 3 - q0;
-      E v = x[j + q] - s[q];
-      for (int r = g.upper ? 0 : q + 1; r < (g.upper ? q : 4); ++r) v = v - times<Conj>(c[q][j + r], x[j + r]);
-      x[j + q] = diag(j + q, v);
-    }
-  }
-}
-
 template <class T, class Rows, bool Conj, class Columns>
 void triangular_solve_as(const Triangle &g, Columns col, const Strided<typename T::elem> &x) {
   using E = typename T::elem;
@@ -91,7 +144,7 @@ void triangular_solve_as(const Triangle &g, Columns col, const Strided<typename 
   auto diag = [&](int64_t j, E v) { return g.unit ? v : quotient(v, conj_if<Conj>(load_any(col(j) + j))); };
   if constexpr (std::is_same_v<Rows, InRows<T>>)
     if (g.op != Trans::N && g.k >= n && n >= 4 && Rows::unit(col(0), x))
-      return transposed_solve_by_four<T, Conj>(g, col, x.p, diag);
+      return transposed_by_four<T, Conj, true>(g, col, x.p, diag);
   if (g.op == Trans::N) {
     for (int64_t s = 0; s < n; ++s) {
       const int64_t j = g.upper ? n - 1 - s : s;

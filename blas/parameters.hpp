@@ -87,6 +87,10 @@ inline constexpr int kLoadGroup = 4;
 // against the best and, rarely, a new best (bench/blas/level1_bench.cpp,
 // the i?amax rows at n = 1e3 and 1e5).
 inline constexpr int64_t kExtremeBlock = 32;
+// ?ger: columns of at most this many rows are updated in the routine, not by
+// a call of x?axpy each (bench/lapack, dgetc2 at n = 16; bench/blas/
+// level2_bench.cpp, dger).
+inline constexpr int64_t kGerInlineRows = 64;
 
 }  // namespace tuned
 

@@ -22,6 +22,7 @@
 #include <zor/blas.h>
 #include <zor/gemm.h>
 #include <zor/gemm_complex.h>
+#include <zor/level3.h>
 
 #include "frame/traits.hpp"
 
@@ -71,6 +72,33 @@ struct imports {
   static constexpr auto her2  = per_precision<T>(zor_blas_xssyr2,  zor_blas_xdsyr2,  zor_blas_cher2,   zor_blas_zher2);
   static constexpr auto hpr   = per_precision<T>(zor_blas_sspr,    zor_blas_dspr,    zor_blas_chpr,    zor_blas_zhpr);    // real alpha
   static constexpr auto hpr2  = per_precision<T>(zor_blas_sspr2,   zor_blas_dspr2,   zor_blas_chpr2,   zor_blas_zhpr2);
+  // products with one stored triangle or band; the real rows are the
+  // symmetric forms (the Hermitian ones of real data)
+  static constexpr auto hemv  = per_precision<T>(zor_blas_xssymv,  zor_blas_xdsymv,  zor_blas_chemv,   zor_blas_zhemv);
+  static constexpr auto hbmv  = per_precision<T>(zor_blas_ssbmv,   zor_blas_dsbmv,   zor_blas_chbmv,   zor_blas_zhbmv);
+  static constexpr auto hpmv  = per_precision<T>(zor_blas_sspmv,   zor_blas_dspmv,   zor_blas_chpmv,   zor_blas_zhpmv);
+  static constexpr auto gbmv  = per_precision<T>(zor_blas_sgbmv,   zor_blas_dgbmv,   zor_blas_cgbmv,   zor_blas_zgbmv);
+  static constexpr auto xtrmv = per_precision<T>(zor_blas_xstrmv,  zor_blas_xdtrmv,  zor_blas_xctrmv,  zor_blas_xztrmv);
+  static constexpr auto trsv  = per_precision<T>(zor_blas_strsv,   zor_blas_dtrsv,   zor_blas_ctrsv,   zor_blas_ztrsv);
+  static constexpr auto tbmv  = per_precision<T>(zor_blas_stbmv,   zor_blas_dtbmv,   zor_blas_ctbmv,   zor_blas_ztbmv);
+  static constexpr auto tbsv  = per_precision<T>(zor_blas_stbsv,   zor_blas_dtbsv,   zor_blas_ctbsv,   zor_blas_ztbsv);
+  static constexpr auto tpmv  = per_precision<T>(zor_blas_stpmv,   zor_blas_dtpmv,   zor_blas_ctpmv,   zor_blas_ztpmv);
+  static constexpr auto tpsv  = per_precision<T>(zor_blas_stpsv,   zor_blas_dtpsv,   zor_blas_ctpsv,   zor_blas_ztpsv);
+  // level 3
+  static constexpr auto xgemm3m = per_precision<T>(none,           none,             zor_blas_xcgemm3m, zor_blas_xzgemm3m);
+  static constexpr auto xsymm  = per_precision<T>(zor_blas_xssymm,  zor_blas_xdsymm,  zor_blas_xcsymm,  zor_blas_xzsymm);
+  static constexpr auto xhemm  = per_precision<T>(zor_blas_xssymm,  zor_blas_xdsymm,  zor_blas_xchemm,  zor_blas_xzhemm);
+  static constexpr auto xsyrk  = per_precision<T>(zor_blas_xssyrk,  zor_blas_xdsyrk,  zor_blas_xcsyrk,  zor_blas_xzsyrk);
+  static constexpr auto xherk  = per_precision<T>(zor_blas_xssyrk,  zor_blas_xdsyrk,  zor_blas_xcherk,  zor_blas_xzherk);   // real alpha, beta
+  static constexpr auto xsyr2k = per_precision<T>(zor_blas_xssyr2k, zor_blas_xdsyr2k, zor_blas_xcsyr2k, zor_blas_xzsyr2k);
+  static constexpr auto xher2k = per_precision<T>(zor_blas_xssyr2k, zor_blas_xdsyr2k, zor_blas_xcher2k, zor_blas_xzher2k);  // real beta
+  static constexpr auto xtrmm  = per_precision<T>(zor_blas_xstrmm,  zor_blas_xdtrmm,  zor_blas_xctrmm,  zor_blas_xztrmm);
+  static constexpr auto xtrsm  = per_precision<T>(zor_blas_xstrsm,  zor_blas_xdtrsm,  zor_blas_xctrsm,  zor_blas_xztrsm);
+  // rotations: the real generators and modified rotations
+  static constexpr auto rotg  = per_precision<T>(zor_blas_srotg,   zor_blas_drotg,   zor_blas_crotg,   zor_blas_zrotg);
+  static constexpr auto rotm  = per_precision<T>(zor_blas_srotm,   zor_blas_drotm,   none,             none);
+  static constexpr auto rotmg = per_precision<T>(zor_blas_srotmg,  zor_blas_drotmg,  none,             none);
+  static constexpr auto cabs1 = per_precision<T>(none,             none,             zor_blas_scabs1,  zor_blas_dcabs1);
   // sparse vectors: nz, the compressed x, 1-based indices, the full y
   static constexpr auto axpyi = per_precision<T>(zor_blas_saxpyi,  zor_blas_daxpyi,  zor_blas_caxpyi,  zor_blas_zaxpyi);
   static constexpr auto doti  = per_precision<T>(zor_blas_sdoti,   zor_blas_ddoti,   none,             none);

@@ -13,10 +13,6 @@
 //   flip(a)      (im, re)           conj(a)      (re, -im)   [scalar: zor::conj]
 //   cmul(f, x)   f x, f a Csplat<R> (re and im broadcast), the form of a factor
 //                that multiplies a whole stream.
-//
-// Names kept for code not yet moved onto the complex layer (deprecated; do
-// not use in new code): swap_re_im (use flip), swapped_re_im (use
-// flip_copy), conj_lanes (use conj).
 #pragma once
 #include <cstdint>
 #include <cstring>
@@ -240,13 +236,5 @@ template <class R>
 inline typename VectorOf<R>::type cmul(Csplat<R> f, typename VectorOf<R>::type x) {
   return addsub(mul(f.re, x), mul(f.im, flip(x)));
 }
-
-// ---- deprecated names (see the opening note)
-inline f64x2 swap_re_im(f64x2 a) { return flip(a); }
-inline f32x4 swap_re_im(f32x4 a) { return flip(a); }
-inline f64x2 swapped_re_im(f64x2 a) { return flip_copy(a); }
-inline f32x4 swapped_re_im(f32x4 a) { return flip_copy(a); }
-inline f64x2 conj_lanes(f64x2 a) { return conj(a); }
-inline f32x4 conj_lanes(f32x4 a) { return conj(a); }
 
 }  // namespace zor::simd

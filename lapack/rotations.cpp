@@ -34,7 +34,7 @@ namespace {
 
 // Runs op over elements [0, n): scalar until `anchor` + i is 16-byte
 // aligned (if it can be), then whole vectors, then the scalar tail.
-// op.one(i) does one element, op.vec(i) kLanes elements from i on, with
+// op.one(i) does one element, op.vec(i) lanes<R> elements from i on, with
 // `anchor` + i aligned.
 template <class R, class Op>
 void peeled(int64_t n, const R *anchor, const Op &op) {
