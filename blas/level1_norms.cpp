@@ -19,10 +19,10 @@
 // dasum: four accumulators a0..a3 take successive vectors in turn; unit for
 // incx 1 or -1 with an 8-byte aligned base: leading elements to lane 0 of a0
 // until aligned, main 16 vectors, then 8, 4, 2, 1 vectors (each starting at
-// a0), a last element to lane 0 of a0. Strided: increment 0 a scalar loop;
-// four elements a pass gathered into a0 (elements 0, 1) and a1 (2, 3), a pair
-// into a0, a last element into lane 0 of a0. Result (a0 + a1) + (a2 + a3),
-// lane 0 + lane 1.
+// a0), a last element to lane 0 of a0; lines are asked for a page ahead.
+// Strided: increment 0 a scalar loop; four elements a pass gathered into a0
+// (elements 0, 1) and a1 (2, 3), a pair into a0, a last element into lane 0
+// of a0. Result (a0 + a1) + (a2 + a3), lane 0 + lane 1.
 // sasum: unit for incx 1 or -1; main 8 vectors, then 4, 2, 1; scalars to
 // lane 0 of a0. Strided: one scalar loop. Result ((a0 + a1) + a2) + a3, then
 // a horizontal add twice.
@@ -197,7 +197,10 @@ double dasum(int64_t n, const double *x, int64_t incx) {
   if ((incx == 1 || incx == -1) && aligned_to(x, 8)) {
     if (!aligned_to(x, 16)) lane0(*x++), --n;
     const int64_t left = ladder<16>(n / 2, [&]<int Count>() ZOR_HOT {
-      for (int k = 0; k < Count; ++k) a[k & 3] = add(a[k & 3], simd::abs(simd::load_a(x + 2 * k)));
+      for (int k = 0; k < Count; ++k) {
+        if (k % 4 == 0) prefetch_ahead(x + 2 * k);
+        a[k & 3] = add(a[k & 3], simd::abs(simd::load_a(x + 2 * k)));
+      }
       x += 2 * Count;
     });
     n = 2 * left + (n & 1);

@@ -90,6 +90,12 @@ struct Factor {
 // make the same query and have one kernel.
 inline bool alternative_kernel() { return zor_serv_get_microarchitecture() == fixed::kSecondKernelAnswer; }
 
+// Asks for the cache line tuned::kPrefetchAhead bytes past p (a hint: it
+// never faults, wherever the stream ends).
+ZOR_HOT inline void prefetch_ahead(const void *p) {
+  simd::prefetch_t0(reinterpret_cast<const void *>(reinterpret_cast<uintptr_t>(p) + tuned::kPrefetchAhead));
+}
+
 // Consecutive vectors of a stream that starts K bytes past a 16-byte
 // boundary, read with aligned loads only. With Bounded, the aligned vector
 // that would reach past `end` (one past the stream's last real) is read

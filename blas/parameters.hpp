@@ -83,6 +83,11 @@ namespace tuned {
 // Unit-stride skeleton: vectors loaded before any is stored, per group
 // (bench/blas/level1_bench.cpp, daxpy and dcopy rows at n = 1e3).
 inline constexpr int kLoadGroup = 4;
+// dasum's unit-stride loop asks for the line this many bytes ahead, once a
+// line (bench/blas/level1_bench.cpp, dasum at n = 1e7: 4096 and 8192 alike,
+// 1024 short of the peer). The skeleton's loops (scal, axpy) run without: a
+// prefetch there cost more load slots than it gained.
+inline constexpr int64_t kPrefetchAhead = 4096;
 // i?amax, i?amin: vectors of magnitudes a block; a block is one compare
 // against the best and, rarely, a new best (bench/blas/level1_bench.cpp,
 // the i?amax rows at n = 1e3 and 1e5).

@@ -1,11 +1,12 @@
 // The test kit shared by every family: seeded random data, buffers placed at
 // a chosen byte offset from a 16-byte boundary with guard bytes around them,
 // vectors with increments (zero and negative too) laid out in such buffers,
-// bit comparison and tolerances, and a scoped guard for forced processor
-// answers.
+// bit comparison and tolerances, a scoped guard for forced processor
+// answers, and the working memory's statistics.
 #pragma once
 #include <gtest/gtest.h>
 #include <zor/core.h>
+#include <zor/serv.h>
 
 #include <cmath>
 #include <complex>
@@ -14,6 +15,7 @@
 #include <limits>
 #include <optional>
 #include <random>
+#include <thread>
 #include <type_traits>
 #include <vector>
 
@@ -220,6 +222,22 @@ void for_both_kernels(F &&body) {
     ForcedAnswer forced(ZOR_CORE_MICROARCH, answer);
     body();
   }
+}
+
+// ---- working memory: blocks held and their bytes (zor_serv_zor_memstat);
+// a scenario on a fresh thread starts with an empty pool record
+struct PoolStat {
+  int32_t count;
+  int64_t bytes;
+};
+inline PoolStat pool_stat() {
+  PoolStat s{};
+  s.bytes = zor_serv_zor_memstat(&s.count);
+  return s;
+}
+template <class F>
+void on_new_thread(F &&f) {
+  std::thread(std::forward<F>(f)).join();
 }
 
 // The routine of E's precision among four (s, d, c, z), for tests that

@@ -1,6 +1,5 @@
 // The raw allocator comes from the allocator module when it is present;
 // every allocation failure of the manager is provoked through it.
-#include <gtest/gtest.h>
 
 #include <condition_variable>
 #include <cstring>
@@ -10,24 +9,15 @@
 
 #include <zor/serv.h>
 
+#include "common/testing.hpp"
+
 #include "qalloc_module.h"
 
 namespace {
 
-struct Stat {
-  int32_t count;
-  int64_t bytes;
-};
-Stat stat() {
-  Stat s{};
-  s.bytes = zor_serv_zor_memstat(&s.count);
-  return s;
-}
-
-template <class F>
-void on_new_thread(F &&f) {
-  std::thread(std::forward<F>(f)).join();
-}
+using zor::test::on_new_thread;
+using zor::test::pool_stat;
+using zor::test::PoolStat;
 
 // A thread that stays alive between the steps it is given; run() returns when
 // the step is done.
@@ -79,14 +69,14 @@ TEST(AllocatorModule, HooksAreTakenAndCallocIsNeverCalled) {
 
 TEST(AllocatorModule, FailedRegistrationTakesTheDirectPath) {
   on_new_thread([] {
-    Stat s0 = stat();
+    PoolStat s0 = pool_stat();
     qalloc_fail_next(1);  // the thread record
     void *p = zor_serv_allocate(500, 0);
     ASSERT_NE(p, nullptr);
-    Stat s1 = stat();
+    PoolStat s1 = pool_stat();
     EXPECT_EQ(s1.bytes - s0.bytes, 500 + 16);
     zor_serv_deallocate(p);
-    EXPECT_EQ(stat().bytes, s0.bytes);
+    EXPECT_EQ(pool_stat().bytes, s0.bytes);
   });
 }
 
@@ -96,11 +86,11 @@ TEST(AllocatorModule, FailedSlotAllocationReturnsNullAndKeepsTheSlot) {
     zor_serv_deallocate(first);
     qalloc_fail_next(1);
     EXPECT_EQ(zor_serv_allocate(300, 0), nullptr);  // appended slot, block failed
-    Stat s0 = stat();
+    PoolStat s0 = pool_stat();
     void *again = zor_serv_allocate(300, 0);  // the failed slot stays in use: a new slot
     ASSERT_NE(again, nullptr);
     EXPECT_NE(again, first);
-    Stat s1 = stat();
+    PoolStat s1 = pool_stat();
     EXPECT_EQ(s1.count - s0.count, 1);
     zor_serv_deallocate(again);
     zor_serv_zor_thread_free_buffers();
@@ -142,14 +132,14 @@ TEST(AllocatorModule, FreeOfAReusedAddressReachesItsOwner) {
 }
 
 TEST(AllocatorModule, DirectFailureReturnsNullAndCountsNothing) {
-  Stat s0 = stat();
+  PoolStat s0 = pool_stat();
   qalloc_fail_next(1);
   EXPECT_EQ(zor_serv_zor_malloc(100, 64), nullptr);
   qalloc_fail_next(1);
   EXPECT_EQ(zor_serv_zor_calloc(10, 10, 64), nullptr);
   qalloc_fail_next(1);
   EXPECT_EQ(zor_serv_allocate(41943041, 0), nullptr);  // above the pooling limit
-  Stat s1 = stat();
+  PoolStat s1 = pool_stat();
   EXPECT_EQ(s1.count, s0.count);
   EXPECT_EQ(s1.bytes, s0.bytes);
 }
@@ -158,11 +148,11 @@ TEST(AllocatorModule, FailedReallocKeepsTheOldBlock) {
   auto p = static_cast<char *>(zor_serv_zor_malloc(64, 16));
   ASSERT_NE(p, nullptr);
   std::strcpy(p, "kept");
-  Stat s0 = stat();
+  PoolStat s0 = pool_stat();
   qalloc_fail_next(1);
   EXPECT_EQ(zor_serv_zor_realloc(p, 1 << 20), nullptr);
   EXPECT_STREQ(p, "kept");
-  Stat s1 = stat();
+  PoolStat s1 = pool_stat();
   // The statistic was lowered before the attempt and stays lowered.
   EXPECT_EQ(s1.count, s0.count);
   EXPECT_LT(s1.bytes, s0.bytes);

@@ -137,8 +137,7 @@ TEST(GemmBlocking, RowAndColumnBlocksByRowAndCache) {
     int64_t levels, l2, d, s;
   } caches[] = {{2, 0x300000, 448, 1024}, {2, 0x300001, 1000, 2000}, {0, 0x100000, 1000, 2000}};
   for (const auto &c : caches) {
-    zor_core_force(ZOR_CORE_CACHE_LEVELS, c.levels);
-    zor_core_force(ZOR_CORE_L2_SIZE, c.l2);
+    ForcedAnswer levels(ZOR_CORE_CACHE_LEVELS, c.levels), size(ZOR_CORE_L2_SIZE, c.l2);
     int64_t n = 100;
     Desc d1 = Desc::row<double>(1), s1 = Desc::row<float>(1);
     zor_blas_dgemm_get_blks_size_bvr(&m, &n, &k, d1.get());
@@ -146,8 +145,6 @@ TEST(GemmBlocking, RowAndColumnBlocksByRowAndCache) {
     EXPECT_EQ(d1->block_m, c.d) << c.levels << " " << c.l2;
     EXPECT_EQ(s1->block_m, c.s) << c.levels << " " << c.l2;
   }
-  zor_core_unforce(ZOR_CORE_CACHE_LEVELS);
-  zor_core_unforce(ZOR_CORE_L2_SIZE);
 }
 
 TEST(GemmBlocking, SetBlocksLeavesOnlyZeroFieldsToTheRule) {

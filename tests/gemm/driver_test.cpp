@@ -129,9 +129,7 @@ TYPED_TEST(GemmDriver, EveryPlanBothRows) {
 // Row 1 with both answers of the cache query: M above the smaller row block.
 TEST(GemmDriverReal, LaterRowWithSmallAndLargeSecondLevelCache) {
   for (int64_t l2 : {int64_t(1) << 20, int64_t(8) << 20}) {
-    zor_core_force(ZOR_CORE_CACHE_LEVELS, 2);
-    zor_core_force(ZOR_CORE_L2_SIZE, l2);
-    ForcedAnswer force(ZOR_CORE_CPUHASQLX, 1);
+    ForcedAnswer levels(ZOR_CORE_CACHE_LEVELS, 2), size(ZOR_CORE_L2_SIZE, l2), row(ZOR_CORE_CPUHASQLX, 1);
     Rng rng(31);
     Problem<double> d('N', 'T', 1100, 37, 70, 1, 0.5, -1.0, 8, rng);
     d.run_ours();
@@ -140,8 +138,6 @@ TEST(GemmDriverReal, LaterRowWithSmallAndLargeSecondLevelCache) {
     s.run_ours();
     EXPECT_TRUE(s.check());
   }
-  zor_core_unforce(ZOR_CORE_CACHE_LEVELS);
-  zor_core_unforce(ZOR_CORE_L2_SIZE);
 }
 
 // A B block above 4 MiB makes the driver pack B (plan 2); in s, N above

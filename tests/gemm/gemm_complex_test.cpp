@@ -21,8 +21,6 @@ class ComplexGemm : public ::testing::Test {};
 using Precisions = ::testing::Types<float, double>;
 TYPED_TEST_SUITE(ComplexGemm, Precisions);
 
-
-
 // Both rows and the row-tail kernel form each element from the same
 // depth-ordered sums: results agree to the last bit, depth 128 (the
 // fixed-depth kernel of row 0) included.
@@ -100,7 +98,7 @@ TEST(ComplexGemmBlocks, RulesAtTheBoundaries) {
       {true, 1, 1000, 5, 1024, 512, 6, 128},
       {true, 1, 1000, 5, 1025, 512, 6, 256},
   };
-  zor_core_force(ZOR_CORE_L2_SIZE, 8 << 20);
+  ForcedAnswer l2(ZOR_CORE_L2_SIZE, 8 << 20);
   for (const Expect &e : cases) {
     zor_blas_cgemm_zero_desc(d);
     if (e.z) zor_blas_zgemm_get_kernel(e.row, d);
@@ -112,7 +110,6 @@ TEST(ComplexGemmBlocks, RulesAtTheBoundaries) {
     EXPECT_EQ(d->block_n, e.bn) << (e.z ? "z" : "c") << e.row << " k " << e.k;
     EXPECT_EQ(d->block_k, e.bk) << (e.z ? "z" : "c") << e.row << " k " << e.k;
   }
-  zor_core_unforce(ZOR_CORE_L2_SIZE);
 }
 
 // Conjugate copies conjugate first and then take alpha: alpha = i on a + bi

@@ -25,25 +25,6 @@ using zor::test::Cx;
 using zor::test::ForcedAnswer;
 
 template <class R>
-struct Fns;
-template <>
-struct Fns<double> {
-  static constexpr auto mixed = zor_blas_xdzgemm;
-  static void ref(const char *ta, const char *tb, f_int m, f_int n, f_int k, const void *al, const void *a, f_int lda,
-                  const void *b, f_int ldb, const void *be, void *c, f_int ldc) {
-    zgemm_(ta, tb, &m, &n, &k, al, a, &lda, b, &ldb, be, c, &ldc, 1, 1);
-  }
-};
-template <>
-struct Fns<float> {
-  static constexpr auto mixed = zor_blas_xscgemm;
-  static void ref(const char *ta, const char *tb, f_int m, f_int n, f_int k, const void *al, const void *a, f_int lda,
-                  const void *b, f_int ldb, const void *be, void *c, f_int ldc) {
-    cgemm_(ta, tb, &m, &n, &k, al, a, &lda, b, &ldb, be, c, &ldc, 1, 1);
-  }
-};
-
-template <class R>
 void check(const char *ta, const char *tb, int64_t m, int64_t n, int64_t k, Cx<R> alpha, Cx<R> beta, Rng &rng,
            bool nan_c = false) {
   const int64_t lda = (*ta == 'N' ? m : k) + 1, ldb = (*tb == 'N' ? k : n) + 2, ldc = m + 1;
@@ -53,9 +34,10 @@ void check(const char *ta, const char *tb, int64_t m, int64_t n, int64_t k, Cx<R
   for (auto &x : b) x = {R(rng.uniform()), R(rng.uniform())};
   for (auto &x : c) x = nan_c ? Cx<R>(NAN, NAN) : Cx<R>(R(rng.uniform()), R(rng.uniform()));
   std::vector<Cx<R>> cref = c;
-  Fns<R>::mixed(ta, tb, &m, &n, &k, &alpha, a.data(), &lda, b.data(), &ldb, &beta, c.data(), &ldc);
-  Fns<R>::ref(ta, tb, f_int(m), f_int(n), f_int(k), &alpha, wide.data(), f_int(lda), b.data(), f_int(ldb), &beta,
-              cref.data(), f_int(ldc));
+  if constexpr (sizeof(R) == 8) zor_blas_xdzgemm(ta, tb, &m, &n, &k, &alpha, a.data(), &lda, b.data(), &ldb, &beta, c.data(), &ldc);
+  else zor_blas_xscgemm(ta, tb, &m, &n, &k, &alpha, a.data(), &lda, b.data(), &ldb, &beta, c.data(), &ldc);
+  zor::test::Gemm<Cx<R>>::reference(*ta, *tb, m, n, k, &alpha, wide.data(), lda, b.data(), ldb, &beta, cref.data(),
+                                    ldc);
   const double bound = 8 * zor::test::eps<R>() * double(k + 4) * 4;
   for (size_t i = 0; i < c.size(); ++i)
     if (int64_t(i) % ldc >= m) ASSERT_TRUE(zor::test::same_bits(c[i], cref[i])) << "row past m changed at " << i;
