@@ -224,16 +224,6 @@ void for_both_kernels(F &&body) {
   }
 }
 
-// The routine of E's precision among four (s, d, c, z), for tests that
-// call one family in every precision.
-template <class E, class Fs, class Fd, class Fc, class Fz>
-constexpr auto pick(Fs s, Fd d, Fc c, Fz z) {
-  if constexpr (std::is_same_v<E, float>) return s;
-  else if constexpr (std::is_same_v<E, double>) return d;
-  else if constexpr (sizeof(E) == 8) return c;
-  else return z;
-}
-
 // ---- working memory: blocks held and their bytes (zor_serv_zor_memstat);
 // a scenario on a fresh thread starts with an empty pool record
 struct PoolStat {
@@ -248,6 +238,16 @@ inline PoolStat pool_stat() {
 template <class F>
 void on_new_thread(F &&f) {
   std::thread(std::forward<F>(f)).join();
+}
+
+// The routine of E's precision among four (s, d, c, z), for tests that
+// call one family in every precision.
+template <class E, class Fs, class Fd, class Fc, class Fz>
+constexpr auto pick(Fs s, Fd d, Fc c, Fz z) {
+  if constexpr (std::is_same_v<E, float>) return s;
+  else if constexpr (std::is_same_v<E, double>) return d;
+  else if constexpr (sizeof(E) == 8) return c;
+  else return z;
 }
 
 }  // namespace zor::test
