@@ -184,7 +184,7 @@ MdSides<R> md_sides(const DftNode *root) {
 // forward, the real row through the real kernel into its half spectrum;
 // backward, the reverse. Through a buffer of length + 2 values.
 template <class R, bool Fwd>
-int64_t md_rows(DftNode *root, R *real, const int64_t *rs, int64_t rdist, cplx<R> *spec, const int64_t *cs,
+int64_t md_rows(DftNode *root, R *real, const int64_t *rs, int64_t rdist, cplx<R> *spectrum, const int64_t *cs,
                 int64_t cdist, int64_t transforms, R *buf, void *ws) {
   const int64_t n = root->length, h = n / 2 + 1;
   const int32_t rank = root->rank;
@@ -201,9 +201,9 @@ int64_t md_rows(DftNode *root, R *real, const int64_t *rs, int64_t rdist, cplx<R
       if (Fwd) {
         gather_real<R>(n, real + ro, rs[0], buf);
         if (int64_t s = kernel(buf, buf, root, ws)) return s;
-        scatter_complex<R>(h, reinterpret_cast<const cplx<R> *>(buf), spec + co, cs[0]);
+        scatter_complex<R>(h, reinterpret_cast<const cplx<R> *>(buf), spectrum + co, cs[0]);
       } else {
-        gather_complex<R>(h, spec + co, cs[0], reinterpret_cast<cplx<R> *>(buf));
+        gather_complex<R>(h, spectrum + co, cs[0], reinterpret_cast<cplx<R> *>(buf));
         if (int64_t s = kernel(buf, buf, root, ws)) return s;
         scatter_real<R>(n, buf, real + ro, rs[0]);
       }
@@ -225,22 +225,22 @@ int64_t real_md_driver(DftNode *node, void *in, void *out, int64_t transforms, v
   const MdSides<R> m = md_sides<R, Fwd>(node);
   const int64_t n = node->length, h = n / 2 + 1;
   void *real_base = Fwd ? in : (out ? out : in);
-  void *spec_base = Fwd ? (out ? out : in) : in;
+  void *spectrum_base = Fwd ? (out ? out : in) : in;
   R *real = static_cast<R *>(real_base) + m.real_offset;
-  cplx<R> *spec = static_cast<cplx<R> *>(spec_base) + m.complex_offset;
+  cplx<R> *spectrum = static_cast<cplx<R> *>(spectrum_base) + m.complex_offset;
   frame::PooledBuffer line(uint64_t(n + 2) * sizeof(R) + 16, work_alignment());
   if (!line.get()) return DFT_MEMORY_ERROR;
   R *buf = align_up<R>(line.get(), 16);
   if (Fwd) {
-    if (int64_t s = md_rows<R, true>(node, real, m.real_stride, m.real_distance, spec, m.complex_stride,
+    if (int64_t s = md_rows<R, true>(node, real, m.real_stride, m.real_distance, spectrum, m.complex_stride,
                                      m.complex_distance, transforms, buf, ws))
       return s;
-    return sweep_later_axes<R, true>(node, spec, h, m.complex_stride, transforms, m.complex_distance, ws);
+    return sweep_later_axes<R, true>(node, spectrum, h, m.complex_stride, transforms, m.complex_distance, ws);
   }
   if (!out) {
-    if (int64_t s = sweep_later_axes<R, false>(node, spec, h, m.complex_stride, transforms, m.complex_distance, ws))
+    if (int64_t s = sweep_later_axes<R, false>(node, spectrum, h, m.complex_stride, transforms, m.complex_distance, ws))
       return s;
-    return md_rows<R, false>(node, real, m.real_stride, m.real_distance, spec, m.complex_stride, m.complex_distance,
+    return md_rows<R, false>(node, real, m.real_stride, m.real_distance, spectrum, m.complex_stride, m.complex_distance,
                              transforms, buf, ws);
   }
   int64_t dense[kMaxAxes], points = h;
@@ -259,7 +259,7 @@ int64_t real_md_driver(DftNode *node, void *in, void *out, int64_t transforms, v
         at[k] = rest % len, rest /= len;
         o += at[k] * m.complex_stride[k];
       }
-      gather_complex<R>(h, spec + o, m.complex_stride[0], c + p);
+      gather_complex<R>(h, spectrum + o, m.complex_stride[0], c + p);
     }
     if (int64_t s = sweep_later_axes<R, false>(node, c, h, dense, 1, 0, ws)) return s;
     if (int64_t s = md_rows<R, false>(node, real + t * m.real_distance, m.real_stride, 0, c, dense, 0, 1, buf, ws))

@@ -96,15 +96,15 @@ ENUM = {'O': 'CBLAS_LAYOUT', 'T': 'CBLAS_TRANSPOSE', 'U': 'CBLAS_UPLO', 'D': 'CB
 WIDTHS = (('int', ''), ('int64_t', '64_'))
 
 
-def specs(args):
-    for spec in args.split():
-        kind, _, name = spec.partition(':')
+def arg_kinds(args):
+    for arg in args.split():
+        kind, _, name = arg.partition(':')
         yield kind, name or 'order'
 
 
 def c_parameters(family, p, int_type):
     out = []
-    for kind, name in specs(FAMILIES[family][1]):
+    for kind, name in arg_kinds(FAMILIES[family][1]):
         if kind in ENUM:
             out.append(f'{ENUM[kind]} {name}')
         elif kind == 'i':
@@ -124,7 +124,7 @@ def c_parameters(family, p, int_type):
 
 def body_arguments(family):
     out = []
-    for kind, name in specs(FAMILIES[family][1]):
+    for kind, name in arg_kinds(FAMILIES[family][1]):
         if kind in ENUM or kind in 'ir':
             out.append(name)
         elif kind == 'a':

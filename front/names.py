@@ -132,8 +132,8 @@ def suffixed(name, suffix):
 
 def c_arguments(args, p, int_type):
     out = []
-    for spec in args.split():
-        kind, name = spec.split(':')
+    for arg in args.split():
+        kind, name = arg.split(':')
         ctype = {'c': 'const char', 'i': 'const ' + int_type, 'e': 'const ' + C_ELEM[p], 'E': C_ELEM[p],
                  'r': 'const ' + REAL[p], 'R': REAL[p]}[kind]
         out.append(f'{ctype} *{name}')
@@ -142,8 +142,8 @@ def c_arguments(args, p, int_type):
 
 def body_arguments(args):
     out = []
-    for spec in args.split():
-        kind, name = spec.split(':')
+    for arg in args.split():
+        kind, name = arg.split(':')
         out.append(f'*{name}' if kind in 'ci' else f'as<{"E" if kind in "eE" else "R"}>({name})')
     return ', '.join(out)
 

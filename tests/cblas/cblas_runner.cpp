@@ -80,17 +80,17 @@ double next_value() {
 bool is_complex(char p) { return p == 'c' || p == 'z'; }
 bool is_float(char p) { return p == 's' || p == 'c'; }
 
-struct Spec {
+struct ArgKind {
   char kind;
   std::string name;
 };
-std::vector<Spec> parse(const char *args) {
-  std::vector<Spec> out;
+std::vector<ArgKind> parse(const char *args) {
+  std::vector<ArgKind> out;
   const char *s = args;
   while (*s) {
     while (*s == ' ') ++s;
     if (!*s) break;
-    Spec sp{*s, ""};
+    ArgKind sp{*s, ""};
     ++s;
     if (*s == ':') {
       ++s;
@@ -129,12 +129,12 @@ I widen(I v) {
 }
 
 // Builds the arguments of `c` under `s`; arrays filled with fresh values.
-Arguments build(const Case &c, const std::vector<Spec> &specs, const Setting &s, Buffers &b) {
+Arguments build(const Case &c, const std::vector<ArgKind> &kinds, const Setting &s, Buffers &b) {
   Arguments a;
   b.arrays.clear();
   b.scalars.assign(16, 0);
   int trans_index = 0, inc_index = 0, position = 0, scalar_index = 0;
-  for (const Spec &sp : specs) {
+  for (const ArgKind &sp : kinds) {
     ++position;
     I v = 0;
     bool real = false;
@@ -218,11 +218,11 @@ std::string call(const Case &c, void *fn, const Arguments &a) {
 }
 
 // The written arrays, element by element.
-std::string outputs(const Case &c, const std::vector<Spec> &specs, const Buffers &b) {
+std::string outputs(const Case &c, const std::vector<ArgKind> &kinds, const Buffers &b) {
   std::string s;
   size_t array = 0;
   char num[40];
-  for (const Spec &sp : specs) {
+  for (const ArgKind &sp : kinds) {
     if (sp.kind != 'x' && sp.kind != 'X' && sp.kind != 'R') continue;
     const auto &arr = b.arrays[array++];
     if (sp.kind == 'x') continue;
@@ -237,10 +237,10 @@ std::string outputs(const Case &c, const std::vector<Spec> &specs, const Buffers
   return s;
 }
 
-std::vector<Setting> settings(const std::vector<Spec> &specs) {
+std::vector<Setting> settings(const std::vector<ArgKind> &kinds) {
   bool ordered = false, has_t = false, has_u = false, has_d = false, has_s = false;
   int ntrans = 0;
-  for (const Spec &sp : specs) {
+  for (const ArgKind &sp : kinds) {
     ordered |= sp.kind == 'O';
     has_t |= sp.kind == 'T';
     ntrans += sp.kind == 'T';
@@ -288,12 +288,12 @@ std::vector<Setting> settings(const std::vector<Spec> &specs) {
 // Each argument of an ordered routine made bad in turn: letters 99 (and
 // the other transpositions, which some routines refuse), integers -1,
 // leading dimensions 1, increments 0; and a bad order.
-std::vector<Setting> bad_settings(const std::vector<Spec> &specs) {
+std::vector<Setting> bad_settings(const std::vector<ArgKind> &kinds) {
   std::vector<Setting> out;
-  if (specs.empty() || specs[0].kind != 'O') return out;
+  if (kinds.empty() || kinds[0].kind != 'O') return out;
   for (int order : {101, 102}) {
     int position = 0;
-    for (const Spec &sp : specs) {
+    for (const ArgKind &sp : kinds) {
       ++position;
       std::vector<I> values;
       switch (sp.kind) {
@@ -350,25 +350,25 @@ int main(int argc, char **argv) {
       std::printf("%s missing\n", c.name);
       continue;
     }
-    const auto specs = parse(c.args);
+    const auto kinds = parse(c.args);
     g_seed = 1;
     int index = 0;
-    for (const Setting &s : settings(specs)) {
+    for (const Setting &s : settings(kinds)) {
       Buffers b;
-      const Arguments a = build(c, specs, s, b);
+      const Arguments a = build(c, kinds, s, b);
       g_report = Report{};
       const std::string r = call(c, fn, a);
-      std::printf("%s %d%s%s", c.name, index++, r.c_str(), outputs(c, specs, b).c_str());
+      std::printf("%s %d%s%s", c.name, index++, r.c_str(), outputs(c, kinds, b).c_str());
       if (g_report.position) std::printf(" unexpected report %d", g_report.position);
       std::printf("\n");
     }
-    for (const Setting &s : bad_settings(specs)) {
+    for (const Setting &s : bad_settings(kinds)) {
       Buffers b;
-      Arguments a = build(c, specs, s, b);
+      Arguments a = build(c, kinds, s, b);
       const Buffers before = b;
       g_report = Report{};
       call(c, fn, a);
-      const bool untouched = outputs(c, specs, b) == outputs(c, specs, before);
+      const bool untouched = outputs(c, kinds, b) == outputs(c, kinds, before);
       std::string message = g_report.message;
       for (char &ch : message)
         if (ch == '\n') ch = '|';

@@ -98,7 +98,7 @@ void check(const Task &t, Rng &rng) {
     }
   std::vector<T> keep = a;
   ASSERT_EQ(t.out ? zor_fft_forward_out(d, a.data(), b.data()) : zor_fft_forward(d, a.data()), 0);
-  std::vector<T> &spec = t.out ? b : a;
+  std::vector<T> &spectrum = t.out ? b : a;
   if (t.out) EXPECT_TRUE(a == keep);
   for (int64_t tr = 0; tr < t.transforms; ++tr) {
     std::vector<cl> X = naive_md(x[size_t(tr)], t.len), want;
@@ -107,7 +107,7 @@ void check(const Task &t, Rng &rng) {
       for (int64_t k0 = 0; k0 < t.h(); ++k0) {
         want.push_back(X[size_t(row * t.len[0] + k0)]);
         const int64_t o = spec_at(k0, row, tr);
-        have.push_back(C(spec[size_t(o)], spec[size_t(o + 1)]));
+        have.push_back(C(spectrum[size_t(o)], spectrum[size_t(o + 1)]));
       }
     EXPECT_LT(relative_error(have, want, scale), error_bound<T>(P, 10)) << "transform " << tr;
   }
@@ -122,10 +122,10 @@ void check(const Task &t, Rng &rng) {
   }
   ASSERT_EQ(zor_fft_set_scale(d, DFT_BACKWARD_SCALE, 1.0 / double(P)), 0);
   ASSERT_EQ(zor_fft_commit(d), 0);
-  std::vector<T> back(a.size(), T(3)), spec_copy = spec;
+  std::vector<T> back(a.size(), T(3)), spectrum_copy = spectrum;
   ASSERT_EQ(t.out ? zor_fft_backward_out(d, b.data(), back.data()) : zor_fft_backward(d, a.data()), 0);
   const std::vector<T> &got = t.out ? back : a;
-  if (t.out) EXPECT_TRUE(b == spec_copy) << "input changed";
+  if (t.out) EXPECT_TRUE(b == spectrum_copy) << "input changed";
   double worst = 0;
   for (int64_t tr = 0; tr < t.transforms; ++tr)
     for (int64_t p = 0; p < P; ++p)
