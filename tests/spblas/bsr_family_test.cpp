@@ -115,18 +115,6 @@ struct CaseRun {
   }
 };
 
-class BsrKernel : public testing::TestWithParam<int> {};
-
-TEST_P(BsrKernel, MatchesTheDenseExpansion) {
-  const Case &cs = kCases[GetParam()];
-  Rng rng(0xb5 + GetParam());
-  SCOPED_TRACE(testing::Message() << cs.name << " seed " << rng.seed);
-  run_case<CaseRun>(cs, rng);
-}
-
-INSTANTIATE_TEST_SUITE_P(Family, BsrKernel, testing::ValuesIn(cases_of("bsr")),
-                         [](const testing::TestParamInfo<int> &info) { return std::string(kCases[info.param].name); });
-
-TEST(BsrFamily, NamesAreTheExportList) { expect_export_names("bsr", 8, 12); }
+ZOR_SPBLAS_FAMILY_SUITES(Bsr, "bsr", 0xb5, 8, 12)
 
 }  // namespace

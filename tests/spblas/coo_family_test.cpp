@@ -246,18 +246,6 @@ struct CaseRun {
   }
 };
 
-class CooKernel : public testing::TestWithParam<int> {};
-
-TEST_P(CooKernel, MatchesTheDenseExpansion) {
-  const Case &cs = kCases[GetParam()];
-  Rng rng(0xc00 + GetParam());
-  SCOPED_TRACE(testing::Message() << cs.name << " seed " << rng.seed);
-  run_case<CaseRun>(cs, rng);
-}
-
-INSTANTIATE_TEST_SUITE_P(Family, CooKernel, testing::ValuesIn(cases_of("coo")),
-                         [](const testing::TestParamInfo<int> &info) { return std::string(kCases[info.param].name); });
-
-TEST(CooFamily, NamesAreTheExportList) { expect_export_names("coo", 236, 236); }
+ZOR_SPBLAS_FAMILY_SUITES(Coo, "coo", 0xc00, 236, 236)
 
 }  // namespace

@@ -252,20 +252,8 @@ struct CaseRun {
   }
 };
 
-class CsrKernel : public testing::TestWithParam<int> {};
-
-TEST_P(CsrKernel, MatchesTheDenseExpansion) {
-  const Case &cs = kCases[GetParam()];
-  Rng rng(0x5b1a5 + GetParam());
-  SCOPED_TRACE(testing::Message() << cs.name << " seed " << rng.seed);
-  run_case<CaseRun>(cs, rng);
-}
-
-INSTANTIATE_TEST_SUITE_P(Family, CsrKernel, testing::ValuesIn(cases_of("csr")),
-                         [](const testing::TestParamInfo<int> &info) { return std::string(kCases[info.param].name); });
-
 // The generated names are exactly the CSR names of the export list, with the
 // per-base counts of the family.
-TEST(CsrFamily, NamesAreTheExportList) { expect_export_names("csr", 352, 353); }
+ZOR_SPBLAS_FAMILY_SUITES(Csr, "csr", 0x5b1a5, 352, 353)
 
 }  // namespace

@@ -241,18 +241,6 @@ struct CaseRun {
   }
 };
 
-class DiaKernel : public testing::TestWithParam<int> {};
-
-TEST_P(DiaKernel, MatchesTheDenseExpansion) {
-  const Case &cs = kCases[GetParam()];
-  Rng rng(0xd1a + GetParam());
-  SCOPED_TRACE(testing::Message() << cs.name << " seed " << rng.seed);
-  run_case<CaseRun>(cs, rng);
-}
-
-INSTANTIATE_TEST_SUITE_P(Family, DiaKernel, testing::ValuesIn(cases_of("dia")),
-                         [](const testing::TestParamInfo<int> &info) { return std::string(kCases[info.param].name); });
-
-TEST(DiaFamily, NamesAreTheExportList) { expect_export_names("dia", 0, 316); }
+ZOR_SPBLAS_FAMILY_SUITES(Dia, "dia", 0xd1a, 0, 316)
 
 }  // namespace

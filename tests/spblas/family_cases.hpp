@@ -82,3 +82,18 @@ inline void expect_export_names(const char *format, int zero_based, int one_base
 }
 
 }  // namespace zor::test::sparse
+
+// The two suites of a format's test: every case of the table against its
+// dense expansion through the file's CaseRun (seeded by the case's index), and
+// the format's names against the export list.
+#define ZOR_SPBLAS_FAMILY_SUITES(Format, format, first_seed, zero_based, one_based)                              \
+  class Format##Kernel : public testing::TestWithParam<int> {};                                           \
+  TEST_P(Format##Kernel, MatchesTheDenseExpansion) {                                                      \
+    const Case &cs = kCases[GetParam()];                                                                  \
+    Rng rng((first_seed) + GetParam());                                                                         \
+    SCOPED_TRACE(testing::Message() << cs.name << " seed " << rng.seed);                                  \
+    run_case<CaseRun>(cs, rng);                                                                           \
+  }                                                                                                       \
+  INSTANTIATE_TEST_SUITE_P(Family, Format##Kernel, testing::ValuesIn(cases_of(format)),                   \
+                           [](const testing::TestParamInfo<int> &info) { return std::string(kCases[info.param].name); }); \
+  TEST(Format##Family, NamesAreTheExportList) { expect_export_names(format, zero_based, one_based); }
