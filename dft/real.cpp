@@ -560,22 +560,18 @@ using zor::dft::real_line_share;
 using zor::dft::real_row_share;
 using zor::dft::real_slice_share;
 
-#define ZOR_DFT_REAL_SHARES(fwd, bwd, R)                                                                        \
-  ZOR_API int64_t zor_dft_##fwd##1_nd_out_par(DftNode *root, int64_t axis, void *in, void *out, int64_t first,  \
-                                              int64_t count, void *workspace) {                                 \
-    return real_line_share<R, true>(root, axis, in, out, first, count, workspace);                              \
-  }                                                                                                             \
-  ZOR_API int64_t zor_dft_##bwd##1_nd_out_par(DftNode *root, int64_t axis, void *in, void *out, int64_t first,  \
-                                              int64_t count, void *workspace) {                                 \
-    return real_line_share<R, false>(root, axis, in, out, first, count, workspace);                             \
-  }                                                                                                             \
-  ZOR_API int64_t zor_dft_##fwd##2_nd_out_par(DftNode *root, void *in, void *out, int64_t first, int64_t count,  \
-                                              void *workspace) {                                                \
-    return real_slice_share<R, true>(root, in, out, first, count, workspace);                                   \
-  }                                                                                                             \
-  ZOR_API int64_t zor_dft_##bwd##2_nd_out_par(DftNode *root, void *in, void *out, int64_t first, int64_t count,  \
-                                              void *workspace) {                                                \
-    return real_slice_share<R, false>(root, in, out, first, count, workspace);                                  \
+#define ZOR_DFT_REAL_SHARES(fwd, bwd, R)                                                        \
+  ZOR_DFT_REAL_LINES(zor_dft_##fwd##1_nd_out_par) {                                             \
+    return real_line_share<R, true>(root, axis, in, out, first, count, workspace);              \
+  }                                                                                             \
+  ZOR_DFT_REAL_LINES(zor_dft_##bwd##1_nd_out_par) {                                             \
+    return real_line_share<R, false>(root, axis, in, out, first, count, workspace);             \
+  }                                                                                             \
+  ZOR_DFT_REAL_SLICES(zor_dft_##fwd##2_nd_out_par) {                                            \
+    return real_slice_share<R, true>(root, in, out, first, count, workspace);                   \
+  }                                                                                             \
+  ZOR_DFT_REAL_SLICES(zor_dft_##bwd##2_nd_out_par) {                                            \
+    return real_slice_share<R, false>(root, in, out, first, count, workspace);                  \
   }
 ZOR_DFT_REAL_SHARES(ddz, zzd, double)
 ZOR_DFT_REAL_SHARES(ssc, ccs, float)

@@ -189,22 +189,19 @@ ZOR_API void zor_dft_c2_c_out_dft(const void *in, void *out, const int64_t *in_s
    {sc,dz,cs,zd,ccs,zzd}2_c_dft: columns first .. first + count - 1 of the
    half spectrum in place, {ssc,ddz}2_c_out_dft from in to out, with the
    complex kernel of node->next_axis, as ?2_c_dft and ?2_c_out_dft. */
-ZOR_API int64_t zor_dft_ddz1_nd_out_par(DftNode *root, int64_t axis, void *in, void *out, int64_t first,
-                                        int64_t count, void *workspace);
-ZOR_API int64_t zor_dft_ddz2_nd_out_par(DftNode *root, void *in, void *out, int64_t first, int64_t count,
-                                        void *workspace);
-ZOR_API int64_t zor_dft_zzd1_nd_out_par(DftNode *root, int64_t axis, void *in, void *out, int64_t first,
-                                        int64_t count, void *workspace);
-ZOR_API int64_t zor_dft_zzd2_nd_out_par(DftNode *root, void *in, void *out, int64_t first, int64_t count,
-                                        void *workspace);
-ZOR_API int64_t zor_dft_ssc1_nd_out_par(DftNode *root, int64_t axis, void *in, void *out, int64_t first,
-                                        int64_t count, void *workspace);
-ZOR_API int64_t zor_dft_ssc2_nd_out_par(DftNode *root, void *in, void *out, int64_t first, int64_t count,
-                                        void *workspace);
-ZOR_API int64_t zor_dft_ccs1_nd_out_par(DftNode *root, int64_t axis, void *in, void *out, int64_t first,
-                                        int64_t count, void *workspace);
-ZOR_API int64_t zor_dft_ccs2_nd_out_par(DftNode *root, void *in, void *out, int64_t first, int64_t count,
-                                        void *workspace);
+#define ZOR_DFT_REAL_LINES(name)                                                                                 \
+  ZOR_API int64_t name(DftNode *root, int64_t axis, void *in, void *out, int64_t first, int64_t count,           \
+                       void *workspace)
+#define ZOR_DFT_REAL_SLICES(name) \
+  ZOR_API int64_t name(DftNode *root, void *in, void *out, int64_t first, int64_t count, void *workspace)
+ZOR_DFT_REAL_LINES(zor_dft_ddz1_nd_out_par);
+ZOR_DFT_REAL_LINES(zor_dft_zzd1_nd_out_par);
+ZOR_DFT_REAL_LINES(zor_dft_ssc1_nd_out_par);
+ZOR_DFT_REAL_LINES(zor_dft_ccs1_nd_out_par);
+ZOR_DFT_REAL_SLICES(zor_dft_ddz2_nd_out_par);
+ZOR_DFT_REAL_SLICES(zor_dft_zzd2_nd_out_par);
+ZOR_DFT_REAL_SLICES(zor_dft_ssc2_nd_out_par);
+ZOR_DFT_REAL_SLICES(zor_dft_ccs2_nd_out_par);
 #define ZOR_DFT_REAL_ROWS(name)                                                                                  \
   ZOR_API int64_t name(const void *in, void *out, const int64_t *in_strides, const int64_t *out_strides,         \
                        int64_t first, int64_t count, dft_axis_kernel kernel, DftNode *node, void *workspace)
