@@ -275,10 +275,12 @@ bool one_stack_block(const KernelRow &r, const char *transa, const char *transb,
   if (K > fixed::kDepthFloor || M > tuned::kStackBlockOrder || N > tuned::kStackBlockOrder) return false;
   if (M < r.min_m || N < r.min_n || K < r.min_k) return false;
   constexpr int64_t eb = T::elem_bytes, slack = tuned::kStackBlockSlack;
-  const int64_t kw = round_up(K, r.unroll_k);
+  // The unrolls are powers of two: round up by masks, not divisions.
+  const auto up = [](int64_t x, int64_t unit) { return (x + unit - 1) & -unit; };
+  const int64_t kw = up(K, r.unroll_k);
   int64_t a_stride = r.unroll_m * kw, b_stride = kw * r.unroll_n;
-  const int64_t a_bytes = round_up(M, r.unroll_m) * kw * eb + slack;
-  const int64_t b_bytes = T::complex ? round_up(N, r.unroll_n) * kw * eb + slack : 0;
+  const int64_t a_bytes = up(M, r.unroll_m) * kw * eb + slack;
+  const int64_t b_bytes = T::complex ? up(N, r.unroll_n) * kw * eb + slack : 0;
   const int64_t dup_bytes = kw * eb * r.unroll_n * r.b_dup + slack;
   if (a_bytes + b_bytes + dup_bytes > tuned::kStackBlockBytes) return false;
   alignas(128) unsigned char area[tuned::kStackBlockBytes];
