@@ -72,6 +72,8 @@ int32_t log2_of(int64_t n) {
 // Passes whose span fits these many bytes run block by block.
 constexpr int64_t kInnerBytes = 16 << 10, kMiddleBytes = 256 << 10;
 constexpr int64_t kMixedInnerElems = 500;
+// Power-of-two lines longer than this run their leaves first.
+constexpr int64_t kStreamBytes = 32 << 10;
 
 // ---------------------------------------------------------------- tables
 
@@ -342,6 +344,7 @@ struct Runner {
   E *work, *out;
   bool contiguous_first;  // the backward unordered plan reads its input as it lies
   int L;
+  bool leaf_done = false;  // the first pass ran over the whole line already
 
   int level(int k) const { return p->factors[k].group; }
   int64_t span(int k) const { return int64_t(p->factors[k].radix) * p->factors[k].remaining; }
@@ -387,7 +390,7 @@ struct Runner {
       for (int64_t s = start; s < start + size; s += sub) dit(v + 1, s);
       for (int k = kn - 1; k >= kc; --k) dit_pass(k, start, size);
     } else {
-      for (int k = L; k >= kc; --k) dit_pass(k, start, size);
+      for (int k = leaf_done ? L - 1 : L; k >= kc; --k) dit_pass(k, start, size);
     }
   }
 
@@ -421,10 +424,20 @@ void run_passes(const DftPlan *p, const cplx<R> *in, cplx<R> *out, cplx<R> *work
   Runner<R, Fwd> run{p, in, in == out ? work : out, out, false, p->last_factor};
   if (p->unordered && Fwd) {
     run.dif(0, 0);
-  } else {
-    run.contiguous_first = p->unordered != 0;
-    run.dit(0, 0);
+    return;
   }
+  run.contiguous_first = p->unordered != 0;
+  // A long power-of-two line: the leaves gathered block by block would
+  // read each cache line of the input at several distant times, so they
+  // run first over the whole line in the order of their inputs.
+  const int L = p->last_factor;
+  if (!run.contiguous_first && p->uses_fft && L > 0 && p->length * int64_t(sizeof(cplx<R>)) > kStreamBytes) {
+    const DftFactor &leaf = p->factors[L];
+    Passes<R>::template leaves_by_input_any<Fwd>(leaf.radix, in, p->length / leaf.radix, p->order, run.work,
+                                                 p->length / leaf.radix);
+    run.leaf_done = true;
+  }
+  run.dit(0, 0);
 }
 
 template <class R, bool Fwd>
