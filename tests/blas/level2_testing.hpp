@@ -1,8 +1,7 @@
-// Shared pieces of the level-2 tests: the routine of a precision picked from
-// a row of four, random layouts (sizes at the kernels' boundaries, leading
-// dimensions even and odd, byte offsets 0, 4, 8, 12, increments 1, 2, -1,
-// -3), operands in guarded buffers, and the comparison of every element of
-// an output with the oracle's, guards included.
+// Shared pieces of the level-2 tests: random layouts (sizes at the kernels'
+// boundaries, leading dimensions even and odd, byte offsets 0, 4, 8, 12,
+// increments 1, 2, -1, -3), operands in guarded buffers, and the comparison
+// of every element of an output with the oracle's, guards included.
 #pragma once
 #include <algorithm>
 #include <cmath>
@@ -14,15 +13,6 @@
 #include "common/testing.hpp"
 
 namespace zor::test::level2 {
-
-// The entry of a row s, d, c, z for the element type E.
-template <class E, class Fs, class Fd, class Fc, class Fz>
-constexpr auto pick(Fs s, Fd d, Fc c, Fz z) {
-  if constexpr (std::is_same_v<E, float>) return s;
-  else if constexpr (std::is_same_v<E, double>) return d;
-  else if constexpr (std::is_same_v<E, cfloat>) return c;
-  else return z;
-}
 
 // Runs body.template operator()<E>() for the four element types.
 template <class F>
