@@ -14,13 +14,15 @@
 
 namespace zor::test::level2 {
 
-// Runs body.template operator()<E>() for the four element types.
+// Runs body.template operator()<E>() for the four element types, double
+// complex under both answers of the processor query (the level-1 kernels the
+// level-2 routines call choose by it).
 template <class F>
 void for_each_type(F &&body) {
   body.template operator()<float>();
   body.template operator()<double>();
   body.template operator()<cfloat>();
-  body.template operator()<cdouble>();
+  for_both_kernels([&] { body.template operator()<cdouble>(); });
 }
 
 inline int64_t span(int64_t len, int64_t inc) { return len < 1 ? 1 : 1 + (len - 1) * std::abs(inc); }
