@@ -100,6 +100,10 @@ inline constexpr int64_t kGerInlineRows = 64;
 // dger at n = 4000).
 inline constexpr int kGerColumns = 8;
 
+// ?gbmv 'N', unit strides: the columns whose band is cut at neither end go
+// this many a pass over y (bench/blas/level2_bench.cpp, dgbmv k = 16).
+inline constexpr int kBandGroup = 4;
+
 }  // namespace tuned
 
 }  // namespace zor::blas
