@@ -96,6 +96,13 @@ inline constexpr int64_t kExtremeBlock = 32;
 // a call of x?axpy each (bench/lapack, dgetc2 at n = 16; bench/blas/
 // level2_bench.cpp, dger).
 inline constexpr int64_t kGerInlineRows = 64;
+// ?ger, longer columns: this many a pass over x (bench/blas/level2_bench.cpp,
+// dger at n = 4000).
+inline constexpr int kGerColumns = 8;
+
+// ?gbmv 'N', unit strides: the columns whose band is cut at neither end go
+// this many a pass over y (bench/blas/level2_bench.cpp, dgbmv k = 16).
+inline constexpr int kBandGroup = 4;
 
 }  // namespace tuned
 
