@@ -424,6 +424,9 @@ int64_t commit_axis(DftNode *root, DftNode *ax, int64_t index, bool md) {
       ax->uses_plan = 0;
       ax->kernels[fwd] = fixed_axis_kernel<R, true>(n);
       ax->kernels[bwd] = fixed_axis_kernel<R, false>(n);
+      // In place, lengths above 32 run through a buffer of n values, the
+      // workspace when one is given (a parent's share, as in four steps).
+      if (n > 32) ax->work_size = n * int64_t(sizeof(cplx<R>));
       if (dbl && n >= 256) {
         ax->kernel_tables = node_alloc(uint64_t(fixed_table_bytes(n)), 16);
         if (!ax->kernel_tables) return DFT_MEMORY_ERROR;

@@ -94,6 +94,10 @@ struct ChirpRecord {
 // the first.
 template <class R> int64_t commit_complex_axis(DftNode *root, DftNode *axis, int64_t index);
 
+// The large-real method of the one-dimensional real creators (four steps
+// over half the points, then the even sweep).
+extern DftMethod large_real_double, large_real_single;
+
 // Pieces every commit core shares. take: the node goes to this method, and
 // whatever another commit built goes. finish: compute pointers, nio_args,
 // committed. reserve_user_slots: the slot table of a node shared by several

@@ -404,6 +404,16 @@ int64_t real_row_share(const void *in, void *out, const int64_t *is, const int64
 
 // The hand-over of a whole real task, by precision, direction, placement
 // and storage (single precision backward in place has none: null).
+using RealPlane = int64_t (*)(DftNode *, void *, void *, void *);
+
+// The plane routines of a precision: x{dz,sc}dft2d (storage 40) and
+// x{dzz,scc}dft2d (39) forward, x{zd,cs} and x{zzd,ccs} backward.
+template <class R>
+RealPlane plane_routine(bool forward, bool cce) {
+  if (forward) return cce ? real_dft2d<R, true, true> : real_dft2d<R, true, false>;
+  return cce ? real_dft2d<R, false, true> : real_dft2d<R, false, false>;
+}
+
 template <class R, bool Fwd, bool Out, bool Cce>
 frame::LateCell *real_compute_par_cell() {
   constexpr const char *names[2][2][2][2] = {
@@ -425,10 +435,14 @@ frame::LateCell *real_compute_par_cell() {
   }
 }
 
+// A lone plane on one thread goes to the node's two-dimensional routine.
 template <class R, bool Fwd, bool Out, bool Cce>
 int64_t real_entry_of(DftNode *node, void *a, void *b) {
   auto driver = [&](void *ws) { return real_driver<R, Fwd, Cce>(node, a, Out ? b : nullptr, node->transforms, ws); };
   if (node->user_threads > 1) return in_user_slot(node, driver);
+  const dft_generic_fn plane = node->kernels_2d[2 * precision_index<R> + (Fwd ? 0 : 1)];
+  if (plane && node->rank == 2 && node->transforms == 1 && node->threads == 1)
+    return reinterpret_cast<RealPlane>(plane)(node, a, Out ? b : a, node->workspace);
   frame::LateCell *cell = real_compute_par_cell<R, Fwd, Out, Cce>();
   if (node->threads == 1 || !cell) return driver(node->workspace);
   DftNode *holder = node;
@@ -492,6 +506,12 @@ int64_t core_r2c_1d(DftNode *root) {
     ax->commit_status = DFT_COMMITTED;
   }
   if (int64_t s = allocate_workspace(root)) return s;
+  if (root->rank == 2) {  // forward, then backward
+    const bool cce = root->conjugate_even_storage == DFT_COMPLEX_COMPLEX;
+    dft_generic_fn *k = root->kernels_2d + 2 * precision_index<R>;
+    k[0] = reinterpret_cast<dft_generic_fn>(plane_routine<R>(true, cce));
+    k[1] = reinterpret_cast<dft_generic_fn>(plane_routine<R>(false, cce));
+  }
   if (root->placement == DFT_NOT_INPLACE) finish(root, real_entry<R, true, true>, real_entry<R, false, true>);
   else finish(root, real_entry<R, true, false>, real_entry<R, false, false>);
   return DFT_NO_ERROR;
@@ -510,8 +530,8 @@ template <class R> DftMethod threaded_real_md = {commit_threaded_real_md<R>, nul
 
 }  // namespace
 
-DftMethod *const method_list_dr1d[] = {&threaded_real<double>, nullptr};
-DftMethod *const method_list_sr1d[] = {&threaded_real<float>, nullptr};
+DftMethod *const method_list_dr1d[] = {&large_real_double, &threaded_real<double>, nullptr};
+DftMethod *const method_list_sr1d[] = {&large_real_single, &threaded_real<float>, nullptr};
 DftMethod *const method_list_drmd[] = {&threaded_real_md<double>, nullptr};
 DftMethod *const method_list_srmd[] = {&threaded_real_md<float>, nullptr};
 

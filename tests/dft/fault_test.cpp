@@ -241,6 +241,12 @@ TEST(DftFaults, SplitStorage) {
 
 // Each allocation of a commit from scratch fails in turn: status 1, the node
 // uncommitted, no block left behind.
+// Threads the provider's policy offers while in scope.
+struct Policy {
+  explicit Policy(int32_t t) { zor_core_dft_policy(0, t, t); }
+  ~Policy() { zor_core_dft_policy(0, 1, 1); }
+};
+
 void commit_faults(DftNode *d) {
   long count = allocations_of([&] { ASSERT_EQ(zor_fft_commit(d), 0); });
   ASSERT_GT(count, 0);
@@ -254,10 +260,12 @@ void commit_faults(DftNode *d) {
 }
 
 // Real descriptors out of place: every allocation of commit (a power of two,
-// an even and an odd mixed length) and of a strided compute fails in turn.
+// an even and an odd mixed length; with four threads the large-real method,
+// its child by four steps) and of a strided compute fails in turn.
 template <class T>
-void check_real(int64_t n, int64_t stride) {
+void check_real(int64_t n, int64_t stride, int32_t threads = 1) {
   SCOPED_TRACE(testing::Message() << "real n " << n << " stride " << stride << " " << sizeof(T));
+  const Policy policy(threads);
   DftNode *d = nullptr;
   ASSERT_EQ(zor_fft_create(&d, precision_of<T>, DFT_REAL, 1, &n), 0);
   const int64_t strides[2] = {0, stride};
@@ -266,6 +274,7 @@ void check_real(int64_t n, int64_t stride) {
   ASSERT_EQ(zor_fft_set_value(d, DFT_PLACEMENT, DFT_NOT_INPLACE), 0);
   commit_faults(d);
   ASSERT_EQ(zor_fft_commit(d), 0);
+  EXPECT_EQ(d->extra_state != nullptr, threads >= 4);
   Rng rng(13);
   std::vector<T> x(static_cast<size_t>(stride * (n + 2))), want(x.size()), y(x.size());
   for (auto &v : x) v = T(rng.uniform());
@@ -287,6 +296,7 @@ TEST(DftFaults, RealTransforms) {
   check_real<double>(4096, 1);
   check_real<double>(1000, 3);
   check_real<float>(301, 2);
+  check_real<double>(16384, 1, 4);
 }
 
 }  // namespace
@@ -302,10 +312,7 @@ template <class T>
 void check_md(int32_t domain, std::vector<int64_t> len, int32_t placement, bool forward, int32_t threads = 1) {
   SCOPED_TRACE(testing::Message() << "domain " << domain << " rank " << len.size() << " placement " << placement
                                   << " forward " << forward << " bytes " << sizeof(T) << " threads " << threads);
-  struct Policy {
-    explicit Policy(int32_t t) { zor_core_dft_policy(0, t, t); }
-    ~Policy() { zor_core_dft_policy(0, 1, 1); }
-  } policy(threads);
+  const Policy policy(threads);
   DftNode *d = nullptr;
   ASSERT_EQ(zor_fft_create(&d, precision_of<T>, domain, int64_t(len.size()), len.data()), 0);
   ASSERT_EQ(zor_fft_set_value(d, DFT_PLACEMENT, placement), 0);
