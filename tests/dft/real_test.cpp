@@ -48,6 +48,7 @@ void check_length(int64_t n) {
         ASSERT_EQ(zor_fft_set_scale(d, DFT_BACKWARD_SCALE, sc[1]), 0);
         if (out) ASSERT_EQ(zor_fft_set_value(d, DFT_PLACEMENT, DFT_NOT_INPLACE), 0);
         ASSERT_EQ(zor_fft_commit(d), 0);
+        EXPECT_EQ(d->uses_plan, n >= 2 && n <= 64 && (n & (n - 1)) == 0 ? 0 : 1);  // fixed kernels
         std::vector<T> a(static_cast<size_t>(n) + 2, T(5)), b(static_cast<size_t>(n) + 2, T(5));
         for (int64_t j = 0; j < n; ++j) a[size_t(j)] = x[size_t(j)].real();
         if (out) ASSERT_EQ(zor_fft_forward_out(d, a.data(), b.data()), 0);
