@@ -91,17 +91,6 @@ bool split_candidate(const DftNode *n) {
   return n->forward_domain == DFT_COMPLEX && n->complex_storage == DFT_REAL_REAL && !(n->flags & DFT_FLAG_CHILD_NODE);
 }
 
-// Several axes, or several batch entries, of split data: child nodes per axis
-// or per batch level, which come with the multi-dimensional transforms.
-int64_t commit_split_per_axis(DftMethod *, DftNode *n) {
-  if (!split_candidate(n) || n->dims.count == 1) return DFT_METHOD_SPLIT_NOT_APPLICABLE;
-  return DFT_UNIMPLEMENTED;
-}
-int64_t commit_split_batch(DftMethod *, DftNode *n) {
-  if (!split_candidate(n) || n->dims.count != 1 || n->batch.count < 2) return DFT_METHOD_SPLIT_NOT_APPLICABLE;
-  return DFT_UNIMPLEMENTED;
-}
-
 // One axis and one batch level of split data: a split plan of the length,
 // the batch walked by the driver with the node's workspace.
 template <class R>

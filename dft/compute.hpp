@@ -94,6 +94,11 @@ struct ChirpRecord {
 // the first.
 template <class R> int64_t commit_complex_axis(DftNode *root, DftNode *axis, int64_t index);
 
+// Several axes, or several batch levels, of split data: child nodes per axis
+// or per batch level (dft/md_split.cpp).
+int64_t commit_split_per_axis(DftMethod *m, DftNode *n);
+int64_t commit_split_batch(DftMethod *m, DftNode *n);
+
 // The large-real method of the one-dimensional real creators (four steps
 // over half the points, then the even sweep).
 extern DftMethod large_real_double, large_real_single;
