@@ -199,15 +199,19 @@ TEST(DftFaults, FourStepScratch) {
   }
 }
 
-TEST(DftFaults, SplitStorage) {
-  auto split = [](DftNode *d) {
-    zor_fft_set_value(d, DFT_COMPLEX_STORAGE, DFT_REAL_REAL);
-    int64_t s[2] = {0, 3};
+// Split storage: one strided line, and three axes (a child per axis, split
+// batch below the middle one).
+void check_split(std::vector<int64_t> len, int64_t stride) {
+  SCOPED_TRACE(testing::Message() << "split rank " << len.size());
+  DftNode *d = nullptr;
+  ASSERT_EQ(zor_fft_create(&d, DFT_DOUBLE, DFT_COMPLEX, int64_t(len.size()), len.data()), 0);
+  zor_fft_set_value(d, DFT_COMPLEX_STORAGE, DFT_REAL_REAL);
+  if (len.size() == 1) {
+    int64_t s[2] = {0, stride};
     zor_fft_set_input_strides(d, s);
-  };
-  const int64_t n = 300;
-  Descriptor d(DFT_DOUBLE, n);
-  split(d);
+  }
+  int64_t n = stride;
+  for (int64_t l : len) n *= l;
   long count = allocations_of([&] { ASSERT_EQ(zor_fft_commit(d), 0); });
   for (long k = 1; k <= count; ++k) {
     d->uncommit(d);
@@ -218,7 +222,7 @@ TEST(DftFaults, SplitStorage) {
   }
   ASSERT_EQ(zor_fft_commit(d), 0);
   Rng rng(12);
-  std::vector<double> re(3 * n), im(3 * n);
+  std::vector<double> re(static_cast<size_t>(n)), im(static_cast<size_t>(n));
   for (auto &v : re) v = rng.uniform();
   for (auto &v : im) v = rng.uniform();
   auto re0 = re, im0 = im;
@@ -237,15 +241,22 @@ TEST(DftFaults, SplitStorage) {
   ASSERT_EQ(zor_fft_forward_split(d, re.data(), im.data()), 0);
   EXPECT_EQ(re, want_re);
   EXPECT_EQ(im, want_im);
+  zor_fft_free(&d);
 }
 
-// Each allocation of a commit from scratch fails in turn: status 1, the node
-// uncommitted, no block left behind.
+TEST(DftFaults, SplitStorage) {
+  check_split({300}, 3);
+  check_split({6, 5, 4}, 1);
+}
+
 // Threads the provider's policy offers while in scope.
 struct Policy {
   explicit Policy(int32_t t) { zor_core_dft_policy(0, t, t); }
   ~Policy() { zor_core_dft_policy(0, 1, 1); }
 };
+
+// Each allocation of a commit from scratch fails in turn: status 1, the node
+// uncommitted, no block left behind.
 
 void commit_faults(DftNode *d) {
   long count = allocations_of([&] { ASSERT_EQ(zor_fft_commit(d), 0); });
