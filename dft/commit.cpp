@@ -542,10 +542,10 @@ DftMethod *const method_list_sc1d[] = {
     nullptr,
 };
 DftMethod *const method_list_dcmd[] = {
-    &split_per_axis, &split_batch, &split_direct<double>, &threaded_node_md<double>, nullptr,
+    &split_per_axis, &split_batch, &split_direct<double>, &cube_double, &threaded_node_md<double>, nullptr,
 };
 DftMethod *const method_list_scmd[] = {
-    &split_per_axis, &split_batch, &split_direct<float>, &threaded_node_md<float>, nullptr,
+    &split_per_axis, &split_batch, &split_direct<float>, &cube_single, &threaded_node_md<float>, nullptr,
 };
 
 }  // namespace zor::dft

@@ -99,6 +99,9 @@ template <class R> int64_t commit_complex_axis(DftNode *root, DftNode *axis, int
 int64_t commit_split_per_axis(DftMethod *m, DftNode *n);
 int64_t commit_split_batch(DftMethod *m, DftNode *n);
 
+// The method of small complex cubes (dft/md_cube.cpp).
+extern DftMethod cube_double, cube_single;
+
 // The large-real method of the one-dimensional real creators (four steps
 // over half the points, then the even sweep).
 extern DftMethod large_real_double, large_real_single;

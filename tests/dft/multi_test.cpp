@@ -127,6 +127,27 @@ void random_tasks(uint64_t seed) {
 TEST(DftMulti, RandomShapesAgainstNaiveDouble) { random_tasks<double>(401); }
 TEST(DftMulti, RandomShapesAgainstNaiveSingle) { random_tasks<float>(402); }
 
+// Dense cubes of up to 10 points a side, one transform, scales of 1: one
+// routine for the whole cube (no axis chain), in place and out of place.
+TEST(DftMulti, SmallCubes) {
+  Rng rng(413);
+  for (int64_t n = 2; n <= 11; ++n)
+    for (bool out : {false, true}) {
+      SCOPED_TRACE(testing::Message() << "cube " << n << " out " << out);
+      Layout l;
+      l.len = {n, n, n};
+      l.is = l.os = {1, n, n * n};
+      l.out = out;
+      DftNode *d = make<double>(l, 1.0, 1.0);
+      ASSERT_EQ(zor_fft_commit(d), 0);
+      EXPECT_EQ(d->next_axis == nullptr, n <= 10);
+      zor_fft_free(&d);
+      check<double>(l, rng, true, 1.0);
+      check<double>(l, rng, false, 1.0);
+      check<float>(l, rng, true, 1.0);
+    }
+}
+
 // Split storage over several axes (a child per axis, per batch level below
 // it): every random layout against the interleaved transform of the same
 // layout, both directions.
