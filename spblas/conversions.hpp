@@ -324,8 +324,8 @@ void csrsky(const I *job_, const I *m_, P *acsr_, I *ja, I *ia, P *asky_, I *pnt
 // 1, by rows for 0), 0 block columns and pointers, -1 the number of blocks
 // only (iab[0]). Blocks of a block row come in order of first sight. mblk
 // below 1 is refused first (info 1); then the marker array from the pool
-// (info -1); ldabsr below mblk^2 gives info 2 and leaves the marker block
-// unreleased (the pool takes it back when the thread's buffers are freed).
+// (info -1); ldabsr below mblk^2 gives info 2. Every status hands the marker
+// block back, so no call leaves a pool slot in use.
 // job[0] != 0: BSR to CSR, job[3] = 1 keeping non-zero elements only,
 // job[5] = 0 writing ja and ia only.
 template <class T, class I, class P>
@@ -349,7 +349,8 @@ void csrbsr(const I *job_, const I *m_, const I *mblk_, const I *ldabsr_, P *acs
       return;
     }
     if (ld < mb * mb) {
-      *info = 2;  // the marker block stays with the pool, as the family has it
+      zor_serv_deallocate(marker_block);
+      *info = 2;
       return;
     }
     I *marker = static_cast<I *>(marker_block), *seen = what == -1 ? marker + nb : nullptr;

@@ -314,18 +314,22 @@ TYPED_TEST(Conversions, BlockRows) {
   EXPECT_EQ(info, 1);
 }
 
-// A short stride gives info 2 and leaves the marker block with the pool,
-// in use: freeing the pool's buffers keeps it.
-TEST(ConversionsBsr, ShortStrideKeepsTheMarker) {
-  int64_t job[6] = {0, 1, 1, 0, 0, 1}, m = 4, mb = 2, lda = 3, info = 9, ia[5] = {1, 1, 1, 1, 1};
-  int32_t before = 0, after = 0;
-  zor_serv_freebuffers();
-  zor_serv_zor_memstat(&before);
-  zor_spblas_zor_dcsrbsr(job, &m, &mb, &lda, nullptr, nullptr, ia, nullptr, nullptr, nullptr, &info);
-  EXPECT_EQ(info, 2);
-  zor_serv_freebuffers();
-  zor_serv_zor_memstat(&after);
-  EXPECT_EQ(after, before + 1);
+// No status leaves the marker block in use: after a short stride (info 2),
+// a refused block size (info 1) or a completed call, freeing the thread's
+// buffers brings the pool back to where it was.
+TEST(ConversionsBsr, NoStatusKeepsAPoolBlock) {
+  on_new_thread([] {
+    const int32_t before = pool_stat().count;
+    int64_t ia[5] = {1, 1, 1, 1, 1}, iab[3] = {}, info = 9;
+    for (int64_t lda : {3, 4})
+      for (int64_t mb : {0, 2}) {
+        int64_t job[6] = {0, 1, 1, 0, 0, 0}, m = 4;
+        zor_spblas_zor_dcsrbsr(job, &m, &mb, &lda, nullptr, nullptr, ia, nullptr, nullptr, iab, &info);
+        EXPECT_EQ(info, mb < 1 ? 1 : lda < 4 ? 2 : 0);
+        zor_serv_zor_thread_free_buffers();
+        EXPECT_EQ(pool_stat().count, before) << "lda " << lda << " mblk " << mb;
+      }
+  });
 }
 
 TYPED_TEST(Conversions, DenseAndBack) {

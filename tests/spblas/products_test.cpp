@@ -169,35 +169,40 @@ TYPED_TEST(CsrProducts, Sums) {
   }
 }
 
+// Every block height gives the same product: one row, a few, k, more than
+// k, and 0 (one block of k); the row form reads no block argument.
 TYPED_TEST(CsrProducts, TransposedProducts) {
   using E = typename TypeParam::first_type;
   using I = typename TypeParam::second_type;
   Rng rng(54);
   for (int trial = 0; trial < 8; ++trial) {
     const int64_t m = rng.integer(1, 12), k = rng.integer(1, 12), n = rng.integer(1, 12);
-    const I flag = I(trial & 1), block = I(trial / 2 % 2 ? 3 : k), mi = I(m), ki = I(k), ni = I(n);
+    const I flag = I(trial & 1), mi = I(m), ki = I(k), ni = I(n);
     Csr<E, I> a(rows_of<E>(rng, m, k, true, true), 1), b(rows_of<E>(rng, m, n, false, false), 1);
     const Dense want = product(dense_of(m, k, a.a.data(), a.ja.data(), a.ia.data(), 1),
                                dense_of(m, n, b.a.data(), b.ja.data(), b.ia.data(), 1), true,
                                flag && is_complex_v<E>);
-    for (bool by_rows : {false, true}) {
-      auto fn = by_rows ? Others<E, I>::multcsr_trom : Others<E, I>::multcsr_tr;
-      std::vector<I> ic(k + 1), jc(k * n + 1);
-      std::vector<E> c(k * n + 1);
-      I req = 0, cap = I(k * n), info = 9;
-      call(fn, &flag, &mi, &ki, &ni, &req, &block, a.a.data(), a.ja.data(), a.ia.data(), b.a.data(), b.ja.data(),
-           b.ia.data(), c.data(), jc.data(), ic.data(), &cap, &info);
-      ASSERT_EQ(info, 0) << "trial " << trial << (by_rows ? " trom" : " tr");
-      // The dense-block form keeps non-zero elements only; the row form every
-      // product met, sorted.
-      expect_rows(want, c.data(), jc.data(), ic.data(), true, by_rows);
-      const int64_t total = ic[k] - 1;
-      if (total == 0) continue;
-      cap = I(total - 1);
-      call(fn, &flag, &mi, &ki, &ni, &req, &block, a.a.data(), a.ja.data(), a.ia.data(), b.a.data(), b.ja.data(),
-           b.ia.data(), c.data(), jc.data(), ic.data(), &cap, &info);
-      EXPECT_GT(info, 0);
-    }
+    for (bool by_rows : {false, true})
+      for (I block : {I(1), I(3), ki, I(k + 4), I(0)}) {
+        SCOPED_TRACE(::testing::Message() << "seed 54 trial " << trial << (by_rows ? " trom" : " tr") << " block "
+                                          << block);
+        auto fn = by_rows ? Others<E, I>::multcsr_trom : Others<E, I>::multcsr_tr;
+        std::vector<I> ic(k + 1), jc(k * n + 1);
+        std::vector<E> c(k * n + 1);
+        I req = 0, cap = I(k * n), info = 9;
+        call(fn, &flag, &mi, &ki, &ni, &req, &block, a.a.data(), a.ja.data(), a.ia.data(), b.a.data(), b.ja.data(),
+             b.ia.data(), c.data(), jc.data(), ic.data(), &cap, &info);
+        ASSERT_EQ(info, 0);
+        // The dense-block form keeps non-zero elements only; the row form
+        // every product met, sorted.
+        expect_rows(want, c.data(), jc.data(), ic.data(), true, by_rows);
+        const int64_t total = ic[k] - 1;
+        if (total == 0) continue;
+        cap = I(total - 1);
+        call(fn, &flag, &mi, &ki, &ni, &req, &block, a.a.data(), a.ja.data(), a.ia.data(), b.a.data(), b.ja.data(),
+             b.ia.data(), c.data(), jc.data(), ic.data(), &cap, &info);
+        EXPECT_GT(info, 0);
+      }
   }
 }
 
