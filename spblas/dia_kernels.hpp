@@ -21,6 +21,7 @@
 #pragma once
 #include <algorithm>
 
+#include "frame/simd.hpp"
 #include "spblas/csr_common.hpp"
 
 namespace zor::spblas {
@@ -100,25 +101,40 @@ inline void dia_rows(const Dia<E, I> &a, E alpha, int64_t t, int64_t d, int64_t 
   }
 }
 
-// Two diagonals of a block pair, A before B in the list, for g and t with
-// op n (which update y's own rows): the rows both cross take both terms in
-// one pass, A's first, so each row sums as with one diagonal at a time and
-// y is read and written once for the two.
-template <Kind K, class E, class I, class X, class Y>
-inline void dia_rows_two(const Dia<E, I> &a, E alpha, const int64_t *da, const int64_t *db, X x, Y y) {
-  const int64_t f0 = std::max(da[2], db[2]), f1 = std::min(da[3], db[3]);
-  if (f0 > f1) {
-    dia_rows<K>(a, alpha, da[0], da[1], da[2], da[3], x, y);
-    dia_rows<K>(a, alpha, db[0], db[1], db[2], db[3], x, y);
+// G diagonals of the walk, in the order they come, for g and t with op n
+// (which update y's own rows); each is {t, d, lo, hi}. The rows all of them
+// cross take the G terms in one pass, in that order, so each row sums as
+// with one diagonal at a time and y is read and written once for the G; the
+// rows only some cross go diagonal by diagonal. The values are touched
+// tuned::kDiaAheadBytes ahead once a cache line.
+template <Kind K, int G, class E, class I, class X, class Y>
+inline void dia_rows_group(const Dia<E, I> &a, E alpha, const int64_t (*held)[4], X x, Y y) {
+  int64_t f0 = held[0][2], f1 = held[0][3];
+  for (int g = 1; g < G; ++g) f0 = std::max(f0, held[g][2]), f1 = std::min(f1, held[g][3]);
+  if (G == 1 || f0 > f1) {
+    for (int g = 0; g < G; ++g) dia_rows<K>(a, alpha, held[g][0], held[g][1], held[g][2], held[g][3], x, y);
     return;
   }
-  dia_rows<K>(a, alpha, da[0], da[1], da[2], f0 - 1, x, y);
-  dia_rows<K>(a, alpha, db[0], db[1], db[2], f0 - 1, x, y);
-  const E *va = a.vals + da[0] * a.lval - 1, *vb = a.vals + db[0] * a.lval - 1;
-  for (int64_t r = f0; r <= f1; ++r)
-    y(r - 1) = (y(r - 1) + (va[r] * alpha) * x(r + da[1] - 1)) + (vb[r] * alpha) * x(r + db[1] - 1);
-  dia_rows<K>(a, alpha, da[0], da[1], f1 + 1, da[3], x, y);
-  dia_rows<K>(a, alpha, db[0], db[1], f1 + 1, db[3], x, y);
+  for (int g = 0; g < G; ++g) dia_rows<K>(a, alpha, held[g][0], held[g][1], held[g][2], f0 - 1, x, y);
+  const E *v[G];
+  int64_t dx[G];
+  for (int g = 0; g < G; ++g) v[g] = a.vals + held[g][0] * a.lval - 1, dx[g] = held[g][1] - 1;
+  auto row = [&](int64_t r) {
+    E s = y(r - 1);
+#pragma GCC unroll 8
+    for (int g = 0; g < G; ++g) s = s + (v[g][r] * alpha) * x(r + dx[g]);
+    y(r - 1) = s;
+  };
+  constexpr int64_t line = std::max<int64_t>(1, 64 / int64_t(sizeof(E)));
+  constexpr int64_t ahead = tuned::kDiaAheadBytes / int64_t(sizeof(E));
+  int64_t r = f0;
+  for (; r + line - 1 <= f1; r += line) {
+    for (int g = 0; g < G; ++g) zor::simd::prefetch_t0(v[g] + r + ahead);
+#pragma GCC unroll 8
+    for (int64_t j = 0; j < line; ++j) row(r + j);
+  }
+  for (; r <= f1; ++r) row(r);
+  for (int g = 0; g < G; ++g) dia_rows<K>(a, alpha, held[g][0], held[g][1], f1 + 1, held[g][3], x, y);
 }
 
 // y += alpha op(A) x over the blocks; x and y are views (one dense column).
@@ -129,22 +145,28 @@ inline void dia_multiply(const Dia<E, I> &a, E alpha, int64_t m, int64_t k, X x,
   if constexpr (K.diag == 'u')
     for (int64_t i = 0; i < m; ++i) y(i) = y(i) + x(i) * alpha;
   if constexpr ((K.structure == 'g' || K.structure == 't') && K.op == 'n') {
-    // The crossings are taken two at a time in the order they come, which
-    // keeps every row's order of terms.
-    int64_t held[4], have = 0;
+    // The crossings are taken kDiaGroup at a time in the order they come,
+    // which keeps every row's order of terms.
+    constexpr int G = tuned::kDiaGroup;
+    int64_t held[G][4];
+    int have = 0;
     auto flush = [&] {
-      if (have) dia_rows<K>(a, alpha, held[0], held[1], held[2], held[3], x, y);
+      switch (have) {
+        case 1: dia_rows_group<K, 1>(a, alpha, held, x, y); break;
+        case 2: dia_rows_group<K, 2>(a, alpha, held, x, y); break;
+        case 3: dia_rows_group<K, 3>(a, alpha, held, x, y); break;
+        default: break;
+      }
       have = 0;
     };
+    static_assert(G == 4, "flush takes groups of 1 to 3");
     dia_blocks(a, m, k, [&](int64_t t, int64_t d, int64_t lo, int64_t hi) {
       if (!dia_used<K>(d)) return;
-      const int64_t here[4] = {t, d, lo, hi};
-      if (!have) {
-        std::copy(here, here + 4, held), have = 1;
-        return;
+      held[have][0] = t, held[have][1] = d, held[have][2] = lo, held[have][3] = hi;
+      if (++have == G) {
+        dia_rows_group<K, G>(a, alpha, held, x, y);
+        have = 0;
       }
-      dia_rows_two<K>(a, alpha, held, here, x, y);
-      have = 0;
     });
     flush();
   } else {
