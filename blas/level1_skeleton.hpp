@@ -90,10 +90,17 @@ struct Factor {
 // make the same query and have one kernel.
 inline bool alternative_kernel() { return zor_serv_get_microarchitecture() == fixed::kSecondKernelAnswer; }
 
-// Asks for the cache line tuned::kPrefetchAhead bytes past p (a hint: it
-// never faults, wherever the stream ends).
-ZOR_HOT inline void prefetch_ahead(const void *p) {
-  simd::prefetch_t0(reinterpret_cast<const void *>(reinterpret_cast<uintptr_t>(p) + tuned::kPrefetchAhead));
+// Asks for the part of the next tuned::kChunk-byte chunk that matches p's
+// place in its own chunk, one line in each of tuned::kChunkStreams walks:
+// a caller that calls once a pass of 64 * kChunkStreams bytes has the whole
+// next chunk asked for when it leaves the current one. Several walks keep
+// more lines on their way from memory than one walk ahead of the reads. A
+// hint: it never faults, wherever the stream ends.
+ZOR_HOT inline void prefetch_next_chunk(const void *p) {
+  constexpr uintptr_t C = uintptr_t(tuned::kChunk), S = uintptr_t(tuned::kChunkStreams);
+  static_assert((C & (C - 1)) == 0 && C % (64 * S) == 0, "a chunk is a power of two of whole walks");
+  const uintptr_t a = reinterpret_cast<uintptr_t>(p), offset = a & (C - 1), next = a - offset + C;
+  for (uintptr_t s = 0; s < S; ++s) simd::prefetch_t0(reinterpret_cast<const void *>(next + s * (C / S) + offset / S));
 }
 
 // Consecutive vectors of a stream that starts K bytes past a 16-byte
