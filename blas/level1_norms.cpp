@@ -197,7 +197,7 @@ double dasum(int64_t n, const double *x, int64_t incx) {
   auto lane0 = [&](double v) { a[0] = simd::add_lo(a[0], simd::set_lo(std::fabs(v))); };
   if ((incx == 1 || incx == -1) && aligned_to(x, 8)) {
     if (!aligned_to(x, 16)) lane0(*x++), --n;
-    const bool far = n * int64_t(sizeof(double)) >= tuned::kChunkFrom;
+    const bool far = n * int64_t(sizeof(double)) >= tuned::kLongStream;
     static_assert(16 * 16 == 64 * tuned::kChunkStreams, "one walk step a main pass");
     const int64_t left = ladder<16>(n / 2, [&]<int Count>() ZOR_HOT {
       if (Count == 16 && far) prefetch_next_chunk(x);
