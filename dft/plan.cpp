@@ -46,6 +46,20 @@ cplx<double> unit_root(int64_t e, int64_t n) {
   return {C, -S};
 }
 
+RootTable::RootTable(int64_t n) : n_(n) {
+  if (n <= kExactRootsMax) return;
+  while ((int64_t(1) << (2 * shift_)) < n) ++shift_;
+  const int64_t m = int64_t(1) << shift_, highs = (n >> shift_) + 1;
+  mask_ = m - 1;
+  low_ = static_cast<cplx<double> *>(plan_alloc(int64_t(sizeof(cplx<double>)) * (m + highs)));
+  if (!low_) return;
+  high_ = low_ + m;
+  for (int64_t k = 0; k < m; ++k) low_[k] = unit_root(k, n);
+  for (int64_t k = 0; k < highs; ++k) high_[k] = unit_root(k * m, n);
+}
+
+RootTable::~RootTable() { plan_free(low_); }
+
 namespace {
 
 bool is_pow2_len(int64_t n) { return n > 0 && (n & (n - 1)) == 0; }
@@ -58,6 +72,8 @@ int32_t log2_of(int64_t n) {
 // Passes whose span fits these many bytes run block by block.
 constexpr int64_t kInnerBytes = 16 << 10, kMiddleBytes = 256 << 10;
 constexpr int64_t kMixedInnerElems = 500;
+// Power-of-two lines longer than this run their leaves first.
+constexpr int64_t kStreamBytes = 32 << 10;
 
 // ---------------------------------------------------------------- tables
 
@@ -94,7 +110,7 @@ int32_t *make_order(const DftPlan *p) {
 }
 
 template <class R>
-void *make_twiddles(int64_t n, const DftFactor &f) {
+void *make_twiddles(const RootTable &root, const DftFactor &f) {
   using W = Wide<R>;
   using Tw = typename W::Tw;
   int64_t count = Passes<R>::twiddle_count(f.radix, f.remaining);
@@ -107,7 +123,7 @@ void *make_twiddles(int64_t n, const DftFactor &f) {
       cplx<double> lanes[2];
       for (int l = 0; l < W::lanes; ++l) {
         int64_t qq = q + l < f.remaining ? q + l : q;
-        lanes[l] = unit_root(int64_t(j) * qq * f.done, n);
+        lanes[l] = root(int64_t(j) * qq * f.done);
       }
       W::set_tw(w, lanes);
     }
@@ -159,10 +175,12 @@ int32_t build_passes(DftPlan *p, const int32_t *radix, int count, bool pow2) {
   p->block_elems = int32_t(inner);
   p->order = make_order(p);
   if (!p->order) return DFT_PLAN_NO_MEMORY;
+  RootTable root(count > 1 ? n : 1);
+  if (!root.ok()) return DFT_PLAN_NO_MEMORY;
   for (int k = 0; k < count; ++k) {
     DftFactor &f = p->factors[k];
     if (k < count - 1 && f.remaining > 1) {
-      f.twiddles = make_twiddles<R>(n, f);
+      f.twiddles = make_twiddles<R>(root, f);
       if (!f.twiddles) return DFT_PLAN_NO_MEMORY;
     }
     if (f.radix > 16 && f.radix != 32) {
@@ -326,6 +344,7 @@ struct Runner {
   E *work, *out;
   bool contiguous_first;  // the backward unordered plan reads its input as it lies
   int L;
+  bool leaf_done = false;  // the first pass ran over the whole line already
 
   int level(int k) const { return p->factors[k].group; }
   int64_t span(int k) const { return int64_t(p->factors[k].radix) * p->factors[k].remaining; }
@@ -371,7 +390,7 @@ struct Runner {
       for (int64_t s = start; s < start + size; s += sub) dit(v + 1, s);
       for (int k = kn - 1; k >= kc; --k) dit_pass(k, start, size);
     } else {
-      for (int k = L; k >= kc; --k) dit_pass(k, start, size);
+      for (int k = leaf_done ? L - 1 : L; k >= kc; --k) dit_pass(k, start, size);
     }
   }
 
@@ -405,10 +424,20 @@ void run_passes(const DftPlan *p, const cplx<R> *in, cplx<R> *out, cplx<R> *work
   Runner<R, Fwd> run{p, in, in == out ? work : out, out, false, p->last_factor};
   if (p->unordered && Fwd) {
     run.dif(0, 0);
-  } else {
-    run.contiguous_first = p->unordered != 0;
-    run.dit(0, 0);
+    return;
   }
+  run.contiguous_first = p->unordered != 0;
+  // A long power-of-two line: the leaves gathered block by block would
+  // read each cache line of the input at several distant times, so they
+  // run first over the whole line in the order of their inputs.
+  const int L = p->last_factor;
+  if (!run.contiguous_first && p->uses_fft && L > 0 && p->length * int64_t(sizeof(cplx<R>)) > kStreamBytes) {
+    const DftFactor &leaf = p->factors[L];
+    Passes<R>::template leaves_by_input_any<Fwd>(leaf.radix, in, p->length / leaf.radix, p->order, run.work,
+                                                 p->length / leaf.radix);
+    run.leaf_done = true;
+  }
+  run.dit(0, 0);
 }
 
 template <class R, bool Fwd>

@@ -106,6 +106,37 @@ struct Passes {
     }
   }
 
+  // The leaves of a long power-of-two line, taken in the order of their
+  // inputs so that the reads stream: the group at g reads src[g + j stride]
+  // and writes dst[order[g] P + m] (the digit reversal is its own inverse).
+  // The inputs of the groups that share cache lines are copied to the stack
+  // first: at a stride of a power of two few of those lines would stay in
+  // the cache from one group to the next. count is a multiple of C.
+  template <bool Fwd, int P>
+  static void leaves_by_input(const E *src, int64_t stride, const int32_t *order, E *dst, int64_t count) {
+    constexpr int C = int(64 / sizeof(E));
+    alignas(64) E buf[P * C];
+    for (int64_t g = 0; g < count; g += C) {
+      for (int j = 0; j < P; ++j)
+        for (int c = 0; c < C; ++c) buf[j * C + c] = src[g + c + j * stride];
+      for (int c = 0; c < C; c += L) {
+        WV x[P];
+        for (int j = 0; j < P; ++j) x[j] = W::load(buf + j * C + c);
+        butterfly<W, Fwd, P>(x);
+        E *da = dst + int64_t(order[g + c]) * P, *db = dst + int64_t(order[g + c + L - 1]) * P;
+        for (int j = 0; j < P; ++j) W::store2(da + j, db + j, x[j]);
+      }
+    }
+  }
+
+  template <bool Fwd>
+  static void leaves_by_input_any(int radix, const E *src, int64_t stride, const int32_t *order, E *dst,
+                                  int64_t count) {
+    if (radix == 8) leaves_by_input<Fwd, 8>(src, stride, order, dst, count);
+    else if (radix == 16) leaves_by_input<Fwd, 16>(src, stride, order, dst, count);
+    else leaves_by_input<Fwd, 32>(src, stride, order, dst, count);
+  }
+
   // Butterflies q of groups [g0, g1), each group p * rem values. Dif: the
   // turn follows the butterfly (on outputs) instead of preceding it.
   template <bool Fwd, bool Dif, int P>

@@ -9,7 +9,7 @@
 // child with a shim preloaded that makes FFTW plan with SSE2 codelets only;
 // each section prints the codelet kinds FFTW chose. Complex transforms of
 // two and three dimensions, double, in place, and real two-dimensional ones
-// out of place come first (ZOR_DFT_BENCH_ONLY=md runs only those).
+// out of place come first. Single precision by four steps at 2^20 to 2^24.
 #include <fftw3.h>
 
 #include <cmath>
@@ -108,14 +108,16 @@ void row(int64_t n, const char *peer_name) {
 }
 
 // Long lines in place: the four steps forced, our plan path, and the peer.
+template <class T>
 void four_step_row(int64_t n, const char *peer_name) {
-  const size_t bytes = sizeof(std::complex<double>) * size_t(n);
-  auto *x = static_cast<std::complex<double> *>(Peer<double>::alloc(bytes));
-  Peer<double> peer(n, x);
-  for (int64_t k = 0; k < n; ++k) x[k] = {std::sin(0.1 * double(k)) * 1e-3, 1e-3};
+  const size_t bytes = sizeof(std::complex<T>) * size_t(n);
+  auto *x = static_cast<std::complex<T> *>(Peer<T>::alloc(bytes));
+  Peer<T> peer(n, x);
+  for (int64_t k = 0; k < n; ++k) x[k] = {T(std::sin(0.1 * double(k)) * 1e-3), T(1e-3)};
+  const int64_t precision = sizeof(T) == 8 ? DFT_DOUBLE : DFT_SINGLE;
   DftNode *four = nullptr, *plain = nullptr;
-  zor_fft_create(&four, DFT_DOUBLE, DFT_COMPLEX, 1, &n);
-  zor_fft_create(&plain, DFT_DOUBLE, DFT_COMPLEX, 1, &n);
+  zor_fft_create(&four, precision, DFT_COMPLEX, 1, &n);
+  zor_fft_create(&plain, precision, DFT_COMPLEX, 1, &n);
   four->force_four_step = 1;
   if (zor_fft_commit(four) || zor_fft_commit(plain) || !four->four_step_state) {
     std::printf("n = %lld: no four-step commit\n", static_cast<long long>(n));
@@ -128,18 +130,19 @@ void four_step_row(int64_t n, const char *peer_name) {
     theirs = std::min(theirs, best_seconds([&] { peer.run(); }, 3, 0.05));
   }
   const double flops = 5.0 * double(n) * std::log2(double(n)) * 1e-6;
+  const char *letter = sizeof(T) == 8 ? "z" : "c";
   char what[64];
-  std::snprintf(what, sizeof what, "z n = %lld four steps", static_cast<long long>(n));
+  std::snprintf(what, sizeof what, "%s n = %lld four steps", letter, static_cast<long long>(n));
   std::string name = std::string(peer_name) + " (" + peer.kinds() + ")";
   zor::bench::report(what, "Mflop/s", flops / ours, flops / theirs, name.c_str());
   zor::bench::report(what, "Mflop/s", flops / ours, flops / plan, "our plan path");
-  const std::string group = "z forward in place, four steps";
+  const std::string group = std::string(letter) + " forward in place, four steps";
   zor::bench::record("dft", group, long(n), "four steps", flops / ours, "Mflop/s");
   zor::bench::record("dft", group, long(n), "our plan path", flops / plan, "Mflop/s");
   zor::bench::record("dft", group, long(n), peer_name, flops / theirs, "Mflop/s");
   zor_fft_free(&four);
   zor_fft_free(&plain);
-  Peer<double>::release(x);
+  Peer<T>::release(x);
 }
 
 // Real forward, out of place, ccs (n/2 + 1 complex values).
@@ -252,16 +255,39 @@ void md_section(const char *peer_name) {
   real_md_row(1024, 1024, peer_name);
 }
 
+// ZOR_DFT_BENCH_ONLY picks sections (a comma list of md, z, c, four, cfour,
+// real); ZOR_DFT_BENCH_N keeps only the rows of the lengths listed. Both
+// unset: everything.
+bool wanted(const char *what) {
+  const char *only = std::getenv("ZOR_DFT_BENCH_ONLY");
+  if (!only || !*only) return true;
+  std::string list = std::string(",") + only + ",";
+  return list.find(std::string(",") + what + ",") != std::string::npos;
+}
+bool wanted(int64_t n) {
+  const char *lengths = std::getenv("ZOR_DFT_BENCH_N");
+  if (!lengths || !*lengths) return true;
+  std::string list = std::string(",") + lengths + ",";
+  return list.find("," + std::to_string(n) + ",") != std::string::npos;
+}
+
 void section(const char *peer_name) {
-  if (const char *only = std::getenv("ZOR_DFT_BENCH_ONLY"); only && std::strcmp(only, "md") == 0) {
-    md_section(peer_name);
-    return;
-  }
-  md_section(peer_name);
-  for (int64_t n : {64, 1024, 4096, 1 << 16, 1 << 20, 1000, 59049, 10007}) row<double>(n, peer_name);
-  for (int64_t n : {1024, 4096}) row<float>(n, peer_name);
-  for (int64_t n : {1 << 18, 1 << 20, 1 << 22, 1 << 24}) four_step_row(n, peer_name);
-  for (int64_t n : {4096, 1 << 20}) real_row(n, peer_name);
+  if (wanted("md")) md_section(peer_name);
+  if (wanted("z"))
+    for (int64_t n : {64, 1024, 4096, 1 << 16, 1 << 20, 1000, 59049, 10007})
+      if (wanted(n)) row<double>(n, peer_name);
+  if (wanted("c"))
+    for (int64_t n : {1024, 4096})
+      if (wanted(n)) row<float>(n, peer_name);
+  if (wanted("four"))
+    for (int64_t n : {1 << 18, 1 << 20, 1 << 22, 1 << 24})
+      if (wanted(n)) four_step_row<double>(n, peer_name);
+  if (wanted("cfour"))
+    for (int64_t n : {1 << 20, 1 << 22, 1 << 24})
+      if (wanted(n)) four_step_row<float>(n, peer_name);
+  if (wanted("real"))
+    for (int64_t n : {4096, 1 << 20})
+      if (wanted(n)) real_row(n, peer_name);
 }
 
 }  // namespace
@@ -272,9 +298,15 @@ int main(int argc, char **argv) {
     section("FFTW SSE2");
     return 0;
   }
-  std::printf("-- FFTW as installed\n");
-  section("FFTW");
-  std::fflush(stdout);
+  // ZOR_DFT_BENCH_PEER=sse2 or =installed runs one of the two comparisons.
+  const char *which = std::getenv("ZOR_DFT_BENCH_PEER");
+  const std::string peer = which ? which : "";
+  if (peer != "sse2") {
+    std::printf("-- FFTW as installed\n");
+    section("FFTW");
+    std::fflush(stdout);
+  }
+  if (peer == "installed") return 0;
   // The same comparison in a child whose FFTW sees no AVX.
   setenv("LD_PRELOAD", ZOR_FFTW_SHIM, 1);
   execl("/proc/self/exe", argv[0], "--sse2-only", static_cast<char *>(nullptr));
