@@ -24,9 +24,11 @@
 // singly. The matrix and the other vector are read wherever they stand, and
 // so is everything when a register holds one element (no boundary to reach).
 #pragma once
+#include <array>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <utility>
 
 #include <zor/blas.h>
 
@@ -196,6 +198,12 @@ ZOR_HOT inline void row_pass(int64_t len, const E *const *c, const Factor<E> *t,
   int64_t nv = (len - i) / L;
   if (nv > 0) {
     DotLanes<E, Conj> acc[Sets][Cols];
+    // The factors copied here: y's stores could otherwise alias them, and
+    // they would be read again after every store.
+    [[maybe_unused]] const auto tk = [&]<size_t... K>(std::index_sequence<K...>) {
+      if constexpr (Update) return std::array<Factor<E>, Cols>{t[K]...};
+      else return 0;
+    }(std::make_index_sequence<Cols>());
     const E *ck[Cols];
     for (int k = 0; k < Cols; ++k) ck[k] = c[k] + i;
     const E *xp = x + i;
@@ -205,7 +213,7 @@ ZOR_HOT inline void row_pass(int64_t len, const E *const *c, const Factor<E> *t,
       for (int k = 0; k < Cols; ++k) a[k] = P::load(ck[k]), ck[k] += L;
       if constexpr (Update) {
         V v = L > 1 ? P::load_a(yp) : P::load(yp);
-        for (int k = 0; k < Cols; ++k) v = simd::add(v, t[k].times(a[k]));
+        for (int k = 0; k < Cols; ++k) v = simd::add(v, tk[k].times(a[k]));
         if (L > 1) P::store_a(yp, v);
         else P::store(yp, v);
         yp += L;

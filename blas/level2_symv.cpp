@@ -44,7 +44,8 @@ E diagonal_term(E t, E d) {
 // each stored element off it once, to its row's y and its column's dot;
 // finally y[j + k] := y[j + k] + s_k alpha. With unit strides on element
 // boundaries the pass is the row pass (the lanes of each dot kept apart to
-// the end), otherwise a scalar loop in row order.
+// the end), otherwise scalar rows in pairs, each dot's even and odd rows
+// kept apart to the end.
 template <class T, bool Herm, int Cols, class Columns>
 void column_group(bool upper, bool unit, int64_t n, int64_t j, typename T::elem alpha, const Columns &col,
                   const Strided<typename T::elem> &x, const Strided<typename T::elem> &y) {
@@ -73,17 +74,25 @@ void column_group(bool upper, bool unit, int64_t n, int64_t j, typename T::elem 
     const E *cs[Cols];
     for (int q = 0; q < Cols; ++q) cs[q] = c[q] + lo;
     row_pass<E, Cols, true, true, Herm>(hi - lo, cs, f.data(), x.p + lo, y.p + lo, s);
-  } else {
-    for (int64_t i = lo; i < hi; ++i) {
+  } else if (hi > lo) {
+    // Rows in pairs, the even and the odd rows of each dot summed apart and
+    // joined at the end, as the two lanes of the row pass; a last row alone.
+    auto row = [&](int64_t i, E *sum) {
       const E xi = x.get(i);
       E v = y.get(i);
       for (int q = 0; q < Cols; ++q) {
         const E a = load_any(c[q] + i);
         v = v + t[q] * a;
-        s[q] = s[q] + times<Herm>(a, xi);
+        sum[q] = sum[q] + times<Herm>(a, xi);
       }
       y.set(i, v);
-    }
+    };
+    E lane[2][Cols] = {};
+    int64_t i = lo;
+    for (; i + 2 <= hi; i += 2) row(i, lane[0]), row(i + 1, lane[1]);
+    if (i > lo)
+      for (int q = 0; q < Cols; ++q) s[q] = s[q] + (lane[0][q] + lane[1][q]);
+    if (i < hi) row(i, s);
   }
   if (upper) block();
   for (int q = 0; q < Cols; ++q) y.set(j + q, y.get(j + q) + s[q] * alpha);

@@ -110,16 +110,60 @@ void transposed_by_four(const Triangle &g, Columns col, typename T::elem *x, Dia
   }
 }
 
+// The product 'N' of a whole triangle on a unit-stride x, in the walk of the
+// column loop above: the n mod 4 columns met first go singly, then groups of
+// four: the rows off the group take the four columns' terms in one pass, in
+// the walk's column order (so every element adds its terms in the loop's
+// order), then the 4 by 4 head runs the loop's steps. A group holding an x
+// element of 0 runs the loop's steps column by column (the loop passes such
+// a column over).
+template <class T, class Columns, class Diag>
+void normal_by_four(const Triangle &g, Columns col, typename T::elem *x, Diag &&diag) {
+  using E = typename T::elem;
+  const int64_t n = g.n, singles = n % 4;
+  const Strided<E> xs{x, 1};
+  auto step = [&](int64_t j) {
+    const E xj = x[j];
+    if (is_zero(xj)) return;
+    InRows<T>::add(g.lo(j), g.hi(j), xj, col(j), xs);
+    x[j] = diag(j, xj);
+  };
+  auto walk = [&](int64_t first, int q0) { return g.upper ? first + q0 : first + 3 - q0; };
+  for (int64_t s = 0; s < singles; ++s) step(g.upper ? s : n - 1 - s);
+  for (int64_t done = singles; done < n; done += 4) {
+    // Columns j..j + 3; the rows off the group [r0, r0 + len).
+    const int64_t j = g.upper ? done : n - done - 4, r0 = g.upper ? 0 : j + 4, len = g.upper ? j : n - j - 4;
+    if (is_zero(x[j]) || is_zero(x[j + 1]) || is_zero(x[j + 2]) || is_zero(x[j + 3])) {
+      for (int q0 = 0; q0 < 4; ++q0) step(walk(j, q0));
+      continue;
+    }
+    const E t[4] = {x[j], x[j + 1], x[j + 2], x[j + 3]};
+    const E *c[4];
+    for (int q0 = 0; q0 < 4; ++q0) c[q0] = col(walk(j, q0)) + r0;
+    const Factor<E> f[4] = {Factor<E>(t[walk(0, 0)]), Factor<E>(t[walk(0, 1)]), Factor<E>(t[walk(0, 2)]),
+                            Factor<E>(t[walk(0, 3)])};
+    if (len > 0) row_pass<E, 4, true, false>(len, c, f, nullptr, x + r0, nullptr);
+    for (int q0 = 0; q0 < 4; ++q0) {
+      const int q = int(walk(0, q0));
+      const E *cq = col(j + q);
+      for (int r = g.upper ? 0 : q + 1; r < (g.upper ? q : 4); ++r) x[j + r] = x[j + r] + t[q] * cq[j + r];
+      x[j + q] = diag(j + q, t[q]);
+    }
+  }
+}
+
 template <class T, class Rows, bool Conj, class Columns>
 void triangular_product_as(const Triangle &g, Columns col, const Strided<typename T::elem> &x) {
   using E = typename T::elem;
   const int64_t n = g.n;
   auto diag = [&](int64_t j, E v) { return g.unit ? v : v * conj_if<Conj>(load_any(col(j) + j)); };
-  // Packed triangles: the transposed product by groups of four columns
-  // (dense blocks keep the column loop).
+  // Packed triangles: the product by groups of four columns (dense blocks
+  // keep the column loop).
   if constexpr (std::is_same_v<Rows, InRows<T>> && std::is_same_v<Columns, PackedColumns<E>>)
-    if (g.op != Trans::N && n >= 4 && Rows::unit(col(0), x))
+    if (n >= 4 && Rows::unit(col(0), x)) {
+      if (g.op == Trans::N) return normal_by_four<T>(g, col, x.p, diag);
       return transposed_by_four<T, Conj, false>(g, col, x.p, diag);
+    }
   if (g.op == Trans::N) {
     for (int64_t s = 0; s < n; ++s) {
       const int64_t j = g.upper ? s : n - 1 - s;

@@ -1,10 +1,11 @@
 // Sequential stand-ins for the threading layer of the transforms: the
 // blessing of a node (its thread-policy services), the commit functions that
 // build the axis chain and end in the tier's commit core, and the hand-over
-// of a whole task, which runs on the calling thread cut into shares through
-// the tier's share entries, so that the share arithmetic is exercised the
-// way a threading layer uses it.
+// of a whole task (complex or real), which runs on the calling thread cut
+// into shares through the tier's share entries, so that the share arithmetic
+// is exercised the way a threading layer uses it.
 #include <atomic>
+#include <cstring>
 #include <string>
 
 #include <zor/dft.h>
@@ -174,6 +175,77 @@ int64_t compute_in_shares(DftNode **holder, void *in, void *out, void *, void *)
   return s;
 }
 
+// The tier's shares of a real task (see <zor/dft_tier.h>).
+using RealLines = int64_t (*)(DftNode *, int64_t, void *, void *, int64_t, int64_t, void *);
+using RealSlices = int64_t (*)(DftNode *, void *, void *, int64_t, int64_t, void *);
+using Allocate = void *(*)(uint64_t, int32_t);
+using Deallocate = void (*)(void *);
+
+// Bytes from the start of the spectrum a backward real task reads to the end
+// of its last value (the offset keeps every index at or above 0).
+uint64_t spectrum_bytes(const DftNode *node, bool cce, uint64_t real_bytes) {
+  const int64_t h = node->length / 2 + 1;
+  int64_t end = node->input_offset, k = 0;
+  for (const DftNode *a = node; a; a = a->next_axis, ++k) {
+    const int64_t points = k == 0 ? (cce ? h : 2 * h) : a->length;
+    const int64_t stride = k == 0 && !cce ? 1 : a->input_stride;
+    if (stride > 0) end += (points - 1) * stride;
+  }
+  if (node->input_distance > 0) end += (node->transforms - 1) * node->input_distance;
+  return uint64_t(end + 1) * (cce ? 2 * real_bytes : real_bytes);
+}
+
+// A whole real task as shares: forward the slices (or, with a single slice,
+// the rows and then the lines of axis 1), then the lines of axes 2 on;
+// backward the lines of the last axis down to axis 2, then the slices (or
+// axes 1 and 0). Backward out of place the shares work on a copy of the
+// spectrum, so that the caller's input is kept.
+template <bool Double, bool Fwd, bool Out>
+int64_t real_in_shares(DftNode **holder, void *in, void *out, void *, void *) {
+  DftNode *node = *holder;
+  const std::string p = Double ? (Fwd ? "ddz" : "zzd") : (Fwd ? "ssc" : "ccs");
+  auto lines = zor_core::tier_function<RealLines>(("zor_dft_" + p + "1_nd_out_par").c_str());
+  auto slices = zor_core::tier_function<RealSlices>(("zor_dft_" + p + "2_nd_out_par").c_str());
+  void *ws = node->workspace, *o = Out ? out : nullptr;
+  int64_t lengths[64], rank = 0;
+  for (DftNode *a = node; a && rank < 64; a = a->next_axis) lengths[rank++] = a->length;
+  const int64_t h = node->length / 2 + 1;
+  auto axis_lines = [&](int64_t axis) {
+    int64_t count = node->transforms * (axis == 0 ? 1 : h);
+    for (int64_t k = 1; k < rank; ++k)
+      if (k != axis) count *= lengths[k];
+    return in_two_shares(count, [&](int64_t first, int64_t c) { return lines(node, axis, in, o, first, c, ws); });
+  };
+  if (rank == 1) return axis_lines(0);
+  int64_t slice_count = node->transforms;
+  for (int64_t k = 2; k < rank; ++k) slice_count *= lengths[k];
+  auto first_two = [&](bool reverse) -> int64_t {
+    if (slice_count >= 2)
+      return in_two_shares(slice_count, [&](int64_t first, int64_t c) { return slices(node, in, o, first, c, ws); });
+    if (int64_t s = axis_lines(reverse ? 1 : 0)) return s;
+    return axis_lines(reverse ? 0 : 1);
+  };
+  if (Fwd) {
+    int64_t s = first_two(false);
+    for (int64_t a = 2; a < rank && !s; ++a) s = axis_lines(a);
+    return s;
+  }
+  void *copy = nullptr;
+  if (Out) {
+    const bool cce = node->conjugate_even_storage == DFT_COMPLEX_COMPLEX;
+    const uint64_t bytes = spectrum_bytes(node, cce, Double ? 8 : 4);
+    copy = zor_core::tier_function<Allocate>("zor_serv_allocate")(bytes, 64);
+    if (!copy) return DFT_MEMORY_ERROR;
+    std::memcpy(copy, in, bytes);
+    in = copy;
+  }
+  int64_t s = DFT_NO_ERROR;
+  for (int64_t a = rank - 1; a >= 2 && !s; --a) s = axis_lines(a);
+  if (!s) s = first_two(true);
+  if (copy) zor_core::tier_function<Deallocate>("zor_serv_deallocate")(copy);
+  return s;
+}
+
 }  // namespace
 
 ZOR_API void zor_core_dft_policy(int32_t h, int32_t t, int32_t p) {
@@ -219,6 +291,21 @@ const DftThreadFunction kDftThreadFunctions[] = {
     {"zor_dft_compute_backward_z_out_par", as_thread_fun(compute_in_shares<true, false, true>)},
     {"zor_dft_compute_forward_c_out_par", as_thread_fun(compute_in_shares<false, true, true>)},
     {"zor_dft_compute_backward_c_out_par", as_thread_fun(compute_in_shares<false, false, true>)},
+    {"zor_dft_compute_forward_d_par", as_thread_fun(real_in_shares<true, true, false>)},
+    {"zor_dft_compute_backward_d_par", as_thread_fun(real_in_shares<true, false, false>)},
+    {"zor_dft_compute_forward_d_out_par", as_thread_fun(real_in_shares<true, true, true>)},
+    {"zor_dft_compute_backward_d_out_par", as_thread_fun(real_in_shares<true, false, true>)},
+    {"zor_dft_compute_forward_dz_par", as_thread_fun(real_in_shares<true, true, false>)},
+    {"zor_dft_compute_backward_zd_par", as_thread_fun(real_in_shares<true, false, false>)},
+    {"zor_dft_compute_forward_dz_out_par", as_thread_fun(real_in_shares<true, true, true>)},
+    {"zor_dft_compute_backward_zd_out_par", as_thread_fun(real_in_shares<true, false, true>)},
+    {"zor_dft_compute_forward_s_par", as_thread_fun(real_in_shares<false, true, false>)},
+    {"zor_dft_compute_forward_s_out_par", as_thread_fun(real_in_shares<false, true, true>)},
+    {"zor_dft_compute_backward_s_out_par", as_thread_fun(real_in_shares<false, false, true>)},
+    {"zor_dft_compute_forward_sc_par", as_thread_fun(real_in_shares<false, true, false>)},
+    {"zor_dft_compute_backward_cs_par", as_thread_fun(real_in_shares<false, false, false>)},
+    {"zor_dft_compute_forward_sc_out_par", as_thread_fun(real_in_shares<false, true, true>)},
+    {"zor_dft_compute_backward_cs_out_par", as_thread_fun(real_in_shares<false, false, true>)},
     {nullptr, nullptr},
 };
 

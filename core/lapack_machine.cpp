@@ -40,9 +40,12 @@ R machine_constant(const char *cmach) {
   }
 }
 
+// log10(large) > 2000 holds for no finite number of either format and for
+// +infinity alone, so the comparison with the largest finite one stands in
+// for the logarithm.
 template <class R>
 void adjust_range(R *small, R *large) {
-  if (std::log10(*large) > R(2000)) {
+  if (*large > std::numeric_limits<R>::max()) {
     *small = std::sqrt(*small);
     *large = std::sqrt(*large);
   }

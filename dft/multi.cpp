@@ -326,9 +326,21 @@ int64_t sweep_later_axes(DftNode *root, cplx<R> *data, int64_t h, const int64_t 
   Frame f = frame_of(root, Sides::in_in, transforms);
   for (int32_t k = 0; k < f.rank; ++k) f.dim[k] = {k ? f.dim[k].length : h, strides[k], strides[k]};
   f.batch = {transforms, distance, distance};
-  for (int32_t a = 1; a < f.rank; ++a)
+  for (int32_t j = 1; j < f.rank; ++j) {
+    const int32_t a = Fwd ? j : f.rank - j;
     if (int64_t s = lines<R, Fwd>(f, a, data, data, 0, line_total(f, a), ws)) return s;
+  }
   return DFT_NO_ERROR;
+}
+
+template <class R, bool Fwd>
+int64_t half_spectrum_lines(DftNode *root, cplx<R> *data, int64_t h, const int64_t *strides, int64_t transforms,
+                            int64_t distance, int32_t axis, int64_t first, int64_t count, void *ws) {
+  Frame f = frame_of(root, Sides::in_in, transforms);
+  if (axis < 1 || axis >= f.rank) return DFT_INCONSISTENT_CONFIGURATION;
+  for (int32_t k = 0; k < f.rank; ++k) f.dim[k] = {k ? f.dim[k].length : h, strides[k], strides[k]};
+  f.batch = {transforms, distance, distance};
+  return lines<R, Fwd>(f, axis, data, data, first, count, ws);
 }
 
 namespace {
@@ -365,6 +377,8 @@ int64_t md_entry_out(DftNode *node, void *a, void *b, void *, void *) {
 #define ZOR_DFT_MD_INSTANCES(R, F)                                                  \
   template int64_t md_driver<R, F>(DftNode *, void *, void *, int64_t, void *);     \
   template int64_t sweep_later_axes<R, F>(DftNode *, cplx<R> *, int64_t, const int64_t *, int64_t, int64_t, void *); \
+  template int64_t half_spectrum_lines<R, F>(DftNode *, cplx<R> *, int64_t, const int64_t *, int64_t, int64_t,      \
+                                             int32_t, int64_t, int64_t, void *);                                    \
   template int64_t md_entry_in<R, F>(DftNode *, void *, void *, void *, void *);    \
   template int64_t md_entry_out<R, F>(DftNode *, void *, void *, void *, void *);
 ZOR_DFT_MD_INSTANCES(double, true)
@@ -379,17 +393,6 @@ template dft_generic_fn dft2d_out_routine<float>();
 
 // ---------------------------------------------------------------- shares
 
-namespace {
-
-template <class R>
-int64_t rows_share(const void *in, void *out, const int64_t *is, const int64_t *os, int64_t first, int64_t count,
-                   dft_axis_kernel k, DftNode *node, void *ws) {
-  LineBuffer<R> buf(node->length);
-  if (!buf.get()) return DFT_MEMORY_ERROR;
-  return rows_pass<R>(node, k, static_cast<const E<R> *>(in), is[0], is[1], static_cast<E<R> *>(out), os[0], os[1],
-                      first, count, buf.get(), ws);
-}
-
 template <class R>
 void columns_share(const void *in, void *out, const int64_t *is, const int64_t *os, int64_t first, int64_t count,
                    dft_axis_kernel k, DftNode *node, int64_t *status, void *ws) {
@@ -401,6 +404,22 @@ void columns_share(const void *in, void *out, const int64_t *is, const int64_t *
   *status = columns_pass<R>(node, k, static_cast<const E<R> *>(in), is[0], is[1], static_cast<E<R> *>(out), os[0],
                             os[1], first, count, 4, buf.get(), ws);
 }
+template void columns_share<double>(const void *, void *, const int64_t *, const int64_t *, int64_t, int64_t,
+                                    dft_axis_kernel, DftNode *, int64_t *, void *);
+template void columns_share<float>(const void *, void *, const int64_t *, const int64_t *, int64_t, int64_t,
+                                   dft_axis_kernel, DftNode *, int64_t *, void *);
+
+namespace {
+
+template <class R>
+int64_t rows_share(const void *in, void *out, const int64_t *is, const int64_t *os, int64_t first, int64_t count,
+                   dft_axis_kernel k, DftNode *node, void *ws) {
+  LineBuffer<R> buf(node->length);
+  if (!buf.get()) return DFT_MEMORY_ERROR;
+  return rows_pass<R>(node, k, static_cast<const E<R> *>(in), is[0], is[1], static_cast<E<R> *>(out), os[0], os[1],
+                      first, count, buf.get(), ws);
+}
+
 
 template <class R>
 int64_t slice_share(DftNode *root, const void *in, void *out, Sides sides, int64_t first, int64_t count, void *ws,

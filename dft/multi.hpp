@@ -31,10 +31,24 @@ template <class R, bool Fwd> int64_t md_driver(DftNode *node, void *in, void *ou
 // Axes 1 on of a task whose first axis has already been transformed into
 // h complex values (the half spectrum of real data), in place on data:
 // strides[k] of axis k (axis 0 with length h) and the batch `transforms` at
-// `distance`, all in complex elements.
+// `distance`, all in complex elements. Forward takes the axes upwards,
+// backward downwards (the reverse order, so that the first two axes of a
+// slice can go last together).
 template <class R, bool Fwd>
 int64_t sweep_later_axes(DftNode *root, cplx<R> *data, int64_t h, const int64_t *strides, int64_t transforms,
                          int64_t distance, void *ws);
+// Lines first .. first + count - 1 of axis `axis` (1 on) of such a task,
+// numbered as the complex line shares number them.
+template <class R, bool Fwd>
+int64_t half_spectrum_lines(DftNode *root, cplx<R> *data, int64_t h, const int64_t *strides, int64_t transforms,
+                            int64_t distance, int32_t axis, int64_t first, int64_t count, void *ws);
+
+// Columns first .. first + count - 1 along node->next_axis (column i at
+// in + i is[0], its points is[1] apart; likewise out), by blocks of 4 when
+// the columns are one element apart; the status through `status`.
+template <class R>
+void columns_share(const void *in, void *out, const int64_t *is, const int64_t *os, int64_t first, int64_t count,
+                   dft_axis_kernel k, DftNode *node, int64_t *status, void *ws);
 
 // Compute entries of multi-dimensional nodes.
 template <class R, bool Fwd> int64_t md_entry_in(DftNode *node, void *a, void *, void *, void *);

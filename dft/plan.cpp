@@ -46,6 +46,20 @@ cplx<double> unit_root(int64_t e, int64_t n) {
   return {C, -S};
 }
 
+RootTable::RootTable(int64_t n) : n_(n) {
+  if (n <= kExactRootsMax) return;
+  while ((int64_t(1) << (2 * shift_)) < n) ++shift_;
+  const int64_t m = int64_t(1) << shift_, highs = (n >> shift_) + 1;
+  mask_ = m - 1;
+  low_ = static_cast<cplx<double> *>(plan_alloc(int64_t(sizeof(cplx<double>)) * (m + highs)));
+  if (!low_) return;
+  high_ = low_ + m;
+  for (int64_t k = 0; k < m; ++k) low_[k] = unit_root(k, n);
+  for (int64_t k = 0; k < highs; ++k) high_[k] = unit_root(k * m, n);
+}
+
+RootTable::~RootTable() { plan_free(low_); }
+
 namespace {
 
 bool is_pow2_len(int64_t n) { return n > 0 && (n & (n - 1)) == 0; }
@@ -96,7 +110,7 @@ int32_t *make_order(const DftPlan *p) {
 }
 
 template <class R>
-void *make_twiddles(int64_t n, const DftFactor &f) {
+void *make_twiddles(const RootTable &root, const DftFactor &f) {
   using W = Wide<R>;
   using Tw = typename W::Tw;
   int64_t count = Passes<R>::twiddle_count(f.radix, f.remaining);
@@ -109,7 +123,7 @@ void *make_twiddles(int64_t n, const DftFactor &f) {
       cplx<double> lanes[2];
       for (int l = 0; l < W::lanes; ++l) {
         int64_t qq = q + l < f.remaining ? q + l : q;
-        lanes[l] = unit_root(int64_t(j) * qq * f.done, n);
+        lanes[l] = root(int64_t(j) * qq * f.done);
       }
       W::set_tw(w, lanes);
     }
@@ -161,10 +175,12 @@ int32_t build_passes(DftPlan *p, const int32_t *radix, int count, bool pow2) {
   p->block_elems = int32_t(inner);
   p->order = make_order(p);
   if (!p->order) return DFT_PLAN_NO_MEMORY;
+  RootTable root(count > 1 ? n : 1);
+  if (!root.ok()) return DFT_PLAN_NO_MEMORY;
   for (int k = 0; k < count; ++k) {
     DftFactor &f = p->factors[k];
     if (k < count - 1 && f.remaining > 1) {
-      f.twiddles = make_twiddles<R>(n, f);
+      f.twiddles = make_twiddles<R>(root, f);
       if (!f.twiddles) return DFT_PLAN_NO_MEMORY;
     }
     if (f.radix > 16 && f.radix != 32) {

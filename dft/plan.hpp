@@ -87,6 +87,33 @@ int32_t factorise(int64_t n, int32_t *factors);
 // first octant.
 cplx<double> unit_root(int64_t e, int64_t n);
 
+// exp(-2 pi i e / n) for e from 0 to n - 1 in bulk, for the tables of long
+// plans, where a root of its own each would cost more than a transform:
+// with m the power of two at or above sqrt n and e = hi m + lo, the root is
+// the complex product of two exact ones from tables of m and n / m + 1
+// entries, within about an ulp of the exact root. Lengths up to
+// kExactRootsMax get exact roots. ok() is false when the tables could not be
+// allocated.
+class RootTable {
+ public:
+  static constexpr int64_t kExactRootsMax = 4096;
+  explicit RootTable(int64_t n);
+  ~RootTable();
+  RootTable(const RootTable &) = delete;
+  RootTable &operator=(const RootTable &) = delete;
+  bool ok() const { return n_ <= kExactRootsMax || high_; }
+  cplx<double> operator()(int64_t e) const {
+    if (!high_) return unit_root(e, n_);
+    const cplx<double> a = low_[e & mask_], b = high_[e >> shift_];
+    return {a.re * b.re - a.im * b.im, a.re * b.im + a.im * b.re};
+  }
+
+ private:
+  int64_t n_, mask_ = 0;
+  int shift_ = 0;
+  cplx<double> *low_ = nullptr, *high_ = nullptr;
+};
+
 // The length of the chirp convolution for n points.
 int64_t chirp_length(int64_t n);
 

@@ -64,10 +64,11 @@ int32_t create_real(DftPlan **out, int64_t n, int32_t mode, int32_t hint, int32_
     auto *c = static_cast<R *>(plan_alloc(int64_t(sizeof(R)) * half));
     auto *sn = static_cast<R *>(plan_alloc(int64_t(sizeof(R)) * half));
     p->half_cos = c, p->half_sin = sn;
-    if (!s && (!c || !sn)) s = DFT_PLAN_NO_MEMORY;
+    RootTable root(n);
+    if (!s && (!c || !sn || !root.ok())) s = DFT_PLAN_NO_MEMORY;
     if (!s) {
       for (int64_t k = 0; k < half; ++k) {
-        cplx<double> w = unit_root(k, n);  // cos, -sin
+        cplx<double> w = root(k);  // cos, -sin
         c[k] = R(0.5 * w.re);
         sn[k] = R(-0.5 * w.im);
       }

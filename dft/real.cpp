@@ -9,8 +9,14 @@
 //   zero of an even length is left alone), backward over length values.
 // - Every length, the powers of two from 2 to 64 too, takes the real plan,
 //   whose lengths up to 16 run straight-line kernels.
-// - The real core keeps one thread: real tasks are not handed to the
-//   threading layer, and the creators' lists hold the threaded node alone.
+// - With several threads a real task goes to the threading layer (except a
+//   lone transform of rank 1, which has nothing to share), which runs it as
+//   the shares below; single precision backward in place has no hand-over
+//   entry and runs on the calling thread. No thread limits of the commit
+//   hooks apply to real nodes.
+// - Backward, the complex axes go from the last down to axis 1, then the
+//   rows: the first two axes of a slice then go together, as the slice
+//   shares take them.
 // - Several dimensions keep the half spectrum as complex values: storage 39,
 //   or the ccs layout of storage 40 read as complex values; Pack and Perm
 //   are refused there (6).
@@ -93,11 +99,11 @@ struct Side {
 template <class R, bool Fwd>
 int64_t real_md_driver(DftNode *node, void *in, void *out, int64_t transforms, void *ws);
 
-// `transforms` lines; in place when out is null. Contiguous lines go to the
-// kernel as they lie, others through a line buffer of length + 2 values.
+// Transforms first .. first + count - 1 of rank 1; in place when out is
+// null. Contiguous lines go to the kernel as they lie, others through a line
+// buffer of length + 2 values.
 template <class R, bool Fwd, bool Cce>
-int64_t real_driver(DftNode *node, void *in, void *out, int64_t transforms, void *ws) {
-  if (node->rank != 1) return real_md_driver<R, Fwd>(node, in, out, transforms, ws);
+int64_t real_lines_1d(DftNode *node, void *in, void *out, int64_t first, int64_t count, void *ws) {
   const bool in_place = out == nullptr;
   const int64_t n = node->length, bins = spectrum_values(node), su = Cce ? 2 : 1;
   const bool one_frame = in_place && !Cce;  // storage 40 in place: the input's offset, stride, distance
@@ -109,20 +115,29 @@ int64_t real_driver(DftNode *node, void *in, void *out, int64_t transforms, void
             Fwd ? bins : n + (zero_past_end ? 1 : 0), one_frame ? node->input_stride : node->output_stride,
             one_frame ? node->input_distance : node->output_distance, ou};
   dft_axis_kernel k = node->real_kernels[real_slot<R>(Fwd)];
+  const int64_t end = first + count;
   if (x.stride == 1 && y.stride == 1 && (!in_place || x.base == y.base)) {
-    for (int64_t t = 0; t < transforms; ++t)
+    for (int64_t t = first; t < end; ++t)
       if (int64_t s = k(x.line(t), y.line(t), node, ws)) return s;
     return DFT_NO_ERROR;
   }
   frame::PooledBuffer line(uint64_t(n + 2) * sizeof(R), work_alignment());
   if (!line.get()) return DFT_MEMORY_ERROR;
   R *b = static_cast<R *>(line.get());
-  for (int64_t t = 0; t < transforms; ++t) {
+  for (int64_t t = first; t < end; ++t) {
     x.gather(t, b);
     if (int64_t s = k(b, b, node, ws)) return s;
     y.scatter(t, b);
   }
   return DFT_NO_ERROR;
+}
+
+// `transforms` lines (or the whole task of rank 2 and above); in place when
+// out is null.
+template <class R, bool Fwd, bool Cce>
+int64_t real_driver(DftNode *node, void *in, void *out, int64_t transforms, void *ws) {
+  if (node->rank != 1) return real_md_driver<R, Fwd>(node, in, out, transforms, ws);
+  return real_lines_1d<R, Fwd, Cce>(node, in, out, 0, transforms, ws);
 }
 
 // ---------------------------------------------------------------- several dimensions
@@ -180,40 +195,72 @@ MdSides<R> md_sides(const DftNode *root) {
   return m;
 }
 
-// Rows (lines of the first axis) of transforms first_t .. first_t + count - 1:
-// forward, the real row through the real kernel into its half spectrum;
+// Rows first .. first + count - 1 (lines of the first axis, numbered over
+// axes 1 to rank - 1, axis 1 fastest, then the transforms at rdist and
+// cdist): forward, the real row through `kernel` into its half spectrum;
 // backward, the reverse. Through a buffer of length + 2 values.
 template <class R, bool Fwd>
-int64_t md_rows(DftNode *root, R *real, const int64_t *rs, int64_t rdist, cplx<R> *spectrum, const int64_t *cs,
-                int64_t cdist, int64_t transforms, R *buf, void *ws) {
+int64_t md_rows(DftNode *root, dft_axis_kernel kernel, R *real, const int64_t *rs, int64_t rdist, cplx<R> *spectrum,
+                const int64_t *cs, int64_t cdist, const int64_t *lengths, int32_t rank, int64_t first, int64_t count,
+                R *buf, void *ws) {
   const int64_t n = root->length, h = n / 2 + 1;
-  const int32_t rank = root->rank;
-  int64_t at[kMaxAxes] = {};
-  int64_t lengths[kMaxAxes];
-  int64_t k = 0;
-  for (const DftNode *a = root; a && k < kMaxAxes; a = a->next_axis, ++k) lengths[k] = a->length;
-  dft_axis_kernel kernel = root->real_kernels[real_slot<R>(Fwd)];
-  for (int64_t t = 0; t < transforms; ++t) {
-    std::fill(at, at + rank, int64_t(0));
-    for (;;) {
-      int64_t ro = t * rdist, co = t * cdist;
-      for (int32_t j = 1; j < rank; ++j) ro += at[j] * rs[j], co += at[j] * cs[j];
-      if (Fwd) {
-        gather_real<R>(n, real + ro, rs[0], buf);
-        if (int64_t s = kernel(buf, buf, root, ws)) return s;
-        scatter_complex<R>(h, reinterpret_cast<const cplx<R> *>(buf), spectrum + co, cs[0]);
-      } else {
-        gather_complex<R>(h, spectrum + co, cs[0], reinterpret_cast<cplx<R> *>(buf));
-        if (int64_t s = kernel(buf, buf, root, ws)) return s;
-        scatter_real<R>(n, buf, real + ro, rs[0]);
-      }
-      int32_t j = 1;
-      for (; j < rank && ++at[j] >= lengths[j]; ++j) at[j] = 0;
-      if (j >= rank) break;
+  int64_t at[kMaxAxes] = {}, t = first;
+  for (int32_t j = 1; j < rank; ++j) at[j] = t % lengths[j], t /= lengths[j];
+  for (int64_t c = 0; c < count; ++c) {
+    int64_t ro = t * rdist, co = t * cdist;
+    for (int32_t j = 1; j < rank; ++j) ro += at[j] * rs[j], co += at[j] * cs[j];
+    if (Fwd) {
+      gather_real<R>(n, real + ro, rs[0], buf);
+      if (int64_t s = kernel(buf, buf, root, ws)) return s;
+      scatter_complex<R>(h, reinterpret_cast<const cplx<R> *>(buf), spectrum + co, cs[0]);
+    } else {
+      gather_complex<R>(h, spectrum + co, cs[0], reinterpret_cast<cplx<R> *>(buf));
+      if (int64_t s = kernel(buf, buf, root, ws)) return s;
+      scatter_real<R>(n, buf, real + ro, rs[0]);
     }
+    int32_t j = 1;
+    for (; j < rank && ++at[j] >= lengths[j]; ++j) at[j] = 0;
+    if (j >= rank) ++t;
   }
   return DFT_NO_ERROR;
 }
+
+// A line buffer of length + 2 reals, 16-byte aligned.
+template <class R>
+struct RowBuffer {
+  frame::PooledBuffer block;
+  explicit RowBuffer(int64_t n) : block(uint64_t(n + 2) * sizeof(R) + 16, work_alignment()) {}
+  R *get() const { return block.get() ? align_up<R>(block.get(), 16) : nullptr; }
+};
+
+// A real task of rank 2 and above: both sides with their bases, the lengths
+// of the chain, h = L0 / 2 + 1. In place when out is null.
+template <class R, bool Fwd>
+struct MdTask {
+  MdSides<R> m;
+  R *real;
+  cplx<R> *spectrum;
+  int64_t h, rows, lengths[kMaxAxes];
+  dft_axis_kernel row_kernel;
+  MdTask(DftNode *node, void *in, void *out, int64_t transforms) : m(md_sides<R, Fwd>(node)) {
+    void *real_base = Fwd ? in : (out ? out : in);
+    void *spectrum_base = Fwd ? (out ? out : in) : in;
+    real = static_cast<R *>(real_base) + m.real_offset;
+    spectrum = static_cast<cplx<R> *>(spectrum_base) + m.complex_offset;
+    h = node->length / 2 + 1;
+    rows = transforms;
+    int32_t k = 0;
+    for (const DftNode *a = node; a && k < kMaxAxes; a = a->next_axis, ++k) {
+      lengths[k] = a->length;
+      if (k) rows *= a->length;
+    }
+    row_kernel = node->real_kernels[real_slot<R>(Fwd)];
+  }
+  int64_t rows_of(DftNode *node, int64_t first, int64_t count, R *buf, void *ws) const {
+    return md_rows<R, Fwd>(node, row_kernel, real, m.real_stride, m.real_distance, spectrum, m.complex_stride,
+                           m.complex_distance, lengths, m.rank, first, count, buf, ws);
+  }
+};
 
 // Rank 2 and above. Forward: the rows into the half spectrum, then the
 // complex axes over it in place. Backward: the complex axes first, in place
@@ -222,27 +269,23 @@ int64_t md_rows(DftNode *root, R *real, const int64_t *rs, int64_t rdist, cplx<R
 template <class R, bool Fwd>
 int64_t real_md_driver(DftNode *node, void *in, void *out, int64_t transforms, void *ws) {
   if (!complex_view_ok(node, Fwd)) return DFT_INCONSISTENT_CONFIGURATION;
-  const MdSides<R> m = md_sides<R, Fwd>(node);
-  const int64_t n = node->length, h = n / 2 + 1;
-  void *real_base = Fwd ? in : (out ? out : in);
-  void *spectrum_base = Fwd ? (out ? out : in) : in;
-  R *real = static_cast<R *>(real_base) + m.real_offset;
-  cplx<R> *spectrum = static_cast<cplx<R> *>(spectrum_base) + m.complex_offset;
-  frame::PooledBuffer line(uint64_t(n + 2) * sizeof(R) + 16, work_alignment());
-  if (!line.get()) return DFT_MEMORY_ERROR;
-  R *buf = align_up<R>(line.get(), 16);
+  const MdTask<R, Fwd> task(node, in, out, transforms);
+  const MdSides<R> &m = task.m;
+  const int64_t h = task.h;
+  RowBuffer<R> line(node->length);
+  R *buf = line.get();
+  if (!buf) return DFT_MEMORY_ERROR;
+  cplx<R> *spectrum = task.spectrum;
   if (Fwd) {
-    if (int64_t s = md_rows<R, true>(node, real, m.real_stride, m.real_distance, spectrum, m.complex_stride,
-                                     m.complex_distance, transforms, buf, ws))
-      return s;
+    if (int64_t s = task.rows_of(node, 0, task.rows, buf, ws)) return s;
     return sweep_later_axes<R, true>(node, spectrum, h, m.complex_stride, transforms, m.complex_distance, ws);
   }
   if (!out) {
     if (int64_t s = sweep_later_axes<R, false>(node, spectrum, h, m.complex_stride, transforms, m.complex_distance, ws))
       return s;
-    return md_rows<R, false>(node, real, m.real_stride, m.real_distance, spectrum, m.complex_stride, m.complex_distance,
-                             transforms, buf, ws);
+    return task.rows_of(node, 0, task.rows, buf, ws);
   }
+  R *real = task.real;
   int64_t dense[kMaxAxes], points = h;
   dense[0] = 1;
   for (int32_t k = 1; k < m.rank; ++k) dense[k] = points, points *= node->dims.entries[k].length;
@@ -262,7 +305,8 @@ int64_t real_md_driver(DftNode *node, void *in, void *out, int64_t transforms, v
       gather_complex<R>(h, spectrum + o, m.complex_stride[0], c + p);
     }
     if (int64_t s = sweep_later_axes<R, false>(node, c, h, dense, 1, 0, ws)) return s;
-    if (int64_t s = md_rows<R, false>(node, real + t * m.real_distance, m.real_stride, 0, c, dense, 0, 1, buf, ws))
+    if (int64_t s = md_rows<R, false>(node, task.row_kernel, real + t * m.real_distance, m.real_stride, 0, c, dense,
+                                      0, task.lengths, m.rank, 0, task.rows / transforms, buf, ws))
       return s;
   }
   return DFT_NO_ERROR;
@@ -279,14 +323,123 @@ int64_t real_dft2d(DftNode *node, void *in, void *out, void *ws) {
   return real_md_driver<R, Fwd>(node, in, out == in ? nullptr : out, 1, ws);
 }
 
+// ---------------------------------------------------------------- shares
+
+template <class R, bool Fwd>
+int64_t real_line_share(DftNode *root, int64_t axis, void *in, void *out, int64_t first, int64_t count, void *ws) {
+  if (!root || axis < 0 || axis >= root->rank || root->rank > kMaxAxes) return DFT_INCONSISTENT_CONFIGURATION;
+  if (out == in) out = nullptr;
+  if (root->rank == 1)
+    return root->conjugate_even_storage == DFT_COMPLEX_COMPLEX
+               ? real_lines_1d<R, Fwd, true>(root, in, out, first, count, ws)
+               : real_lines_1d<R, Fwd, false>(root, in, out, first, count, ws);
+  if (!complex_view_ok(root, Fwd)) return DFT_INCONSISTENT_CONFIGURATION;
+  const MdTask<R, Fwd> task(root, in, out, root->transforms);
+  if (axis > 0)
+    return half_spectrum_lines<R, Fwd>(root, task.spectrum, task.h, task.m.complex_stride, root->transforms,
+                                       task.m.complex_distance, int32_t(axis), first, count, ws);
+  RowBuffer<R> line(root->length);
+  if (!line.get()) return DFT_MEMORY_ERROR;
+  return task.rows_of(root, first, count, line.get(), ws);
+}
+
+// Slices first .. first + count - 1 over axes 2 on and the batch: forward
+// the slice's rows then its h columns along axis 1, backward the reverse.
+template <class R, bool Fwd>
+int64_t real_slice_share(DftNode *root, void *in, void *out, int64_t first, int64_t count, void *ws) {
+  if (!root || root->rank < 2 || root->rank > kMaxAxes) return DFT_INCONSISTENT_CONFIGURATION;
+  if (out == in) out = nullptr;
+  if (!complex_view_ok(root, Fwd)) return DFT_INCONSISTENT_CONFIGURATION;
+  const MdTask<R, Fwd> task(root, in, out, root->transforms);
+  const MdSides<R> &m = task.m;
+  DftNode *second = root->next_axis;
+  const int64_t L1 = second->length, cs0 = m.complex_stride[0], cs1 = m.complex_stride[1];
+  const int width = cs0 == 1 ? 4 : 1;
+  RowBuffer<R> line(root->length);
+  frame::PooledBuffer block(uint64_t(width * row_pitch<R>(L1)) * sizeof(cplx<R>) + 16, work_alignment());
+  if (!line.get() || !block.get()) return DFT_MEMORY_ERROR;
+  cplx<R> *columns = align_up<cplx<R>>(block.get(), 16);
+  const dft_axis_kernel k1 = second->kernels[kernel_slot<R>(Fwd, false)];
+  // Position of slice `first` in axes 2 on, then the transform.
+  int64_t at[kMaxAxes] = {}, t = first;
+  for (int32_t j = 2; j < m.rank; ++j) at[j] = t % task.lengths[j], t /= task.lengths[j];
+  for (int64_t c = 0; c < count; ++c) {
+    int64_t ro = t * m.real_distance, co = t * m.complex_distance;
+    for (int32_t j = 2; j < m.rank; ++j) ro += at[j] * m.real_stride[j], co += at[j] * m.complex_stride[j];
+    R *x = task.real + ro;
+    cplx<R> *z = task.spectrum + co;
+    auto rows = [&] {
+      return md_rows<R, Fwd>(root, task.row_kernel, x, m.real_stride, 0, z, m.complex_stride, 0, task.lengths, 2, 0,
+                             L1, line.get(), ws);
+    };
+    auto cols = [&]() -> int64_t {
+      if (L1 <= 1) return DFT_NO_ERROR;  // axes after the first carry no scale
+      return block_lines<R>(second, z, cs0, cs1, z, cs0, cs1, k1, task.h, width, columns, row_pitch<R>(L1), ws);
+    };
+    if (int64_t s = Fwd ? rows() : cols()) return s;
+    if (int64_t s = Fwd ? cols() : rows()) return s;
+    int32_t j = 2;
+    for (; j < m.rank && ++at[j] >= task.lengths[j]; ++j) at[j] = 0;
+    if (j >= m.rank) ++t;
+  }
+  return DFT_NO_ERROR;
+}
+
+// Rows first .. first + count - 1 of one plane: forward real rows of in into
+// spectrum rows of out, backward the reverse; strides in each side's units.
+template <class R, bool Fwd>
+int64_t real_row_share(const void *in, void *out, const int64_t *is, const int64_t *os, int64_t first, int64_t count,
+                       dft_axis_kernel kernel, DftNode *node, void *ws) {
+  RowBuffer<R> line(node->length);
+  if (!line.get()) return DFT_MEMORY_ERROR;
+  const int64_t lengths[2] = {node->length, node->next_axis ? node->next_axis->length : 1};
+  auto *x = const_cast<void *>(in);
+  R *real = static_cast<R *>(Fwd ? x : out);
+  auto *spectrum = static_cast<cplx<R> *>(Fwd ? out : x);
+  return md_rows<R, Fwd>(node, kernel, real, Fwd ? is : os, 0, spectrum, Fwd ? os : is, 0, lengths, 2, first, count,
+                         line.get(), ws);
+}
+
+// ---------------------------------------------------------------- compute entries
+
+// The hand-over of a whole real task, by precision, direction, placement
+// and storage (single precision backward in place has none: null).
+template <class R, bool Fwd, bool Out, bool Cce>
+frame::LateCell *real_compute_par_cell() {
+  constexpr const char *names[2][2][2][2] = {
+      // [double][forward][out][cce]
+      {{{nullptr, "zor_dft_compute_backward_cs_par"},
+        {"zor_dft_compute_backward_s_out_par", "zor_dft_compute_backward_cs_out_par"}},
+       {{"zor_dft_compute_forward_s_par", "zor_dft_compute_forward_sc_par"},
+        {"zor_dft_compute_forward_s_out_par", "zor_dft_compute_forward_sc_out_par"}}},
+      {{{"zor_dft_compute_backward_d_par", "zor_dft_compute_backward_zd_par"},
+        {"zor_dft_compute_backward_d_out_par", "zor_dft_compute_backward_zd_out_par"}},
+       {{"zor_dft_compute_forward_d_par", "zor_dft_compute_forward_dz_par"},
+        {"zor_dft_compute_forward_d_out_par", "zor_dft_compute_forward_dz_out_par"}}}};
+  constexpr const char *name = names[sizeof(R) == 8][Fwd][Out][Cce];
+  if constexpr (name == nullptr) {
+    return nullptr;
+  } else {
+    static frame::LateCell cell{name};
+    return &cell;
+  }
+}
+
+template <class R, bool Fwd, bool Out, bool Cce>
+int64_t real_entry_of(DftNode *node, void *a, void *b) {
+  auto driver = [&](void *ws) { return real_driver<R, Fwd, Cce>(node, a, Out ? b : nullptr, node->transforms, ws); };
+  if (node->user_threads > 1) return in_user_slot(node, driver);
+  frame::LateCell *cell = real_compute_par_cell<R, Fwd, Out, Cce>();
+  if (node->threads == 1 || !cell) return driver(node->workspace);
+  DftNode *holder = node;
+  return frame::call_late<int64_t>(*cell, &holder, a, Out ? b : nullptr, static_cast<void *>(nullptr),
+                                   static_cast<void *>(nullptr));
+}
+
 template <class R, bool Fwd, bool Out>
 int64_t real_entry(DftNode *node, void *a, void *b, void *, void *) {
-  const bool cce = node->conjugate_even_storage == DFT_COMPLEX_COMPLEX;
-  auto driver = [&](void *ws) {
-    return cce ? real_driver<R, Fwd, true>(node, a, Out ? b : nullptr, node->transforms, ws)
-               : real_driver<R, Fwd, false>(node, a, Out ? b : nullptr, node->transforms, ws);
-  };
-  return node->user_threads > 1 ? in_user_slot(node, driver) : driver(node->workspace);
+  return node->conjugate_even_storage == DFT_COMPLEX_COMPLEX ? real_entry_of<R, Fwd, Out, true>(node, a, b)
+                                                             : real_entry_of<R, Fwd, Out, false>(node, a, b);
 }
 
 bool twice_or_half(int64_t a, int64_t b) { return a == 2 * b || 2 * a == b; }
@@ -301,7 +454,7 @@ int64_t core_r2c_1d(DftNode *root) {
         return DFT_INCONSISTENT_CONFIGURATION;
   }
   if (root->rank > kMaxAxes) return DFT_UNIMPLEMENTED;
-  root->threads = 1;
+  if (root->rank == 1 && root->transforms == 1) root->threads = 1;
   if (int64_t s = reserve_user_slots(root)) return s;
   root->flags &= uint8_t(~(DFT_FLAG_SINGLE_THREAD_DIRECT | DFT_FLAG_DIRECT_2D | DFT_FLAG_CALL_KERNEL_DIRECTLY));
   // Several dimensions keep the half spectrum as complex values: ccs, or
@@ -400,3 +553,62 @@ ZOR_DFT_REAL_PLANE(zor_dft_xcsdft2d, float, false, false)
 ZOR_DFT_REAL_PLANE(zor_dft_xsccdft2d, float, true, true)
 ZOR_DFT_REAL_PLANE(zor_dft_xccsdft2d, float, false, true)
 #undef ZOR_DFT_REAL_PLANE
+
+// ---------------------------------------------------------------- shares
+
+using zor::dft::real_line_share;
+using zor::dft::real_row_share;
+using zor::dft::real_slice_share;
+
+#define ZOR_DFT_REAL_SHARES(fwd, bwd, R)                                                        \
+  ZOR_DFT_REAL_LINES(zor_dft_##fwd##1_nd_out_par) {                                             \
+    return real_line_share<R, true>(root, axis, in, out, first, count, workspace);              \
+  }                                                                                             \
+  ZOR_DFT_REAL_LINES(zor_dft_##bwd##1_nd_out_par) {                                             \
+    return real_line_share<R, false>(root, axis, in, out, first, count, workspace);             \
+  }                                                                                             \
+  ZOR_DFT_REAL_SLICES(zor_dft_##fwd##2_nd_out_par) {                                            \
+    return real_slice_share<R, true>(root, in, out, first, count, workspace);                   \
+  }                                                                                             \
+  ZOR_DFT_REAL_SLICES(zor_dft_##bwd##2_nd_out_par) {                                            \
+    return real_slice_share<R, false>(root, in, out, first, count, workspace);                  \
+  }
+ZOR_DFT_REAL_SHARES(ddz, zzd, double)
+ZOR_DFT_REAL_SHARES(ssc, ccs, float)
+#undef ZOR_DFT_REAL_SHARES
+
+// The passes of one plane: rows forward and backward, and the complex
+// columns of the half spectrum (the complex column pass).
+#define ZOR_DFT_FORWARD_ROWS(name, R) \
+  ZOR_DFT_REAL_ROWS(name) { return real_row_share<R, true>(in, out, in_strides, out_strides, first, count, kernel, node, workspace); }
+#define ZOR_DFT_BACKWARD_ROWS(name, R) \
+  ZOR_DFT_REAL_ROWS(name) { return real_row_share<R, false>(in, out, in_strides, out_strides, first, count, kernel, node, workspace); }
+#define ZOR_DFT_COLUMNS(name, R)                                                                \
+  ZOR_DFT_REAL_COLUMNS(name) {                                                                  \
+    const int64_t s[2] = {*first_stride, *second_stride};                                       \
+    zor::dft::columns_share<R>(data, data, s, s, first, count, kernel, node, status, workspace); \
+  }
+#define ZOR_DFT_COLUMNS_OUT(name, R) \
+  ZOR_DFT_REAL_COLUMNS_OUT(name) {   \
+    zor::dft::columns_share<R>(in, out, in_strides, out_strides, first, count, kernel, node, status, workspace); \
+  }
+ZOR_DFT_FORWARD_ROWS(zor_dft_dz2_r_dft, double)
+ZOR_DFT_BACKWARD_ROWS(zor_dft_zd2_r_dft, double)
+ZOR_DFT_BACKWARD_ROWS(zor_dft_zd2_r_out_dft, double)
+ZOR_DFT_BACKWARD_ROWS(zor_dft_zzd2_r_out_dft, double)
+ZOR_DFT_FORWARD_ROWS(zor_dft_sc2_r_dft, float)
+ZOR_DFT_BACKWARD_ROWS(zor_dft_cs2_r_dft, float)
+ZOR_DFT_BACKWARD_ROWS(zor_dft_cs2_r_out_dft, float)
+ZOR_DFT_BACKWARD_ROWS(zor_dft_ccs2_r_out_dft, float)
+ZOR_DFT_COLUMNS(zor_dft_dz2_c_dft, double)
+ZOR_DFT_COLUMNS(zor_dft_zd2_c_dft, double)
+ZOR_DFT_COLUMNS(zor_dft_zzd2_c_dft, double)
+ZOR_DFT_COLUMNS(zor_dft_sc2_c_dft, float)
+ZOR_DFT_COLUMNS(zor_dft_cs2_c_dft, float)
+ZOR_DFT_COLUMNS(zor_dft_ccs2_c_dft, float)
+ZOR_DFT_COLUMNS_OUT(zor_dft_ddz2_c_out_dft, double)
+ZOR_DFT_COLUMNS_OUT(zor_dft_ssc2_c_out_dft, float)
+#undef ZOR_DFT_FORWARD_ROWS
+#undef ZOR_DFT_BACKWARD_ROWS
+#undef ZOR_DFT_COLUMNS
+#undef ZOR_DFT_COLUMNS_OUT

@@ -218,9 +218,15 @@ int32_t get_kernel(int32_t row, GemmDesc *d) {
   return 0;
 }
 
+// The table row the processor's answer selects.
+template <class T>
+int32_t optimal_row() {
+  return GemmTable<T>::row_of_answer[zor_serv_cpuhasqlx() != 0 ? 1 : 0];
+}
+
 template <class T>
 void get_optimal_kernel(GemmDesc *d) {
-  int32_t row = GemmTable<T>::row_of_answer[zor_serv_cpuhasqlx() != 0 ? 1 : 0];
+  const int32_t row = optimal_row<T>();
   d->kernel_index = row;
   copy_row(GemmTable<T>::rows[row], d);
 }

@@ -109,20 +109,21 @@ void small_path(const char *transa, const char *transb, int64_t m, int64_t n, in
 
 // The copy of A or B that a transposition flag asks for: 'N', 'T', and any
 // other byte the conjugate copy (the transposed one in the real rows).
-template <class T>
-CopyAFn copy_a_for(const char *trans, const GemmDesc *d) {
+// (Of a descriptor or of a table row.)
+template <class T, class Copies>
+CopyAFn copy_a_for(const char *trans, const Copies &d) {
   switch (product_trans<T::complex>(trans)) {
-    case Trans::N: return d->copy_an;
-    case Trans::T: return d->copy_at;
-    default: return d->copy_ac;
+    case Trans::N: return d.copy_an;
+    case Trans::T: return d.copy_at;
+    default: return d.copy_ac;
   }
 }
-template <class T>
-CopyBFn copy_b_for(const char *trans, const GemmDesc *d) {
+template <class T, class Copies>
+CopyBFn copy_b_for(const char *trans, const Copies &d) {
   switch (product_trans<T::complex>(trans)) {
-    case Trans::N: return d->copy_bn;
-    case Trans::T: return d->copy_bt;
-    default: return d->copy_bc;
+    case Trans::N: return d.copy_bn;
+    case Trans::T: return d.copy_bt;
+    default: return d.copy_bc;
   }
 }
 
@@ -193,8 +194,8 @@ int32_t xgemm_par(const char *transa, const char *transb, const int64_t *m_, con
       small_path<T>(transa, transb, M, N, K, *alpha, a, lda, b, ldb, *one, c, ldc);
       return 0;
     }
-    const CopyAFn copy_a = copy_a_for<T>(transa, d);
-    const CopyBFn copy_b = copy_b_for<T>(transb, d);
+    const CopyAFn copy_a = copy_a_for<T>(transa, *d);
+    const CopyBFn copy_b = copy_b_for<T>(transb, *d);
     for (int64_t j = 0; j < N; j += bnk) {
       int64_t nb = N - j < bnk ? N - j : bnk;
       for (int64_t l = 0; l < K; l += bk) {
@@ -228,7 +229,7 @@ int32_t xgemm_par(const char *transa, const char *transb, const int64_t *m_, con
   int64_t kb = K < bk ? K : bk;
   int64_t kbp = round_up(kb, uk);
   if (plan == kPlanPrepackedA || plan == kPlanPrepackedANoB) {
-    const CopyBFn copy_b = copy_b_for<T>(transb, d);
+    const CopyBFn copy_b = copy_b_for<T>(transb, *d);
     for (int64_t j = 0; j < N; j += bnk) {
       int64_t nb = N - j < bnk ? N - j : bnk;
       const E *bsrc = b_at(b, ldb, bn, 0, j);
@@ -242,7 +243,7 @@ int32_t xgemm_par(const char *transa, const char *transb, const int64_t *m_, con
       }
     }
   } else if (plan == kPlanPrepackedB) {
-    const CopyAFn copy_a = copy_a_for<T>(transa, d);
+    const CopyAFn copy_a = copy_a_for<T>(transa, *d);
     for (int64_t i = 0; i < M; i += bm) {
       int64_t mb = M - i < bm ? M - i : bm;
       copy_a(&mb, &kb, a_at(a, lda, an, i, 0), lda_, d->a_buffer, &d->a_panel_stride, alpha);
@@ -256,20 +257,65 @@ int32_t xgemm_par(const char *transa, const char *transb, const int64_t *m_, con
   return 0;
 }
 
+// A product small enough for one block in every dimension runs that block on
+// stack buffers: the row's copies and kernel, called as the blocked path
+// calls them (B read in place in the real rows, packed in the complex ones),
+// so the bits are the blocked path's, without its descriptor, block rules and
+// pooled allocation. Depths up to kDepthFloor and at most
+// tuned::kStackBlockOrder rows and columns are one block under every block
+// rule; the buffers (each with tuned::kStackBlockSlack bytes past its end)
+// must fit tuned::kStackBlockBytes. False: not such a product, nothing done.
+template <class T>
+bool one_stack_block(const KernelRow &r, const char *transa, const char *transb, const int64_t *m_,
+                     const int64_t *n_, const int64_t *k_, const typename T::elem *alpha, const typename T::elem *a,
+                     const int64_t *lda, const typename T::elem *b, const int64_t *ldb, typename T::elem *c,
+                     const int64_t *ldc) {
+  using E = typename T::elem;
+  const int64_t M = *m_, N = *n_, K = *k_;
+  if (K > fixed::kDepthFloor || M > tuned::kStackBlockOrder || N > tuned::kStackBlockOrder) return false;
+  if (M < r.min_m || N < r.min_n || K < r.min_k) return false;
+  constexpr int64_t eb = T::elem_bytes, slack = tuned::kStackBlockSlack;
+  // The unrolls are powers of two: round up by masks, not divisions.
+  const auto up = [](int64_t x, int64_t unit) { return (x + unit - 1) & -unit; };
+  const int64_t kw = up(K, r.unroll_k);
+  int64_t a_stride = r.unroll_m * kw, b_stride = kw * r.unroll_n;
+  const int64_t a_bytes = up(M, r.unroll_m) * kw * eb + slack;
+  const int64_t b_bytes = T::complex ? up(N, r.unroll_n) * kw * eb + slack : 0;
+  const int64_t dup_bytes = kw * eb * r.unroll_n * r.b_dup + slack;
+  if (a_bytes + b_bytes + dup_bytes > tuned::kStackBlockBytes) return false;
+  alignas(128) unsigned char area[tuned::kStackBlockBytes];
+  unsigned char *abuf = area, *dup = abuf + round_up(a_bytes, 128), *bbuf = dup + round_up(dup_bytes, 128);
+  static constexpr E kOne = one_of<E>();
+  int64_t kb = K;
+  copy_a_for<T>(transa, r)(m_, &kb, a, lda, abuf, &a_stride, alpha);
+  if constexpr (T::complex) {
+    int64_t nb = N, kbp = kw;
+    copy_b_for<T>(transb, r)(&kb, &nb, b, ldb, bbuf, &b_stride, nullptr);
+    r.kernel(transa, transb, m_, n_, &kbp, &kOne, abuf, &a_stride, bbuf, &b_stride, &kOne, c, ldc, dup,
+             kFlagPackedB);
+  } else {
+    r.kernel(transa, transb, m_, n_, &kb, &kOne, abuf, &a_stride, b, ldb, &kOne, c, ldc, dup, kFlagInPlaceB);
+  }
+  return true;
+}
+
 template <class T>
 void xgemm(const char *transa, const char *transb, const int64_t *m, const int64_t *n, const int64_t *k,
            const typename T::elem *alpha, const typename T::elem *a, const int64_t *lda,
            const typename T::elem *b, const int64_t *ldb, const typename T::elem *beta, typename T::elem *c,
            const int64_t *ldc) {
   if (*m < 1 || *n < 1) return;
-  GemmDesc d;
-  zor_blas_cgemm_zero_desc(&d);
-  get_optimal_kernel<T>(&d);
+  const int32_t row = optimal_row<T>();
+  const KernelRow &r = GemmTable<T>::rows[row];
   if (!is_one(*beta)) mscale<T>(m, n, beta, c, ldc);
   if (is_zero(*alpha)) return;
   static constexpr typename T::elem kOne = one_of<typename T::elem>();
   const typename T::elem *one = &kOne;
-  if (*m >= d.unroll_m && *n >= d.unroll_n && *k >= d.unroll_k) {
+  if (*m >= r.unroll_m && *n >= r.unroll_n && *k >= r.unroll_k) {
+    if (one_stack_block<T>(r, transa, transb, m, n, k, alpha, a, lda, b, ldb, c, ldc)) return;
+    GemmDesc d;
+    zor_blas_cgemm_zero_desc(&d);
+    get_kernel<T>(row, &d);
     d.get_blks_size(m, n, k, &d);
     xgemm_par<T>(transa, transb, m, n, k, alpha, a, lda, b, ldb, one, c, ldc, kPlanChoose, &d);
   } else {

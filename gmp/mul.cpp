@@ -12,8 +12,6 @@
 // The schoolbook product writes out the sizes up to 4 by 4, and the squares
 // to 9 by 9; the others take a first row of 128-bit products and then one
 // addmul row per limb of b.
-#include <atomic>
-
 #include "dft/plan.hpp"
 #include "gmp/limbs.hpp"
 #include "gmp/mul_fixed.hpp"
@@ -35,37 +33,23 @@ constexpr FixedProduct kFixed[16] = {
 constexpr FixedProduct kFixedSquare[5] = {mul_fixed<5, 5>, mul_fixed<6, 6>, mul_fixed<7, 7>, mul_fixed<8, 8>,
                                           mul_fixed<9, 9>};
 
-// The transform rung's plans, one per order (17 for n to 16384, 18 above),
-// made on first use and kept for the life of the process: making one costs
-// more than the three transforms of a product. A race makes two; the loser
-// is destroyed. The plans are only read by the transforms.
-std::atomic<DftPlan *> transform_plans[32];
-
-const DftPlan *transform_plan(int order) {
-  std::atomic<DftPlan *> &slot = transform_plans[order];
-  DftPlan *plan = slot.load(std::memory_order_acquire);
-  if (plan) return plan;
-  if (dft::real_pow2_create<double>(&plan, order) != DFT_PLAN_OK) return nullptr;
-  DftPlan *expected = nullptr;
-  if (slot.compare_exchange_strong(expected, plan, std::memory_order_acq_rel)) return plan;
-  dft::plan_destroy(plan);
-  return expected;
-}
-
-// The transform rung: one block from the allocate hook for both digit lines
-// and the plan's workspace (a null there ends the process, as every hook
-// block outside Karatsuba does). A plan needs the plain allocator; while it
-// fails, Toom makes the product instead.
+// The transform rung. Each product makes its real plan, runs it (two
+// forward transforms and one inverse) and frees it: nothing outlives the
+// call. The digit lines and the plan's workspace are one block from the
+// allocate hook (a null there ends the process, as every hook block
+// outside Karatsuba does). The plan itself needs the plain allocator;
+// when that fails, Toom makes the product instead.
 void mul_transform(limb *r, const limb *a, const limb *b, len n) {
   int order = transform::order_for(n);
-  const DftPlan *plan = transform_plan(order);
-  if (!plan) return mul_toom3(r, a, b, n);
+  DftPlan *plan = nullptr;
+  if (dft::real_pow2_create<double>(&plan, order) != DFT_PLAN_OK) return mul_toom3(r, a, b, n);
   int32_t work = 0;
   dft::plan_work_size(plan, &work);
   size_t bytes = transform::block_bytes(order, work);
   void *block = allocate(bytes);
   transform::product(r, a, b, n, plan, block);
   release(block, bytes);
+  dft::plan_destroy(plan);
 }
 
 }  // namespace

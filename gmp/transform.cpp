@@ -4,6 +4,7 @@
 #include "gmp/transform.hpp"
 
 #include <algorithm>
+#include <bit>
 #include <cstring>
 
 #include "dft/plan.hpp"
@@ -19,22 +20,27 @@ constexpr size_t kAlign = 32;
 
 size_t aligned(size_t bytes) { return (bytes + kAlign - 1) & ~(kAlign - 1); }
 
-// The 4n balanced digits of a at the head of x, zeros to L: a digit of 2^15
-// or more becomes itself less 2^16 and lends one to the next; the top digit
-// takes its borrow unbalanced, so that nothing passes beyond 4n digits.
+// The 4n balanced digits of a at the head of x, zeros to L. A digit of 2^15
+// or more becomes itself less 2^16 and lends one to the next, which is the
+// same as taking the digits of a + (2^15, 2^15, ...) less 2^15 each: one
+// 64-bit add with carry per limb instead of a borrow per digit. The top
+// digit takes the last carry unbalanced, so that nothing passes beyond 4n
+// digits.
 void split(double *x, const limb *a, len n, size_t L) {
-  int64_t borrow = 0;
-  size_t d = 0;
-  for (len i = 0; i < n; ++i) {
-    limb w = a[i];
-    for (int k = 0; k < kDigitsPerLimb; ++k, ++d) {
-      int64_t t = int64_t(w >> (kDigitBits * k) & (kDigitBase - 1)) + borrow;
-      borrow = t >= kDigitBase / 2;
-      x[d] = double(t - (borrow ? kDigitBase : 0));
-    }
+  constexpr limb kHalves = 0x8000800080008000ull;
+  constexpr int64_t kMask = kDigitBase - 1, kHalf = kDigitBase / 2;
+  limb carry = 0;
+  for (len i = 0; i < n; ++i, x += kDigitsPerLimb) {
+    const unsigned __int128 u = (unsigned __int128)a[i] + kHalves + carry;
+    const limb w = limb(u);
+    carry = limb(u >> kLimbBits);
+    x[0] = double(int64_t(w & kMask) - kHalf);
+    x[1] = double(int64_t(w >> kDigitBits & kMask) - kHalf);
+    x[2] = double(int64_t(w >> 2 * kDigitBits & kMask) - kHalf);
+    x[3] = double(int64_t(w >> 3 * kDigitBits) - kHalf);
   }
-  x[d - 1] += double(borrow * kDigitBase);
-  std::memset(x + d, 0, (L - d) * sizeof(double));
+  x[-1] += double(carry) * double(kDigitBase);
+  std::memset(x, 0, (L - size_t(n) * kDigitsPerLimb) * sizeof(double));
 }
 
 // y := x y on two perm-layout spectra: the zero and half-rate terms are
@@ -47,34 +53,34 @@ void multiply(const double *x, double *y, size_t L) {
   y[1] = y1;
 }
 
-// r (2n limbs) from the 8n values of the inverse. First each value is
-// rounded to the nearest integer in place (adding and taking away 1.5 2^52,
-// exact below 2^51 in magnitude), two a step, the largest distance kept;
-// then four digits make a limb, with the carry passed on as a signed
-// 128-bit sum. Returns that largest distance.
-double carry(limb *r, double *v, len n) {
+// r (2n limbs) from the 8n values of the inverse, in one sweep. Each value
+// is rounded to the nearest integer by adding 1.5 2^52 (exact below 2^51
+// in magnitude), which leaves the integer in the low bits of the sum: its
+// bits less those of 1.5 2^52 are the integer as a 64-bit value. The
+// largest distance of a value from its integer is kept; four digits make a
+// limb, the carry passed on as a signed 128-bit sum. Returns that distance.
+double carry(limb *r, const double *v, len n) {
   using namespace zor::simd;
-  const f64x2 round = splat(6755399441055744.0);  // 1.5 2^52
-  f64x2 worst0 = splat(0.0), worst1 = worst0;
-  const size_t values = size_t(n) * 2 * kDigitsPerLimb;
-  for (size_t d = 0; d < values; d += 4) {
-    f64x2 x0 = load_a(v + d), x1 = load_a(v + d + 2);
-    f64x2 t0 = sub(add(x0, round), round), t1 = sub(add(x1, round), round);
-    worst0 = max(worst0, abs(sub(x0, t0)));
-    worst1 = max(worst1, abs(sub(x1, t1)));
-    store_a(v + d, t0);
-    store_a(v + d + 2, t1);
-  }
-  worst0 = max(worst0, worst1);
+  constexpr double kRound = 6755399441055744.0;  // 1.5 2^52
+  const int64_t round_bits = std::bit_cast<int64_t>(kRound);
+  const f64x2 round = splat(kRound);
+  f64x2 worst = splat(0.0);
   __int128 c = 0;
-  for (len i = 0; i < 2 * n; ++i) {
-    const double *q = v + size_t(i) * kDigitsPerLimb;
-    c += __int128(int64_t(q[0])) + __int128(int64_t(q[1])) * kDigitBase +
-         __int128(int64_t(q[2])) * (kDigitBase << kDigitBits) + __int128(int64_t(q[3])) * (kDigitBase << (2 * kDigitBits));
+  alignas(16) double t[kDigitsPerLimb];
+  for (len i = 0; i < 2 * n; ++i, v += kDigitsPerLimb) {
+    const f64x2 x0 = load_a(v), x1 = load_a(v + 2);
+    const f64x2 t0 = add(x0, round), t1 = add(x1, round);
+    worst = max(worst, max(abs(sub(x0, sub(t0, round))), abs(sub(x1, sub(t1, round)))));
+    store_a(t, t0);
+    store_a(t + 2, t1);
+    int64_t q[kDigitsPerLimb];
+    for (int k = 0; k < kDigitsPerLimb; ++k) q[k] = std::bit_cast<int64_t>(t[k]) - round_bits;
+    c += __int128(q[0]) + __int128(q[1]) * kDigitBase + __int128(q[2]) * (kDigitBase << kDigitBits) +
+         __int128(q[3]) * (kDigitBase << (2 * kDigitBits));
     r[i] = limb(c);
     c >>= kLimbBits;  // arithmetic: a negative sum borrows
   }
-  return std::max(lane0(worst0), lane0(flip_copy(worst0)));
+  return std::max(lane0(worst), lane0(flip_copy(worst)));
 }
 
 }  // namespace

@@ -152,34 +152,40 @@ inline void triangle_update(int64_t m, const R *const *src, R *a, int64_t lda, F
   }
 }
 
-// The first largest |x[i]| for i < len at stride inc, two elements a
-// pass: two lanes of doubles (exact for either precision), both starting at
-// element 0, keep their first strict maxima with their positions, free of
-// branches; merged by value and, on equal values, by position. This is the
-// first maximum a strict scan finds, NaNs included (never greater, and a
-// NaN first element stays the answer).
+// The first largest |x[i]| for i < len at stride inc: the first maximum a
+// strict scan finds, NaNs included (never greater, and a NaN first element
+// stays the answer). The largest value first (max keeps the running value
+// when the new one is NaN; unit-stride doubles by registers in two
+// chains), then its first place.
 template <class R>
 void first_max(int64_t len, const R *x, int64_t inc, int64_t *at, R *value) {
-  using simd::f64x2;
-  f64x2 m = simd::splat(double(std::fabs(x[0]))), where = simd::splat(0.0), pos = simd::make(1.0, 2.0);
-  const f64x2 two = simd::splat(2.0);
+  R m = std::fabs(x[0]);
+  *at = 0;
+  *value = m;
+  if (!(m == m)) return;
   int64_t i = 1;
-  for (; i + 2 <= len; i += 2) {
-    f64x2 v;
-    if constexpr (sizeof(R) == 8) v = inc == 1 ? simd::load_u(x + i) : simd::make(x[i * inc], x[(i + 1) * inc]);
-    else v = simd::make(double(x[i * inc]), double(x[(i + 1) * inc]));
-    v = simd::abs(v);
-    const f64x2 greater = simd::cmp_lt(m, v);
-    m = simd::select(greater, v, m);
-    where = simd::select(greater, pos, where);
-    pos = simd::add(pos, two);
+  if constexpr (sizeof(R) == 8) {
+    if (inc == 1 && len >= 5) {
+      using V = vec_t<R>;
+      V m0 = simd::splat(m), m1 = m0;
+      for (; i + 4 <= len; i += 4) {
+        m0 = simd::max(simd::abs(simd::load_u(x + i)), m0);
+        m1 = simd::max(simd::abs(simd::load_u(x + i + 2)), m1);
+      }
+      m0 = simd::max(m1, m0);
+      m0 = simd::max(simd::swap_lanes(m0), m0);
+      m = simd::lane0(m0);
+    }
   }
-  double m0 = simd::lane0(m), m1 = simd::lane0(simd::dup_hi(m));
-  double w0 = simd::lane0(where), w1 = simd::lane0(simd::dup_hi(where));
-  if (m1 > m0 || (m1 == m0 && w1 < w0)) m0 = m1, w0 = w1;
-  if (i < len && double(std::fabs(x[i * inc])) > m0) m0 = std::fabs(x[i * inc]), w0 = double(i);
-  *at = int64_t(w0);
-  *value = R(m0);
+  for (; i < len; ++i) {
+    const R v = std::fabs(x[i * inc]);
+    m = v > m ? v : m;
+  }
+  if (!(m > *value)) return;
+  i = 1;
+  while (!(std::fabs(x[i * inc]) == m)) ++i;
+  *at = i;
+  *value = m;
 }
 
 template <class R>

@@ -200,6 +200,13 @@ int64_t lower_left(int64_t n, typename T::elem *a, int64_t lda, bool scale_by_bl
   return 0;
 }
 
+// Row j of L left of the diagonal, the vector of the lower gemv path, is
+// handed over as a copy of unit stride up to this many columns: gemv reads
+// a strided vector through a packing buffer of its own, which at these
+// sizes costs as much as the product. Each y element takes the same
+// products in the same order either way.
+constexpr int64_t kRowCopy = 256;
+
 // d: the column, diagonal included, by one gemv against the columns to
 // its left.
 template <class T>
@@ -208,11 +215,17 @@ int64_t lower_gemv(int64_t n, typename T::elem *a, int64_t lda) {
   using R = real_t<E>;
   const E minus_one = E(-1), one = E(1);
   const zor_int ld = lda, inc = 1;
+  alignas(16) E row[kRowCopy];
   for (int64_t j = 0; j < n; ++j) {
     E *col = a + j * lda;
     if (j > 0) {
       const zor_int rows = n - j, cols = j;
-      imports<T>::gemv("No traspose", &rows, &cols, &minus_one, a + j, &ld, a + j, &ld, &one, col + j, &inc, 11);
+      if (j <= kRowCopy) {
+        for (int64_t k = 0; k < j; ++k) row[k] = a[j + k * lda];
+        imports<T>::gemv("No traspose", &rows, &cols, &minus_one, a + j, &ld, row, &inc, &one, col + j, &inc, 11);
+      } else {
+        imports<T>::gemv("No traspose", &rows, &cols, &minus_one, a + j, &ld, a + j, &ld, &one, col + j, &inc, 11);
+      }
     }
     R r;
     if (int64_t bad = take_pivot(col + j, col[j], j, &r)) return bad;

@@ -45,45 +45,129 @@ template <class R> void range_adjust(R *small, R *large) {
   else zor_lapack_dlabad(small, large);
 }
 
-// The pivot of step i, real elements: each column's largest |a| of the
-// trailing block A[i:n, i:n] by registers in two chains (max keeps the
-// running value when the new one is NaN, so NaN is never larger); the first
-// column whose largest beats those before it and the diagonal, and that
-// column's first element with it. That is where a strict scan from (i, i)
-// in column order stops: every element before the first maximum is smaller.
-// A NaN on the diagonal is kept, as a strict scan from it keeps it.
-template <class R>
-void real_pivot(int64_t i, int64_t n, const R *a, int64_t lda, int64_t *ipv, int64_t *jpv, R *xmax) {
+// The pivot of step i, real elements: the largest |a| of the trailing
+// block A[i:n, i:n] and its first place in column order, which is where a
+// strict scan from (i, i) in column order stops (equal values later do not
+// move it, so the diagonal comes before all others).
+//
+// The largest value first, by registers: the block's rows in strips of up
+// to kStrip registers, each register a fixed set of rows held across all
+// columns (max is the same over repeated elements, so the last register of
+// a strip reads back from the strip's end and overlaps the one before it).
+// max keeps the running value when the new one is NaN, so a NaN is never
+// larger. Then, only if that value beats the diagonal, its first place:
+// the first column holding it, found by comparing registers, and in it the
+// first row. A NaN on the diagonal is kept, as a strict scan from it keeps it.
+constexpr int kStrip = 8;
+
+// Registers k of a strip of `rows` rows (rows >= L) start at these rows.
+template <int L>
+inline int64_t strip_row(int k, int64_t rows) {
+  return std::min<int64_t>(int64_t(k) * L, rows - L);
+}
+
+template <class R, int K>
+vec_t<R> strip_max(const R *a, int64_t lda, int64_t cols, int64_t rows) {
   using V = vec_t<R>;
   constexpr int L = 16 / sizeof(R);
-  R top = std::fabs(a[i + i * lda]);
+  V m[K];
+  for (int k = 0; k < K; ++k) m[k] = simd::zero<V>();
+  for (int64_t c = 0; c < cols; ++c, a += lda)
+    for (int k = 0; k < K; ++k) m[k] = simd::max(simd::abs(simd::load_u(a + strip_row<L>(k, rows))), m[k]);
+  for (int k = 1; k < K; ++k) m[0] = simd::max(m[k], m[0]);
+  return m[0];
+}
+
+// The first of the strip's columns with an element equal to v (v in every
+// lane); cols if none.
+template <class R, int K>
+int64_t strip_find(const R *a, int64_t lda, int64_t cols, int64_t rows, vec_t<R> v) {
+  constexpr int L = 16 / sizeof(R);
+  for (int64_t c = 0; c < cols; ++c, a += lda) {
+    auto hit = simd::cmp_eq(simd::abs(simd::load_u(a)), v);
+    for (int k = 1; k < K; ++k) hit = simd::or_(hit, simd::cmp_eq(simd::abs(simd::load_u(a + strip_row<L>(k, rows))), v));
+    if (simd::mask_bits(hit)) return c;
+  }
+  return cols;
+}
+
+template <class R, int K = kStrip>
+vec_t<R> strip_max_of(int k, const R *a, int64_t lda, int64_t cols, int64_t rows) {
+  if constexpr (K > 1)
+    if (k < K) return strip_max_of<R, K - 1>(k, a, lda, cols, rows);
+  return strip_max<R, K>(a, lda, cols, rows);
+}
+template <class R, int K = kStrip>
+int64_t strip_find_of(int k, const R *a, int64_t lda, int64_t cols, int64_t rows, vec_t<R> v) {
+  if constexpr (K > 1)
+    if (k < K) return strip_find_of<R, K - 1>(k, a, lda, cols, rows, v);
+  return strip_find<R, K>(a, lda, cols, rows, v);
+}
+
+template <class R>
+inline R lanes_max(vec_t<R> m) {
+  if constexpr (sizeof(R) == 4) {
+    m = simd::max(simd::high_pair(m), m);
+    m = simd::max(simd::swap_pairs(m), m);
+  } else {
+    m = simd::max(simd::swap_lanes(m), m);
+  }
+  return simd::lane0(m);
+}
+
+template <class R>
+void real_pivot(int64_t i, int64_t n, const R *a, int64_t lda, int64_t *ipv, int64_t *jpv, R *xmax) {
+  constexpr int L = 16 / sizeof(R);
+  constexpr int64_t kRows = int64_t(kStrip) * L;
+  const R top = std::fabs(a[i + i * lda]);
   *ipv = *jpv = i;
   *xmax = top;
   if (!(top == top)) return;
-  const int64_t rows = n - i;
-  int64_t best = -1;
-  for (int64_t c = i; c < n; ++c) {
-    const R *col = a + i + c * lda;
-    V m0 = simd::zero<V>(), m1 = m0;
-    R m = 0;
-    int64_t r = 0;
-    for (; r + 2 * L <= rows; r += 2 * L) {
-      m0 = simd::max(simd::abs(simd::load_u(col + r)), m0);
-      m1 = simd::max(simd::abs(simd::load_u(col + r + L)), m1);
+  const int64_t m = n - i;
+  const R *block = a + i + i * lda;
+  auto registers = [](int64_t rows) { return int((rows + L - 1) / L); };
+  R most = top;
+  if (m < L) {
+    for (int64_t c = 0; c < m; ++c)
+      for (int64_t r = 0; r < m; ++r) most = std::fabs(block[r + c * lda]) > most ? std::fabs(block[r + c * lda]) : most;
+  } else {
+    for (int64_t r0 = 0; r0 < m; r0 += kRows) {
+      // a last strip shorter than a register reads back from the block's end
+      const int64_t s = std::min(r0, m - L), rows = std::min(kRows, m - s);
+      most = std::max(most, lanes_max<R>(strip_max_of<R>(registers(rows), block + s, lda, m, rows)));
     }
-    for (; r + L <= rows; r += L) m0 = simd::max(simd::abs(simd::load_u(col + r)), m0);
-    for (; r < rows; ++r) m = std::fabs(col[r]) > m ? std::fabs(col[r]) : m;
-    alignas(16) R lane[L];
-    simd::store_a(lane, simd::max(m1, m0));
-    for (int l = 0; l < L; ++l) m = lane[l] > m ? lane[l] : m;
-    if (m > top) top = m, best = c;
   }
-  if (best < 0) return;
-  *xmax = top;
-  const R *col = a + i + best * lda;
+  if (!(most > top)) return;
+  // The first column holding it: each strip's first such column, the least.
+  int64_t col = m;
+  if (m < L) {
+    for (int64_t c = 0; c < m && col == m; ++c)
+      for (int64_t r = 0; r < m; ++r)
+        if (std::fabs(block[r + c * lda]) == most) col = c;
+  } else {
+    const vec_t<R> v = simd::splat(most);
+    for (int64_t r0 = 0; r0 < m; r0 += kRows) {
+      const int64_t s = std::min(r0, m - L), rows = std::min(kRows, m - s);
+      col = std::min(col, strip_find_of<R>(registers(rows), block + s, lda, col, rows, v));
+    }
+  }
   int64_t r = 0;
-  while (!(std::fabs(col[r]) == top)) ++r;
-  *ipv = i + r, *jpv = best;
+  while (!(std::fabs(block[r + col * lda]) == most)) ++r;
+  *xmax = most;
+  *ipv = i + r, *jpv = i + col;
+}
+
+// x[j] := x[j] / d for j < len (complex: the scaled quotient); real
+// elements two or four a division.
+template <class E>
+void divide_column(int64_t len, E *x, E d) {
+  int64_t j = 0;
+  if constexpr (!is_complex_v<E>) {
+    constexpr int L = 16 / sizeof(E);
+    const vec_t<E> dv = simd::splat(d);
+    for (; j + L <= len; j += L) simd::store_u(x + j, simd::div(simd::load_u(x + j), dv));
+  }
+  for (; j < len; ++j) x[j] = quotient(x[j], d);
 }
 
 template <class T>
@@ -128,8 +212,7 @@ void getc2(int64_t n, typename T::elem *a, int64_t lda, int64_t *ipiv, int64_t *
     if (jpv != i) imports<T>::swap(&nn, &A(0, jpv), &one, &A(0, i), &one);
     jpiv[i] = jpv + 1;
     small_pivot(i, smin);
-    const E pivot = A(i, i);
-    for (int64_t j = i + 1; j < n; ++j) A(j, i) = quotient(A(j, i), pivot);
+    divide_column<E>(n - i - 1, &A(i + 1, i), A(i, i));
     const zor_int rest = n - i - 1;
     imports<T>::geru(&rest, &rest, &minus_one, &A(i + 1, i), &one, &A(i, i + 1), &ld, &A(i + 1, i + 1), &ld);
   }

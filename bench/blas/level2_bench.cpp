@@ -8,7 +8,8 @@
 // for dger also written once, at the rate of an SSE2 read loop over a
 // buffer of the same size, measured in the same run.
 //
-// usage: bench_blas_level2 [sizes (1000,4000)] [rounds (3)]
+// usage: bench_blas_level2 [sizes (1000,4000)] [rounds (3)] [routines: parts
+// of their names, e.g. "gbmv,trsv" (all)]
 // Figures: matrix bytes per second of processor time (GB/s); ratios ours /
 // peer, median and range over the rounds, ours and the peers interleaved.
 #include <zor/blas.h>
@@ -182,6 +183,16 @@ double read_rate(double bytes) {
   return double(count) * 8 / s * 1e-9;
 }
 
+std::vector<std::string> split(const std::string &text) {
+  std::vector<std::string> out;
+  for (size_t p = 0;;) {
+    const size_t q = text.find(',', p);
+    out.push_back(text.substr(p, q - p));
+    if (q == std::string::npos) return out;
+    p = q + 1;
+  }
+}
+
 std::vector<int> parse_sizes(const char *text) {
   std::vector<int> out;
   for (const char *p = text; *p;) {
@@ -197,10 +208,16 @@ std::vector<int> parse_sizes(const char *text) {
 int main(int argc, char **argv) {
   const std::vector<int> sizes = parse_sizes(argc > 1 ? argv[1] : "1000,4000");
   const int rounds = argc > 2 ? std::max(1, std::atoi(argv[2])) : 3;
+  const std::string only = argc > 3 ? argv[3] : "";
   std::setvbuf(stdout, nullptr, _IOLBF, 0);
   std::vector<Case> cases;
   for (int n : sizes)
-    for (int r = 0; r < kRoutines; ++r) cases.push_back({Routine(r), n});
+    for (int r = 0; r < kRoutines; ++r)
+      for (const std::string &part : split(only))
+        if (std::string(kNames[r]).find(part) != std::string::npos) {
+          cases.push_back({Routine(r), n});
+          break;
+        }
   auto measure = [&cases](int index, void *lib) {
     const Case &c = cases[size_t(index)];
     return rate(c, [&](Data &d) { call_peer(c, d, lib); });

@@ -40,7 +40,8 @@ using zor::bench::OpenBlasPeer;
 using zor::bench::thread_seconds;
 
 // Seconds of one call: one call for n of 1000 and above, else the best of
-// two runs of repeated calls of at least 50 ms.
+// two batches of at least 50 ms (the thread clock is a system call, so it is
+// read once a batch, never once a call).
 template <class F>
 double seconds_of(int n, F &&body) {
   if (n >= 1000) {
@@ -48,19 +49,7 @@ double seconds_of(int n, F &&body) {
     body();
     return thread_seconds() - t0;
   }
-  double best = 1e30;
-  for (int r = 0; r < 2; ++r) {
-    long calls = 0;
-    const double t0 = thread_seconds();
-    double t;
-    do {
-      body();
-      ++calls;
-      t = thread_seconds() - t0;
-    } while (t < 0.05);
-    best = std::min(best, t / double(calls));
-  }
-  return best;
+  return zor::bench::best_thread_seconds(body, 2);
 }
 
 struct Case {

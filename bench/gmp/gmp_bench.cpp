@@ -7,7 +7,8 @@
 // second, so a ratio above 1.0 means we are faster.
 //
 //   bench_gmp [rounds] [transform]   rounds of alternation (default 3);
-//                                    `transform`: the transform rung only
+//                                    `transform`: the transform rung only,
+//                                    `mul`: the products only
 //
 // Goals: mpz_mul 0.6x at 100 limbs, 0.7x at 1000, 1.0x at 10^4, 1.2x at
 // 32768, 0.8x at 10^5; mpn_addmul_1 0.85x at n = 1000. The rest is reported:
@@ -23,6 +24,7 @@
 #include <vector>
 
 #include "common.hpp"
+#include "dft/plan.hpp"
 #include "gmp/limbs.hpp"
 
 using zor::bench::best_thread_seconds;
@@ -114,6 +116,39 @@ void transform_rung() {
   }
 }
 
+// What the rung pays per product beside its three transforms: making and
+// freeing the real plan of each order it uses (17 up to 16384 limbs, 18
+// above). Reported as times, and as a share of one transform.
+void plan_cost() {
+  for (int32_t order : {17, 18}) {
+    const size_t L = size_t(1) << order;
+    std::vector<double> x(L + 4);
+    for (auto &v : x) v = double(int64_t(engine() % 65536) - 32768);
+    DftPlan *plan = nullptr;
+    zor::dft::real_pow2_create<double>(&plan, order);
+    int32_t work_bytes = 0;
+    zor::dft::plan_work_size(plan, &work_bytes);
+    std::vector<char> work(size_t(work_bytes) + 64);
+    double t_make = 1e30, t_forward = 1e30;
+    for (int k = 0; k < rounds; ++k) {
+      t_make = std::min(t_make, best_thread_seconds([&] {
+                          DftPlan *p = nullptr;
+                          zor::dft::real_pow2_create<double>(&p, order);
+                          zor::dft::plan_destroy(p);
+                        }, 3));
+      t_forward = std::min(t_forward, best_thread_seconds([&] {
+                             zor::dft::real_pow2_forward<double>(x.data(), x.data(), plan, work.data());
+                             keep(x);
+                           }, 3));
+    }
+    zor::dft::plan_destroy(plan);
+    std::printf("real plan of order %d: make+free %10.2f us   one forward %10.2f us   (%.2f transforms)\n", order,
+                t_make * 1e6, t_forward * 1e6, t_make / t_forward);
+    record("gmp", "transform plan make+free", order, "ours", t_make * 1e6, "us");
+    record("gmp", "transform forward", order, "ours", t_forward * 1e6, "us");
+  }
+}
+
 void reported() {
   for (int32_t n : {100, 1000}) {
     Pair a(2 * n), d(n), q;
@@ -151,7 +186,8 @@ void reported() {
 
 int main(int argc, char **argv) {
   if (argc > 1) rounds = std::max(1, std::atoi(argv[1]));
-  if (argc > 2 && std::string(argv[2]) == "transform") return transform_rung(), 0;
+  if (argc > 2 && std::string(argv[2]) == "transform") return plan_cost(), transform_rung(), 0;
+  if (argc > 2 && std::string(argv[2]) == "mul") return plan_cost(), products(), 0;
   addmul();
   products();
   transform_rung();

@@ -158,6 +158,77 @@ ZOR_API void zor_dft_c2_c_out_dft(const void *in, void *out, const int64_t *in_s
                                   int64_t first, int64_t count, dft_axis_kernel kernel, DftNode *node,
                                   int64_t *status, void *workspace);
 
+/* Shares of a real task (first axis real, the others complex over its
+   h = L0 / 2 + 1 values), called back by the threading layer. Unlike the
+   complex shares they take the task's arrays as the compute entry got them,
+   offsets not added (the two sides count them in different units); in place
+   when out is null or in. The spectrum side is the one of the node's
+   storage: complex values (39) or the ccs reals read as complex values (40).
+   s/c single, d/z double.
+
+   {ssc,ddz}1_nd_out_par, forward: lines first .. first + count - 1 of axis
+   `axis`. Axis 0: real rows into their half spectra (rows numbered over
+   axes 1 on and then the batch, axis 1 fastest; at rank 1 the transforms of
+   the batch, in any packed format). Axes 1 on: complex lines of the half
+   spectrum in place, numbered as the complex ?1_nd_par numbers them.
+   {ssc,ddz}2_nd_out_par, forward: slices first .. first + count - 1 (axes 2
+   on, then the batch, axis 2 fastest): the slice's rows, then its h columns.
+   {ccs,zzd}1_nd_out_par and {ccs,zzd}2_nd_out_par: the same backward; axis 0
+   (the slice's rows, after its columns) writes the real output. From rank 2
+   on they work in place on the spectrum at `in`: out of place the threading
+   layer hands them a copy when the caller's input must be kept. A task runs
+   forward as slices (or axes 0 and 1) then axes 2, 3, ...; backward as axes
+   ..., 3, 2, then slices (or axes 1 and 0).
+
+   Passes of one plane (rank 2), with explicit strides in each side's units
+   (reals; complex values for the spectrum), point stride first:
+   {sc,dz}2_r_dft: real rows first .. first + count - 1 of in into half
+   spectrum rows of out (out may be in) with the real kernel `kernel`;
+   {cs,zd}2_r_dft and {cs,zd,ccs,zzd}2_r_out_dft: spectrum rows into real
+   rows (the same routine; out may be in).
+   {sc,dz,cs,zd,ccs,zzd}2_c_dft: columns first .. first + count - 1 of the
+   half spectrum in place, {ssc,ddz}2_c_out_dft from in to out, with the
+   complex kernel of node->next_axis, as ?2_c_dft and ?2_c_out_dft. */
+#define ZOR_DFT_REAL_LINES(name)                                                                                 \
+  ZOR_API int64_t name(DftNode *root, int64_t axis, void *in, void *out, int64_t first, int64_t count,           \
+                       void *workspace)
+#define ZOR_DFT_REAL_SLICES(name) \
+  ZOR_API int64_t name(DftNode *root, void *in, void *out, int64_t first, int64_t count, void *workspace)
+ZOR_DFT_REAL_LINES(zor_dft_ddz1_nd_out_par);
+ZOR_DFT_REAL_LINES(zor_dft_zzd1_nd_out_par);
+ZOR_DFT_REAL_LINES(zor_dft_ssc1_nd_out_par);
+ZOR_DFT_REAL_LINES(zor_dft_ccs1_nd_out_par);
+ZOR_DFT_REAL_SLICES(zor_dft_ddz2_nd_out_par);
+ZOR_DFT_REAL_SLICES(zor_dft_zzd2_nd_out_par);
+ZOR_DFT_REAL_SLICES(zor_dft_ssc2_nd_out_par);
+ZOR_DFT_REAL_SLICES(zor_dft_ccs2_nd_out_par);
+#define ZOR_DFT_REAL_ROWS(name)                                                                                  \
+  ZOR_API int64_t name(const void *in, void *out, const int64_t *in_strides, const int64_t *out_strides,         \
+                       int64_t first, int64_t count, dft_axis_kernel kernel, DftNode *node, void *workspace)
+#define ZOR_DFT_REAL_COLUMNS(name)                                                                               \
+  ZOR_API void name(void *data, const int64_t *first_stride, const int64_t *second_stride, int64_t first,        \
+                    int64_t count, dft_axis_kernel kernel, DftNode *node, int64_t *status, void *workspace)
+#define ZOR_DFT_REAL_COLUMNS_OUT(name)                                                                           \
+  ZOR_API void name(const void *in, void *out, const int64_t *in_strides, const int64_t *out_strides,            \
+                    int64_t first, int64_t count, dft_axis_kernel kernel, DftNode *node, int64_t *status,        \
+                    void *workspace)
+ZOR_DFT_REAL_ROWS(zor_dft_dz2_r_dft);
+ZOR_DFT_REAL_ROWS(zor_dft_zd2_r_dft);
+ZOR_DFT_REAL_ROWS(zor_dft_zd2_r_out_dft);
+ZOR_DFT_REAL_ROWS(zor_dft_zzd2_r_out_dft);
+ZOR_DFT_REAL_ROWS(zor_dft_sc2_r_dft);
+ZOR_DFT_REAL_ROWS(zor_dft_cs2_r_dft);
+ZOR_DFT_REAL_ROWS(zor_dft_cs2_r_out_dft);
+ZOR_DFT_REAL_ROWS(zor_dft_ccs2_r_out_dft);
+ZOR_DFT_REAL_COLUMNS(zor_dft_dz2_c_dft);
+ZOR_DFT_REAL_COLUMNS(zor_dft_zd2_c_dft);
+ZOR_DFT_REAL_COLUMNS(zor_dft_zzd2_c_dft);
+ZOR_DFT_REAL_COLUMNS(zor_dft_sc2_c_dft);
+ZOR_DFT_REAL_COLUMNS(zor_dft_cs2_c_dft);
+ZOR_DFT_REAL_COLUMNS(zor_dft_ccs2_c_dft);
+ZOR_DFT_REAL_COLUMNS_OUT(zor_dft_ddz2_c_out_dft);
+ZOR_DFT_REAL_COLUMNS_OUT(zor_dft_ssc2_c_out_dft);
+
 /* One real plane of a committed real node of rank 2, with the node's
    offsets and strides: forward (real to spectrum) x{dz,sc}dft2d for storage
    40 (ccs) and x{dzz,scc}dft2d for storage 39; backward x{zd,cs}dft2d and

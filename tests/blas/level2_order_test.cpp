@@ -7,8 +7,8 @@
 //    (2, 3, 6, 7), joined as (A + B) lane 0 plus lane 1, the rest of the rows
 //    subtracted one at a time, then the 4 by 4 head, then the division;
 //  - xdsymv and dspmv: each column's dot s multiplied by alpha after the sum,
-//    y[j] := y[j] + s alpha (strided dense columns four at a time, in row
-//    order);
+//    y[j] := y[j] + s alpha (strided dense columns four at a time, rows in
+//    pairs with the even and odd rows of each dot summed apart);
 //  - dzgemv, scgemv: a failed scratch allocation ends in the direct pass,
 //    'N' with the bits of the split products, transposed within rounding;
 //    nothing leaks.
@@ -98,10 +98,13 @@ TEST(Level2Order, TransposedPackedSolveAccumulators) {
 // y := alpha A x + y by the column walk: dense columns in groups of four
 // (packed in pairs), the group's diagonal block before (lower) or after
 // (upper) the rows off it, every row's terms in column order and each dot in
-// row order; then y[j + k] += s_k alpha (late) or the dot of alpha-scaled
-// terms (early: the neighbouring order).
-std::vector<double> symmetric_model(bool upper, int64_t n, int group, double alpha, const std::vector<double> &full,
-                                    const std::vector<double> &x, std::vector<double> y, bool late) {
+// row order (paired: the rows off the block in pairs, even and odd rows
+// summed apart and joined before a last odd row); then y[j + k] += s_k
+// alpha (late) or the dot of alpha-scaled terms (early: the neighbouring
+// order).
+std::vector<double> symmetric_model(bool upper, int64_t n, int group, bool paired, double alpha,
+                                    const std::vector<double> &full, const std::vector<double> &x,
+                                    std::vector<double> y, bool late) {
   auto a = [&](int64_t i, int64_t j) { return full[size_t(i + j * n)]; };
   auto term = [&](double s, double v) { return late ? s + v : s + alpha * v; };
   auto finish = [&](double s) { return late ? s * alpha : s; };
@@ -121,11 +124,20 @@ std::vector<double> symmetric_model(bool upper, int64_t n, int group, double alp
     double t[4], s[4] = {0, 0, 0, 0};
     for (int q = 0; q < cols; ++q) t[q] = alpha * x[size_t(j + q)];
     if (!upper) block(j, cols, t, s);
-    for (int64_t i = upper ? 0 : j + cols; i < (upper ? j : n); ++i) {
+    auto row = [&](int64_t i, double *sum) {
       double v = y[size_t(i)];
-      for (int q = 0; q < cols; ++q) v = v + t[q] * a(i, j + q), s[q] = term(s[q], a(i, j + q) * x[size_t(i)]);
+      for (int q = 0; q < cols; ++q) v = v + t[q] * a(i, j + q), sum[q] = term(sum[q], a(i, j + q) * x[size_t(i)]);
       y[size_t(i)] = v;
+    };
+    const int64_t r0 = upper ? 0 : j + cols, r1 = upper ? j : n;
+    int64_t i = r0;
+    if (paired) {
+      double lane[2][4] = {};
+      for (; i + 2 <= r1; i += 2) row(i, lane[0]), row(i + 1, lane[1]);
+      if (i > r0)
+        for (int q = 0; q < cols; ++q) s[q] = s[q] + (lane[0][q] + lane[1][q]);
     }
+    for (; i < r1; ++i) row(i, s);
     if (upper) block(j, cols, t, s);
     for (int q = 0; q < cols; ++q) y[size_t(j + q)] = y[size_t(j + q)] + finish(s[q]);
     j += cols;
@@ -143,17 +155,18 @@ std::vector<double> symmetric_model(bool upper, int64_t n, int group, double alp
   return y;
 }
 
-// Dense with x of stride 2 (scalar rows at every size), and at orders where
-// the unit-stride row pass takes at most one row after a lower block's terms
-// (its lanes are joined before they reach the dot): dense to n = 5, packed to
-// n = 3.
+// Dense with x of stride 2 (rows in pairs at every size); dense with unit
+// strides and y on a 16-byte boundary, where the row pass's two lanes are
+// the same pairs, when the single columns are short (n below 6 or a
+// multiple of 4); packed to n = 3.
 TEST(Level2Order, SymmetricAlphaAfterTheSum) {
   Rng rng(777);
   int differ = 0;
-  for (int64_t n : {1, 2, 3, 4, 5, 6, 9, 13, 22})
+  for (int64_t n : {1, 2, 3, 4, 5, 6, 9, 13, 20, 22})
     for (char uplo : {'U', 'L'})
       for (int form = 0; form < 3; ++form) {  // dense strided, dense unit, packed unit
-        if (n > (form == 0 ? 99 : form == 1 ? 5 : 3)) continue;
+        if (form == 1 && n > 5 && n % 4) continue;
+        if (form == 2 && n > 3) continue;
         SCOPED_TRACE(testing::Message() << "n " << n << " " << uplo << " form " << form);
         const bool upper = uplo == 'U';
         std::vector<double> full(size_t(n * n)), ap;
@@ -166,8 +179,11 @@ TEST(Level2Order, SymmetricAlphaAfterTheSum) {
         for (int64_t i = 0; i < n; ++i) xs[size_t(i * incx)] = x[size_t(i)] = spread(rng, 10);
         for (auto &v : y) v = rng.uniform();
         const double alpha = 0.3, beta = 1.0;
-        const std::vector<double> want = symmetric_model(upper, n, form == 2 ? 2 : 4, alpha, full, x, y, true);
-        differ += want != symmetric_model(upper, n, form == 2 ? 2 : 4, alpha, full, x, y, false);
+        ASSERT_EQ(reinterpret_cast<uintptr_t>(y.data()) % 16, 0u);
+        const int group = form == 2 ? 2 : 4;
+        const std::vector<double> want = symmetric_model(upper, n, group, form < 2, alpha, full, x, y, true);
+        differ += want != symmetric_model(upper, n, group, form < 2, alpha, full, x, y, false);
+        differ += form == 0 && want != symmetric_model(upper, n, group, false, alpha, full, x, y, true);
         if (form == 2) zor_blas_dspmv(&uplo, &n, &alpha, ap.data(), xs.data(), &incx, &beta, y.data(), &one);
         else zor_blas_xdsymv(&uplo, &n, &alpha, full.data(), &n, xs.data(), &incx, &beta, y.data(), &one);
         for (int64_t i = 0; i < n; ++i) ASSERT_TRUE(same_bits(y[size_t(i)], want[size_t(i)])) << "element " << i;

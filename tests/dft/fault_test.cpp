@@ -296,11 +296,16 @@ namespace {
 // Several dimensions, default strides: every allocation of commit (the axis
 // chain, plans, workspace) and of one compute fails in turn. Real tasks run
 // out of place with the spectrum as complex values, in both directions (the
-// backward one copies the spectrum).
+// backward one copies the spectrum). With two threads the provider's
+// stand-in runs the task as shares (backward out of place on its own copy).
 template <class T>
-void check_md(int32_t domain, std::vector<int64_t> len, int32_t placement, bool forward) {
+void check_md(int32_t domain, std::vector<int64_t> len, int32_t placement, bool forward, int32_t threads = 1) {
   SCOPED_TRACE(testing::Message() << "domain " << domain << " rank " << len.size() << " placement " << placement
-                                  << " forward " << forward << " bytes " << sizeof(T));
+                                  << " forward " << forward << " bytes " << sizeof(T) << " threads " << threads);
+  struct Policy {
+    explicit Policy(int32_t t) { zor_core_dft_policy(0, t, t); }
+    ~Policy() { zor_core_dft_policy(0, 1, 1); }
+  } policy(threads);
   DftNode *d = nullptr;
   ASSERT_EQ(zor_fft_create(&d, precision_of<T>, domain, int64_t(len.size()), len.data()), 0);
   ASSERT_EQ(zor_fft_set_value(d, DFT_PLACEMENT, placement), 0);
@@ -342,6 +347,8 @@ TEST(DftFaults, SeveralDimensions) {
   check_md<double>(DFT_REAL, {10, 6, 3}, DFT_NOT_INPLACE, true);
   check_md<double>(DFT_REAL, {10, 6}, DFT_NOT_INPLACE, false);
   check_md<float>(DFT_REAL, {9, 4}, DFT_NOT_INPLACE, false);
+  check_md<double>(DFT_REAL, {10, 6, 3}, DFT_NOT_INPLACE, false, 2);
+  check_md<float>(DFT_REAL, {8, 6}, DFT_NOT_INPLACE, true, 2);
 }
 
 }  // namespace
