@@ -43,7 +43,7 @@ constexpr int64_t kMiddleRun = 16;
 // the rows all hold go singly up to y's 16-byte boundary, then registers,
 // then the last rows singly.
 template <class E, int G>
-ZOR_HOT void middle_groups(int64_t groups, int64_t len, const E *c0, int64_t lda, const E *t, E *y) {
+ZOR_HOT inline void middle_groups(int64_t groups, int64_t len, const E *c0, int64_t lda, const E *t, E *y) {
   using P = Pack<E>;
   using V = vec_t<E>;
   constexpr int L = P::n;

@@ -37,7 +37,7 @@ ZOR_HOT inline void columns_take_x(int64_t m, const E *x, const Factor<E> *t, E 
   if constexpr (L > 1)
     while (i < m && !aligned_to(c[0] + i, 16)) row(i++);
   const std::array<Factor<E>, Cols> f = [&]<size_t... K>(std::index_sequence<K...>) {
-    return std::array<Factor<E>, Cols>{t[K]...};
+    return std::array<Factor<E>, Cols>{Factor<E>(t[K].s)...};
   }(std::make_index_sequence<Cols>());
   E *ck[Cols];
   for (int k = 0; k < Cols; ++k) ck[k] = c[k];

@@ -198,10 +198,12 @@ ZOR_HOT inline void row_pass(int64_t len, const E *const *c, const Factor<E> *t,
   int64_t nv = (len - i) / L;
   if (nv > 0) {
     DotLanes<E, Conj> acc[Sets][Cols];
-    // The factors copied here: y's stores could otherwise alias them, and
-    // they would be read again after every store.
+    // The factors formed again here from their scalars: y's stores could
+    // otherwise alias them, and they would be read again after every store
+    // (a plain copy would read the padding after the scalar too, which no
+    // store forwards).
     [[maybe_unused]] const auto tk = [&]<size_t... K>(std::index_sequence<K...>) {
-      if constexpr (Update) return std::array<Factor<E>, Cols>{t[K]...};
+      if constexpr (Update) return std::array<Factor<E>, Cols>{Factor<E>(t[K].s)...};
       else return 0;
     }(std::make_index_sequence<Cols>());
     const E *ck[Cols];

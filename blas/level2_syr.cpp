@@ -59,7 +59,7 @@ ZOR_HOT inline void pair_pass(int64_t len, const E *x, const E *y, const Factor<
   int64_t i = 0;
   if constexpr (L > 1)
     while (i < len && !aligned_to(c0 + i, 16)) row(i++);
-  const Factor<E> f00 = f[0][0], f01 = f[0][1], f10 = f[1][0], f11 = f[1][1];
+  const Factor<E> f00(f[0][0].s), f01(f[0][1].s), f10(f[1][0].s), f11(f[1][1].s);
   ladder<4>((len - i) / L, [&]<int Count>() ZOR_HOT {
     for (int u = 0; u < Count; ++u, i += L) {
       const V xv = P::load(x + i), yv = P::load(y + i);
