@@ -216,7 +216,10 @@ inline void dia_triangular_solve(const Dia<E, I> &a, int64_t m, int64_t strict_f
   if (m < 1) return;
   constexpr bool lower = K.part == 'l', cj = K.op == 'c', transposed = K.op != 'n';
   int64_t B = m;
-  if (strict_last != 0) {
+  // An empty strict part (strict last 0, or in part u a strict first past
+  // the list, as a unit solve of the main diagonal alone has) reads no
+  // distance and leaves one block.
+  if (strict_last != 0 && strict_first <= strict_last) {
     const int64_t d = lower ? -int64_t(a.dist[strict_last - 1]) : int64_t(a.dist[strict_first - 1]);
     if (d > 0) B = d;  // 0 (and a list out of order) leaves one block
   }
