@@ -7,7 +7,8 @@
 // peelable, either stream may stay 8 bytes off); x is shift-merged when its
 // phase differs. Main steps in vectors: s 16 (64 floats), d 32 (64 doubles),
 // c 16 (32 complex), z 16. A zero `a` (complex: both parts) returns without
-// touching y; the test is `0 == a`, so a NaN `a` is applied.
+// touching y; the test is `0 == a`, so a NaN `a` is applied. Long streams
+// ask for lines ahead of x and y.
 #include <zor/blas.h>
 
 #include "blas/level1_skeleton.hpp"
@@ -18,6 +19,7 @@ namespace {
 template <class E>
 struct AxpyOp : Streams<E, true, false, true, true> {
   using V = vec_t<E>;
+  static constexpr bool hinted = true;
   Factor<E> a;
   ZOR_HOT void vec(V &x, V &y) const { y = simd::add(a.times(x), y); }
   void one(E &x, E &y) const { y = a.s * x + y; }

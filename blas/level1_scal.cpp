@@ -20,6 +20,7 @@ namespace {
 template <class E, class F>
 struct ScalOp : Streams<E, false, false, true, true> {
   using V = vec_t<E>;
+  static constexpr bool hinted = true;
   Factor<F> a;
   ZOR_HOT void vec(V &, V &y) const { y = a.times(y); }
   void one(E &, E &y) const { y = a.s * y; }

@@ -15,10 +15,40 @@
 // so both give the same bits.
 #include <zor/blas.h>
 
+#include <array>
+#include <utility>
+
 #include "blas/level2_rows.hpp"
 
 namespace zor::blas::level2 {
 namespace {
+
+// Columns c[0..Cols) each take their factor times x over m rows, in one pass
+// over x: each element a + t x; rows singly up to the first column's 16-byte
+// boundary, then registers, then the last rows singly.
+template <class E, int Cols>
+ZOR_HOT inline void columns_take_x(int64_t m, const E *x, const Factor<E> *t, E *const *c) {
+  using P = Pack<E>;
+  constexpr int L = P::n;
+  auto row = [&](int64_t i) ZOR_HOT {
+    for (int k = 0; k < Cols; ++k) c[k][i] = c[k][i] + t[k].s * x[i];
+  };
+  int64_t i = 0;
+  if constexpr (L > 1)
+    while (i < m && !aligned_to(c[0] + i, 16)) row(i++);
+  const std::array<Factor<E>, Cols> f = [&]<size_t... K>(std::index_sequence<K...>) {
+    return std::array<Factor<E>, Cols>{t[K]...};
+  }(std::make_index_sequence<Cols>());
+  E *ck[Cols];
+  for (int k = 0; k < Cols; ++k) ck[k] = c[k];
+  ladder<2>((m - i) / L, [&]<int Count>() ZOR_HOT {
+    for (int u = 0; u < Count; ++u, i += L) {
+      const vec_t<E> xv = P::load(x + i);
+      for (int k = 0; k < Cols; ++k) P::store(ck[k] + i, simd::add(P::load(ck[k] + i), f[k].times(xv)));
+    }
+  });
+  for (; i < m; ++i) row(i);
+}
 
 template <class T, bool Conj>
 void ger(const zor_int *m_, const zor_int *n_, const void *alpha_, const void *x_, const zor_int *incx_,
@@ -34,7 +64,21 @@ void ger(const zor_int *m_, const zor_int *n_, const void *alpha_, const void *x
   E *a = static_cast<E *>(a_);
   const zor_int one = 1;
   const bool inline_rows = m <= tuned::kGerInlineRows && incx == 1 && on_boundary(x) && on_boundary(a);
-  for (int64_t j = 0; j < n; ++j) {
+  int64_t j = 0;
+  constexpr int G = tuned::kGerColumns;
+  if (G > 1 && !inline_rows && incx == 1 && on_boundary(x) && on_boundary(a))
+    for (; j + G <= n; j += G) {
+      bool zero = false;
+      for (int k = 0; k < G; ++k) zero = zero || is_zero(y.get(j + k));
+      if (zero) break;
+      const auto f = [&]<size_t... K>(std::index_sequence<K...>) {
+        return std::array<Factor<E>, G>{Factor<E>(alpha * conj_if<Conj>(y.get(j + int64_t(K))))...};
+      }(std::make_index_sequence<G>());
+      E *c[G];
+      for (int k = 0; k < G; ++k) c[k] = a + (j + k) * lda;
+      columns_take_x<E, G>(m, x, f.data(), c);
+    }
+  for (; j < n; ++j) {
     const E yj = y.get(j);
     if (is_zero(yj)) continue;
     const E t = alpha * conj_if<Conj>(yj);

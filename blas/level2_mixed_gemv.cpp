@@ -9,7 +9,10 @@
 // imaginary parts, y likewise, into four scratch vectors from the pool; the
 // real product runs twice on A with alpha 1 and beta 1, once for each part,
 // and the parts of y are joined again. A scratch vector that cannot be had
-// sends the call to the direct pass, with the same result for 'N'.
+// sends the call to the direct pass: the same product, with the same bits
+// for 'N' (every element of y takes its columns in order either way); a
+// transposed sum there runs the rows in order, where the real product's dot
+// keeps two lanes, so it rounds apart from the split path by a few units.
 #include <zor/blas.h>
 
 #include "blas/level2_gemv.hpp"

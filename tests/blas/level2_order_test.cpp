@@ -242,6 +242,19 @@ void mixed_under_faults() {
 TEST(Level2Order, MixedGemvScratchFailures) {
   mixed_under_faults<float>();
   mixed_under_faults<double>();
+  // Below 4 columns (or rows) the direct pass runs: nothing is allocated.
+  const int64_t m = 300, n = 3, one = 1;
+  std::vector<double> a(size_t(m * n), 0.5);
+  std::vector<cdouble> x(size_t(m), cdouble(1, 2)), y(static_cast<size_t>(n));
+  const cdouble alpha(1, 1), beta(0, 0);
+  on_new_thread([&] {
+    const PoolStat before = pool_stat();
+    const long raw = qalloc_count(QALLOC_MALLOC) + qalloc_count(QALLOC_CALLOC);
+    zor_blas_dzgemv("T", &m, &n, &alpha, a.data(), &m, x.data(), &one, &beta, y.data(), &one);
+    EXPECT_EQ(qalloc_count(QALLOC_MALLOC) + qalloc_count(QALLOC_CALLOC), raw);
+    EXPECT_EQ(pool_stat().count, before.count);
+  });
+  EXPECT_EQ(y[2], alpha * cdouble(150, 300));
 }
 
 }  // namespace

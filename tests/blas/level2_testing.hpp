@@ -1,8 +1,7 @@
-// Shared pieces of the level-2 tests: the routine of a precision picked from
-// a row of four, random layouts (sizes at the kernels' boundaries, leading
-// dimensions even and odd, byte offsets 0, 4, 8, 12, increments 1, 2, -1,
-// -3), operands in guarded buffers, and the comparison of every element of
-// an output with the oracle's, guards included.
+// Shared pieces of the level-2 tests: random layouts (sizes at the kernels'
+// boundaries, leading dimensions even and odd, byte offsets 0, 4, 8, 12,
+// increments 1, 2, -1, -3), operands in guarded buffers, and the comparison
+// of every element of an output with the oracle's, guards included.
 #pragma once
 #include <algorithm>
 #include <cmath>
@@ -15,22 +14,15 @@
 
 namespace zor::test::level2 {
 
-// The entry of a row s, d, c, z for the element type E.
-template <class E, class Fs, class Fd, class Fc, class Fz>
-constexpr auto pick(Fs s, Fd d, Fc c, Fz z) {
-  if constexpr (std::is_same_v<E, float>) return s;
-  else if constexpr (std::is_same_v<E, double>) return d;
-  else if constexpr (std::is_same_v<E, cfloat>) return c;
-  else return z;
-}
-
-// Runs body.template operator()<E>() for the four element types.
+// Runs body.template operator()<E>() for the four element types, double
+// complex under both answers of the processor query (the level-1 kernels the
+// level-2 routines call choose by it).
 template <class F>
 void for_each_type(F &&body) {
   body.template operator()<float>();
   body.template operator()<double>();
   body.template operator()<cfloat>();
-  body.template operator()<cdouble>();
+  for_both_kernels([&] { body.template operator()<cdouble>(); });
 }
 
 inline int64_t span(int64_t len, int64_t inc) { return len < 1 ? 1 : 1 + (len - 1) * std::abs(inc); }
