@@ -53,7 +53,7 @@ void run_two(const Op &op, int64_t n, typename Op::E *x, int64_t incx, typename 
 template <class E, int Main, bool StrictUnit>
 void axpy(const zor_int *n, const void *a, const void *x, const zor_int *incx, void *y, const zor_int *incy) {
   if (*n < 1) return;
-  E alpha = *static_cast<const E *>(a);
+  E alpha = load_any(static_cast<const E *>(a));
   if (is_zero(alpha)) return;
   AxpyOp<E> op{{}, Factor<E>(alpha)};
   run_two<AxpyOp<E>, Main, StrictUnit>(op, *n, const_cast<E *>(static_cast<const E *>(x)), *incx,
@@ -64,7 +64,7 @@ template <class E, int Main>
 void axpby(const zor_int *n, const void *a, const void *x, const zor_int *incx, const void *b, void *y,
            const zor_int *incy) {
   if (*n < 1) return;
-  E alpha = *static_cast<const E *>(a), beta = *static_cast<const E *>(b);
+  E alpha = load_any(static_cast<const E *>(a)), beta = load_any(static_cast<const E *>(b));
   if (is_zero(alpha) && is_one(beta)) return;
   E *xp = const_cast<E *>(static_cast<const E *>(x)), *yp = static_cast<E *>(y);
   if (is_zero(beta)) {

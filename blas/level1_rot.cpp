@@ -214,14 +214,15 @@ void rotmg(R *d1, R *d2, R *x1, const R *y1, R *param) {
 
 using namespace zor::blas;
 using zor::cplx;
+using zor::load_any;
 
 // clang-format off
 ZOR_API void zor_blas_xsrot(const zor_int *n, float *x, const zor_int *incx, float *y, const zor_int *incy, const float *c, const float *s) { rot<float, float, fixed::kRot.s>(*n, x, *incx, y, *incy, *c, *s); }
-ZOR_API void zor_blas_xdrot(const zor_int *n, double *x, const zor_int *incx, double *y, const zor_int *incy, const double *c, const double *s) { rot<double, double, fixed::kRot.d>(*n, x, *incx, y, *incy, *c, *s); }
+ZOR_API void zor_blas_xdrot(const zor_int *n, double *x, const zor_int *incx, double *y, const zor_int *incy, const double *c, const double *s) { rot<double, double, fixed::kRot.d>(*n, x, *incx, y, *incy, load_any(c), load_any(s)); }
 ZOR_API void zor_blas_xcsrot(const zor_int *n, void *x, const zor_int *incx, void *y, const zor_int *incy, const float *c, const float *s) { rot<cplx<float>, float, fixed::kRot.c>(*n, x, *incx, y, *incy, *c, *s); }
-ZOR_API void zor_blas_xzdrot(const zor_int *n, void *x, const zor_int *incx, void *y, const zor_int *incy, const double *c, const double *s) { rot<cplx<double>, double, fixed::kRot.z>(*n, x, *incx, y, *incy, *c, *s); }
+ZOR_API void zor_blas_xzdrot(const zor_int *n, void *x, const zor_int *incx, void *y, const zor_int *incy, const double *c, const double *s) { rot<cplx<double>, double, fixed::kRot.z>(*n, x, *incx, y, *incy, load_any(c), load_any(s)); }
 ZOR_API void zor_blas_xcrot(const zor_int *n, void *x, const zor_int *incx, void *y, const zor_int *incy, const float *c, const void *s) { rot<cplx<float>, cplx<float>, fixed::kRotComplexS>(*n, x, *incx, y, *incy, *c, *static_cast<const cplx<float> *>(s)); }
-ZOR_API void zor_blas_xzrot(const zor_int *n, void *x, const zor_int *incx, void *y, const zor_int *incy, const double *c, const void *s) { rot<cplx<double>, cplx<double>, fixed::kRotComplexS>(*n, x, *incx, y, *incy, *c, *static_cast<const cplx<double> *>(s)); }
+ZOR_API void zor_blas_xzrot(const zor_int *n, void *x, const zor_int *incx, void *y, const zor_int *incy, const double *c, const void *s) { rot<cplx<double>, cplx<double>, fixed::kRotComplexS>(*n, x, *incx, y, *incy, load_any(c), load_any(static_cast<const cplx<double> *>(s))); }
 ZOR_API void zor_blas_srotg(float *a, float *b, float *c, float *s) { rotg(a, b, c, s); }
 ZOR_API void zor_blas_drotg(double *a, double *b, double *c, double *s) { rotg(a, b, c, s); }
 ZOR_API void zor_blas_crotg(void *a, const void *b, float *c, void *s) { crotg(static_cast<cplx<float> *>(a), static_cast<const cplx<float> *>(b), c, static_cast<cplx<float> *>(s)); }
