@@ -53,45 +53,45 @@ void rot(int64_t n, void *x, int64_t incx, void *y, int64_t incy, real_t<E> c, S
 }
 
 // ---------------------------------------------------------------- rotg
+// The in/out scalars may stand at any byte offset: they are read once and
+// written once through load_any / store_any.
 template <class R>
-void rotg(R *a, R *b, R *c, R *s) {
-  R aa = std::fabs(*a), ab = std::fabs(*b);
-  R roe = aa > ab ? *a : *b;
+void rotg(R *pa, R *pb, R *pc, R *ps) {
+  const R a = load_any(pa), b = load_any(pb);
+  R aa = std::fabs(a), ab = std::fabs(b);
+  R roe = aa > ab ? a : b;
   R scale = aa + ab;
   if (scale == R(0)) {
-    *c = 1, *s = 0, *a = 0, *b = 0;
+    store_any(pc, R(1)), store_any(ps, R(0)), store_any(pa, R(0)), store_any(pb, R(0));
     return;
   }
-  R ra = *a / scale, rb = *b / scale;
+  R ra = a / scale, rb = b / scale;
   R r = scale * std::sqrt(ra * ra + rb * rb);
   if (roe < R(0)) r = -r;
-  *c = *a / r;
-  *s = *b / r;
+  R c = a / r, s = b / r;
   R z = R(1);
-  if (aa > ab) z = *s;
-  if (ab >= aa && *c != R(0)) z = R(1) / *c;
-  *a = r;
-  *b = z;
+  if (aa > ab) z = s;
+  if (ab >= aa && c != R(0)) z = R(1) / c;
+  store_any(pc, c), store_any(ps, s), store_any(pa, r), store_any(pb, z);
 }
 
 template <class R>
-void crotg(cplx<R> *a, const cplx<R> *b, R *c, cplx<R> *s) {
-  R aa = std::hypot(a->re, a->im);
+void crotg(cplx<R> *pa, const cplx<R> *pb, R *pc, cplx<R> *ps) {
+  const cplx<R> a = load_any(pa), b = load_any(pb);
+  R aa = std::hypot(a.re, a.im);
   if (aa == R(0)) {
-    *c = 0;
-    *s = {1, 0};
-    *a = *b;
+    store_any(pc, R(0)), store_any(ps, cplx<R>{1, 0}), store_any(pa, b);
     return;
   }
-  R ab = std::hypot(b->re, b->im);
+  R ab = std::hypot(b.re, b.im);
   R scale = aa + ab;
-  R pa = std::hypot(a->re / scale, a->im / scale), pb = std::hypot(b->re / scale, b->im / scale);
-  R norm = scale * std::sqrt(pa * pa + pb * pb);
-  cplx<R> alpha{a->re / aa, a->im / aa};
-  *c = aa / norm;
-  cplx<R> t = alpha * conj(*b);
-  *s = {t.re / norm, t.im / norm};
-  *a = {alpha.re * norm, alpha.im * norm};
+  R qa = std::hypot(a.re / scale, a.im / scale), qb = std::hypot(b.re / scale, b.im / scale);
+  R norm = scale * std::sqrt(qa * qa + qb * qb);
+  cplx<R> alpha{a.re / aa, a.im / aa};
+  cplx<R> t = alpha * conj(b);
+  store_any(pc, aa / norm);
+  store_any(ps, cplx<R>{t.re / norm, t.im / norm});
+  store_any(pa, cplx<R>{alpha.re * norm, alpha.im * norm});
 }
 
 // ---------------------------------------------------------------- rotm
