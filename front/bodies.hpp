@@ -96,7 +96,7 @@ inline void rotg(E *a, E *b, real_t<E> *c, E *s) {
 }
 template <class R>
 inline void rotm(zor_int n, R *x, zor_int incx, R *y, zor_int incy, const R *param) {
-  if (n > 0 && param[0] != R(-2)) imp<R>::rotm(&n, x, &incx, y, &incy, param);
+  if (n > 0 && load_any(param) != R(-2)) imp<R>::rotm(&n, x, &incx, y, &incy, param);
 }
 template <class R>
 inline void rotmg(R *d1, R *d2, R *x1, const R *y1, R *param) {
