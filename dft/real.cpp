@@ -614,8 +614,8 @@ template <class R> DftMethod threaded_real_md = {commit_threaded_real_md<R>, nul
 
 DftMethod *const method_list_dr1d[] = {&large_real_double, &threaded_real<double>, nullptr};
 DftMethod *const method_list_sr1d[] = {&large_real_single, &threaded_real<float>, nullptr};
-DftMethod *const method_list_drmd[] = {&threaded_real_md<double>, nullptr};
-DftMethod *const method_list_srmd[] = {&threaded_real_md<float>, nullptr};
+DftMethod *const method_list_drmd[] = {&real_cube_double, &threaded_real_md<double>, nullptr};
+DftMethod *const method_list_srmd[] = {&real_cube_single, &threaded_real_md<float>, nullptr};
 
 }  // namespace zor::dft
 
