@@ -222,8 +222,10 @@ TEST(DftRealMulti, SmallCubes) {
     }
 }
 
-TEST(DftRealMulti, AgainstNaiveDouble) { all_tasks<double>(501); }
-TEST(DftRealMulti, AgainstNaiveSingle) { all_tasks<float>(502); }
+TEST(DftRealMulti, AgainstNaive) {
+  all_tasks<double>(501);
+  all_tasks<float>(502);
+}
 
 // ---------------------------------------------------------------- shares
 
@@ -231,17 +233,6 @@ struct TwoThreads {
   TwoThreads() { zor_core_dft_policy(0, 2, 2); }
   ~TwoThreads() { zor_core_dft_policy(0, 1, 1); }
 };
-
-// Two threads allowed: the provider's stand-in runs every real task as
-// shares, rank 1 batches too.
-TEST(DftRealMulti, TasksRunAsShares) {
-  TwoThreads two;
-  all_tasks<double>(504);
-  all_tasks<float>(505);
-  Rng rng(506);
-  for (int64_t n : {1, 12, 7})
-    for (bool cce : {true, false}) check<double>(make_task(rng, {n}, cce, true), rng);
-}
 
 // The shares of a real task in the order a threading layer runs them, each
 // pass cut at `cut` (a fraction of its count); the first two axes as slices
@@ -282,8 +273,9 @@ int64_t by_shares(DftNode *d, T *in, T *out, bool forward, double cut, bool as_s
 }
 
 // Every cut of every task into shares gives the whole task's bits, and so
-// does the stand-in of two threads; backward out of place the shares work
-// on a copy of the spectrum.
+// does the provider's stand-in with two threads allowed (every real task as
+// shares, rank 1 batches too); backward out of place the shares work on a
+// copy of the spectrum.
 template <class T>
 void shares_match(uint64_t seed) {
   Rng rng(seed);
