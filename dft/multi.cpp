@@ -215,12 +215,14 @@ int64_t slices(const Frame &f, const E<R> *in, E<R> *out, int64_t first, int64_t
 }
 
 // Lines of axis a: the other axes and the batch as digits, the one with the
-// smallest input distance fastest.
+// smallest input distance fastest. Digits of one value are left out (a lone
+// transform's distance would otherwise come first and cut every run of
+// neighbouring lines to one).
 Odometer line_odometer(const Frame &f, int32_t a) {
   Odometer o;
   for (int32_t k = 0; k < f.rank; ++k)
-    if (k != a) o.add(f.dim[k]);
-  o.add(f.batch);
+    if (k != a && f.dim[k].length > 1) o.add(f.dim[k]);
+  if (f.batch.length > 1 || o.count == 0) o.add(f.batch);
   for (int32_t i = 1; i < o.count; ++i)
     for (int32_t j = i; j > 0 && magnitude(o.d[j].in) < magnitude(o.d[j - 1].in); --j) std::swap(o.d[j], o.d[j - 1]);
   return o;
