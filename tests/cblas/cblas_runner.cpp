@@ -108,6 +108,7 @@ struct Setting {
   int order = 102;
   int trans[2] = {111, 111}, uplo = 121, diag = 131, side = 141;
   I m = 5, n = 4, k = 3, kl = 1, ku = 2, ld = 13, inc[2] = {1, 1};
+  int offset = 0;     // arrays start this many reals (4 or 8 bytes) late
   int bad = 0;        // 1-based argument made bad, 0 none
   I bad_value = 0;    // its value
 };
@@ -173,7 +174,10 @@ Arguments build(const Case &c, const std::vector<ArgKind> &kinds, const Setting 
         }
         if (sp.name == "d1" || sp.name == "d2") arr[0] = std::fabs(arr[0]) + 0.5;  // rotmg's weights
         if (sp.name == "p") arr[0] = -1;                                           // rotm's flag
-        v = I(arr.data());
+        // The vectors and matrices start off the 16-byte boundary as asked.
+        const bool shifted = sp.name == "x" || sp.name == "y" || sp.name == "a" || sp.name == "b" ||
+                             sp.name == "c" || sp.name == "ap";
+        v = I(arr.data()) + (shifted ? I(s.offset) * (is_float(c.precision) ? 4 : 8) : 0);
       }
     }
     if (position == s.bad) v = s.bad_value;
@@ -257,6 +261,7 @@ std::vector<Setting> settings(const std::vector<ArgKind> &kinds) {
         s.n = n;
         s.inc[0] = inc;
         s.inc[1] = inc == 1 ? 1 : -inc + 1;
+        s.offset = int((out.size() + out.size() / 4) % 4);
         out.push_back(s);
       }
     return out;
@@ -282,6 +287,13 @@ std::vector<Setting> settings(const std::vector<ArgKind> &kinds) {
                 s.inc[1] = inc == 1 ? 1 : 3;
                 out.push_back(s);
               }
+  // Leading dimensions minimal for the largest side (5), a little above it
+  // and well above, and every start offset, spread over the settings.
+  constexpr I kLds[] = {13, 5, 7};
+  for (size_t i = 0; i < out.size(); ++i) {
+    out[i].ld = kLds[i % 3];
+    out[i].offset = int((i + i / 4) % 4);
+  }
   return out;
 }
 
