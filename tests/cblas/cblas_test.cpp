@@ -21,11 +21,11 @@
 
 namespace {
 
-std::vector<std::string> run(const std::string &library, int width) {
+std::vector<std::string> run(const std::string &library, const std::string &width) {
   // The reference's C names keep a block they allocate (cblas_zhemv and its
   // kin): the leak checker of a sanitizer build would fail the run on it.
-  const std::string command = "ASAN_OPTIONS=detect_leaks=0 " + std::string(ZOR_CBLAS_RUNNER) + " " + library + " " +
-                              std::to_string(width) + " 2>/dev/null";
+  const std::string command = "ASAN_OPTIONS=detect_leaks=0 " + std::string(ZOR_CBLAS_RUNNER) + " " + library + " " + width +
+                              " 2>/dev/null";
   std::vector<std::string> lines;
   FILE *p = popen(command.c_str(), "r");
   if (!p) return lines;
@@ -132,21 +132,21 @@ void compare(const std::map<std::string, std::string> &ref, const std::map<std::
 }
 
 const std::map<std::string, std::string> &reference() {
-  static const auto ref = by_key(run(ZOR_REFERENCE_BLAS_PATH, 32));
+  static const auto ref = by_key(run(ZOR_REFERENCE_BLAS_PATH, "32"));
   return ref;
 }
 
 TEST(Cblas, AgainstTheReference) {
   const auto &ref = reference();
   ASSERT_GT(ref.size(), 4000u);
-  const auto ours = by_key(run(ZOR_OUR_BLAS_PATH, 32));
+  const auto ours = by_key(run(ZOR_OUR_BLAS_PATH, "32"));
   for (const auto &[key, line] : ref) EXPECT_TRUE(ours.count(key)) << key << " not run on ours";
   compare(ref, ours, 32);
 }
 
 TEST(Cblas, SixtyFourBitNames) {
   const auto &ref = reference();
-  const auto ours = by_key(run(ZOR_OUR_BLAS_PATH, 64));
+  const auto ours = by_key(run(ZOR_OUR_BLAS_PATH, "64"));
   for (const auto &[key, line] : ref) EXPECT_TRUE(ours.count(key)) << key << " not run on ours";
   compare(ref, ours, 64);
   // A value whose low half is 4 but which is negative as a whole is
@@ -161,6 +161,16 @@ TEST(Cblas, SixtyFourBitNames) {
     ++checked;
   }
   EXPECT_GT(checked, 200);
+}
+
+// The default cblas_xerbla prints what the reference's prints for every
+// routine, position and RowMajorStrg (the row-major positions translated
+// back to the caller's), the routine named bare or blank-padded.
+TEST(Cblas, DefaultHandlerTranslatesAsTheReference) {
+  const auto ref = run(ZOR_REFERENCE_BLAS_PATH, "handler"), ours = run(ZOR_OUR_BLAS_PATH, "handler");
+  ASSERT_GT(ref.size(), 4000u);
+  ASSERT_EQ(ours.size(), ref.size());
+  for (size_t i = 0; i < ref.size(); ++i) EXPECT_EQ(ours[i], ref[i]);
 }
 
 // What the library's own cblas_xerbla prints for a row-major call with a
