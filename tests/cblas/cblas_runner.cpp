@@ -341,8 +341,9 @@ std::vector<Setting> bad_settings(const std::vector<ArgKind> &kinds) {
 
 // What the library's own cblas_xerbla prints for each routine of the table
 // and each position, with RowMajorStrg 1 and 0: one child a call (the
-// reference's handler ends its process), its stderr read back through a
-// pipe. One line per call: "handler NAME POSITION ROW-MAJOR: TEXT".
+// reference's handler ends its process; a handler that returns is followed
+// by "returned"), its stderr read back through a pipe. One line per call:
+// "handler NAME POSITION ROW-MAJOR: TEXT".
 int print_handler_lines(void *lib) {
   using Handler = void (*)(int, const char *, const char *, ...);
   const auto handler = reinterpret_cast<Handler>(dlsym(lib, "cblas_xerbla"));
@@ -366,6 +367,7 @@ int print_handler_lines(void *lib) {
           close(fds[0]);
           *g_row_major = row_major;
           handler(position, name.c_str(), "");
+          std::fprintf(stderr, "returned\n");
           _exit(0);
         }
         close(fds[1]);
