@@ -240,7 +240,9 @@ int32_t build_chirp(DftPlan *p, int64_t n) {
   using E = cplx<R>;
   int64_t L = chirp_length(n);
   p->conv_length = int32_t(L);
-  if (int32_t s = create<R>(&p->sub_plan, L, DFT_SCALE_NONE, 0, DFT_PLAN_TAG_COMPLEX, false)) return s;
+  // Unordered above 5000 points: the spectrum is kept in the order the
+  // forward passes leave it (see run_chirp).
+  if (int32_t s = create<R>(&p->sub_plan, L, DFT_SCALE_NONE, 0, DFT_PLAN_TAG_UNORDERED, true)) return s;
   auto *chirp = static_cast<E *>(plan_alloc(int64_t(sizeof(E)) * n));
   auto *spectrum = static_cast<E *>(plan_alloc(int64_t(sizeof(E)) * L));
   p->chirp = chirp;
@@ -459,6 +461,46 @@ void multiply_lines(const cplx<R> *a, const cplx<R> *b, cplx<R> *out, int64_t n)
   for (; k < n; ++k) N::store(out + k, simd::cmul(N::load(a + k), N::load(b + k)));
 }
 
+// The circular convolution of a line with a spectrum kept in the order the
+// unordered plan leaves it, in place: the forward passes by decimation in
+// frequency and the backward ones by decimation in time meet on each block
+// of the innermost blocking level, where the product is taken, so that a
+// block goes through both transforms while it sits in the cache.
+template <class R>
+struct Convolver {
+  using E = cplx<R>;
+  Runner<R, true> fwd;
+  Runner<R, false> bwd;
+  const E *spectrum;
+
+  Convolver(const DftPlan *q, E *b, const E *spec)
+      : fwd{q, b, b, b, false, q->last_factor}, bwd{q, b, b, b, true, q->last_factor}, spectrum(spec) {}
+
+  void run(int v, int64_t start) {
+    const int L = fwd.L, kc = fwd.lowest(v);
+    const int64_t size = fwd.span(kc);
+    if (fwd.level(L) > v) {
+      const int kn = fwd.lowest(v + 1);
+      const int64_t sub = fwd.span(kn);
+      for (int k = kc; k < kn; ++k) fwd.dif_pass(k, start, size);
+      for (int64_t s = start; s < start + size; s += sub) run(v + 1, s);
+      for (int k = kn - 1; k >= kc; --k) bwd.dit_pass(k, start, size);
+    } else {
+      for (int k = kc; k <= L; ++k) fwd.dif_pass(k, start, size);
+      multiply_lines(fwd.out + start, spectrum + start, fwd.out + start, size);
+      for (int k = L; k >= kc; --k) bwd.dit_pass(k, start, size);
+    }
+  }
+};
+
+// The plan whose passes a chirp convolution runs: the inner power-of-two
+// plan or the mixed plan itself; null when the sub-plan runs in natural
+// order (then the two transforms run one after the other).
+inline const DftPlan *unordered_passes(const DftPlan *sub) {
+  const DftPlan *q = sub->uses_fft ? sub->fft : sub;
+  return q && q->mixed && q->unordered ? q : nullptr;
+}
+
 template <class R, bool Fwd>
 int32_t run_chirp(const DftPlan *p, const cplx<R> *in, cplx<R> *out, cplx<R> *work) {
   using E = cplx<R>;
@@ -468,9 +510,13 @@ int32_t run_chirp(const DftPlan *p, const cplx<R> *in, cplx<R> *out, cplx<R> *wo
   void *sub_work = aligned32<E>(b + L);
   multiply_lines(in, chirp, b, n);
   std::memset(static_cast<void *>(b + n), 0, sizeof(E) * size_t(L - n));
-  if (int32_t s = plan_forward<R>(b, b, p->sub_plan, sub_work)) return s;
-  multiply_lines(b, spectrum, b, L);
-  if (int32_t s = plan_backward<R>(b, b, p->sub_plan, sub_work)) return s;
+  if (const DftPlan *q = unordered_passes(p->sub_plan)) {
+    Convolver<R>(q, b, spectrum).run(0, 0);
+  } else {
+    if (int32_t s = plan_forward<R>(b, b, p->sub_plan, sub_work)) return s;
+    multiply_lines(b, spectrum, b, L);
+    if (int32_t s = plan_backward<R>(b, b, p->sub_plan, sub_work)) return s;
+  }
   multiply_lines(b, chirp, out, n);
   if (!Fwd)
     for (int64_t i = 1, j = n - 1; i < j; ++i, --j) {
