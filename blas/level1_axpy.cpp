@@ -7,7 +7,8 @@
 // peelable, either stream may stay 8 bytes off); x is shift-merged when its
 // phase differs. Main steps in vectors: s 16 (64 floats), d 32 (64 doubles),
 // c 16 (32 complex), z 16. A zero `a` (complex: both parts) returns without
-// touching y; the test is `0 == a`, so a NaN `a` is applied.
+// touching y; the test is `0 == a`, so a NaN `a` is applied. Long streams
+// ask for lines ahead of x and y.
 #include <zor/blas.h>
 
 #include "blas/level1_skeleton.hpp"
@@ -18,6 +19,7 @@ namespace {
 template <class E>
 struct AxpyOp : Streams<E, true, false, true, true> {
   using V = vec_t<E>;
+  static constexpr bool hinted = true;
   Factor<E> a;
   ZOR_HOT void vec(V &x, V &y) const { y = simd::add(a.times(x), y); }
   void one(E &x, E &y) const { y = a.s * x + y; }
@@ -51,7 +53,7 @@ void run_two(const Op &op, int64_t n, typename Op::E *x, int64_t incx, typename 
 template <class E, int Main, bool StrictUnit>
 void axpy(const zor_int *n, const void *a, const void *x, const zor_int *incx, void *y, const zor_int *incy) {
   if (*n < 1) return;
-  E alpha = *static_cast<const E *>(a);
+  E alpha = load_any(static_cast<const E *>(a));
   if (is_zero(alpha)) return;
   AxpyOp<E> op{{}, Factor<E>(alpha)};
   run_two<AxpyOp<E>, Main, StrictUnit>(op, *n, const_cast<E *>(static_cast<const E *>(x)), *incx,
@@ -62,7 +64,7 @@ template <class E, int Main>
 void axpby(const zor_int *n, const void *a, const void *x, const zor_int *incx, const void *b, void *y,
            const zor_int *incy) {
   if (*n < 1) return;
-  E alpha = *static_cast<const E *>(a), beta = *static_cast<const E *>(b);
+  E alpha = load_any(static_cast<const E *>(a)), beta = load_any(static_cast<const E *>(b));
   if (is_zero(alpha) && is_one(beta)) return;
   E *xp = const_cast<E *>(static_cast<const E *>(x)), *yp = static_cast<E *>(y);
   if (is_zero(beta)) {

@@ -19,7 +19,8 @@
 // dasum: four accumulators a0..a3 take successive vectors in turn; unit for
 // incx 1 or -1 with an 8-byte aligned base: leading elements to lane 0 of a0
 // until aligned, main 16 vectors, then 8, 4, 2, 1 vectors (each starting at
-// a0), a last element to lane 0 of a0; lines are asked for a page ahead.
+// a0), a last element to lane 0 of a0; long streams ask for the next chunk
+// while they read one.
 // Strided: increment 0 a scalar loop; four elements a pass gathered into a0
 // (elements 0, 1) and a1 (2, 3), a pair into a0, a last element into lane 0
 // of a0. Result (a0 + a1) + (a2 + a3), lane 0 + lane 1.
@@ -196,11 +197,11 @@ double dasum(int64_t n, const double *x, int64_t incx) {
   auto lane0 = [&](double v) { a[0] = simd::add_lo(a[0], simd::set_lo(std::fabs(v))); };
   if ((incx == 1 || incx == -1) && aligned_to(x, 8)) {
     if (!aligned_to(x, 16)) lane0(*x++), --n;
+    const bool far = n * int64_t(sizeof(double)) >= tuned::kLongStream;
+    static_assert(16 * 16 == 64 * tuned::kChunkStreams, "one walk step a main pass");
     const int64_t left = ladder<16>(n / 2, [&]<int Count>() ZOR_HOT {
-      for (int k = 0; k < Count; ++k) {
-        if (k % 4 == 0) prefetch_ahead(x + 2 * k);
-        a[k & 3] = add(a[k & 3], simd::abs(simd::load_a(x + 2 * k)));
-      }
+      if (Count == 16 && far) prefetch_next_chunk(x);
+      for (int k = 0; k < Count; ++k) a[k & 3] = add(a[k & 3], simd::abs(simd::load_a(x + 2 * k)));
       x += 2 * Count;
     });
     n = 2 * left + (n & 1);

@@ -53,45 +53,45 @@ void rot(int64_t n, void *x, int64_t incx, void *y, int64_t incy, real_t<E> c, S
 }
 
 // ---------------------------------------------------------------- rotg
+// The in/out scalars may stand at any byte offset: they are read once and
+// written once through load_any / store_any.
 template <class R>
-void rotg(R *a, R *b, R *c, R *s) {
-  R aa = std::fabs(*a), ab = std::fabs(*b);
-  R roe = aa > ab ? *a : *b;
+void rotg(R *pa, R *pb, R *pc, R *ps) {
+  const R a = load_any(pa), b = load_any(pb);
+  R aa = std::fabs(a), ab = std::fabs(b);
+  R roe = aa > ab ? a : b;
   R scale = aa + ab;
   if (scale == R(0)) {
-    *c = 1, *s = 0, *a = 0, *b = 0;
+    store_any(pc, R(1)), store_any(ps, R(0)), store_any(pa, R(0)), store_any(pb, R(0));
     return;
   }
-  R ra = *a / scale, rb = *b / scale;
+  R ra = a / scale, rb = b / scale;
   R r = scale * std::sqrt(ra * ra + rb * rb);
   if (roe < R(0)) r = -r;
-  *c = *a / r;
-  *s = *b / r;
+  R c = a / r, s = b / r;
   R z = R(1);
-  if (aa > ab) z = *s;
-  if (ab >= aa && *c != R(0)) z = R(1) / *c;
-  *a = r;
-  *b = z;
+  if (aa > ab) z = s;
+  if (ab >= aa && c != R(0)) z = R(1) / c;
+  store_any(pc, c), store_any(ps, s), store_any(pa, r), store_any(pb, z);
 }
 
 template <class R>
-void crotg(cplx<R> *a, const cplx<R> *b, R *c, cplx<R> *s) {
-  R aa = std::hypot(a->re, a->im);
+void crotg(cplx<R> *pa, const cplx<R> *pb, R *pc, cplx<R> *ps) {
+  const cplx<R> a = load_any(pa), b = load_any(pb);
+  R aa = std::hypot(a.re, a.im);
   if (aa == R(0)) {
-    *c = 0;
-    *s = {1, 0};
-    *a = *b;
+    store_any(pc, R(0)), store_any(ps, cplx<R>{1, 0}), store_any(pa, b);
     return;
   }
-  R ab = std::hypot(b->re, b->im);
+  R ab = std::hypot(b.re, b.im);
   R scale = aa + ab;
-  R pa = std::hypot(a->re / scale, a->im / scale), pb = std::hypot(b->re / scale, b->im / scale);
-  R norm = scale * std::sqrt(pa * pa + pb * pb);
-  cplx<R> alpha{a->re / aa, a->im / aa};
-  *c = aa / norm;
-  cplx<R> t = alpha * conj(*b);
-  *s = {t.re / norm, t.im / norm};
-  *a = {alpha.re * norm, alpha.im * norm};
+  R qa = std::hypot(a.re / scale, a.im / scale), qb = std::hypot(b.re / scale, b.im / scale);
+  R norm = scale * std::sqrt(qa * qa + qb * qb);
+  cplx<R> alpha{a.re / aa, a.im / aa};
+  cplx<R> t = alpha * conj(b);
+  store_any(pc, aa / norm);
+  store_any(ps, cplx<R>{t.re / norm, t.im / norm});
+  store_any(pa, cplx<R>{alpha.re * norm, alpha.im * norm});
 }
 
 // ---------------------------------------------------------------- rotm
@@ -124,10 +124,11 @@ struct RotmOp : Streams<R, true, true, true, true> {
 
 template <class R, int Main>
 void rotm(int64_t n, R *x, int64_t incx, R *y, int64_t incy, const R *param) {
-  R flag = param[0];
+  R flag = load_any(param);
   if (n < 1 || R(2) + flag == R(0)) return;
-  const RotmOp<R> op{{}, flag > 0 ? 1 : (flag == 0 ? 0 : -1), param[1], param[2], param[3], param[4],
-                     simd::splat(param[1]), simd::splat(param[2]), simd::splat(param[3]), simd::splat(param[4])};
+  const R h11 = load_any(param + 1), h21 = load_any(param + 2), h12 = load_any(param + 3), h22 = load_any(param + 4);
+  const RotmOp<R> op{{}, flag > 0 ? 1 : (flag == 0 ? 0 : -1), h11, h21, h12, h22,
+                     simd::splat(h11), simd::splat(h21), simd::splat(h12), simd::splat(h22)};
   int64_t from = op.kind > 0 ? fixed::kRotmVectorFromPositive : fixed::kRotmVectorFromOther;
   if (incx == 1 && incy == 1 && n >= from && aligned_to(x, sizeof(R)) && aligned_to(y, sizeof(R)))
     unit_path<RotmOp<R>, Main>(op, n, x, y);
@@ -137,76 +138,80 @@ void rotm(int64_t n, R *x, int64_t incx, R *y, int64_t incy, const R *param) {
 
 // ---------------------------------------------------------------- rotmg
 template <class R>
-void rotmg(R *d1, R *d2, R *x1, const R *y1, R *param) {
+void rotmg(R *pd1, R *pd2, R *px1, const R *py1, R *param) {
   using K = fixed::Rotmg<R>;
+  // The scalars may stand at any byte offset: read once, written once.
+  R d1 = load_any(pd1), d2 = load_any(pd2), x1 = load_any(px1);
+  const R y1 = load_any(py1);
   R flag, h11 = 0, h12 = 0, h21 = 0, h22 = 0;
-  if (*d1 < R(0)) {
+  if (d1 < R(0)) {
     flag = -1;
-    *d1 = 0, *d2 = 0, *x1 = 0;
+    d1 = 0, d2 = 0, x1 = 0;
   } else {
-    R p2 = *d2 * *y1;
+    R p2 = d2 * y1;
     if (p2 == R(0)) {
-      param[0] = -2;
+      store_any(param, R(-2));
       return;
     }
-    R p1 = *d1 * *x1, q2 = p2 * *y1, q1 = p1 * *x1;
+    R p1 = d1 * x1, q2 = p2 * y1, q1 = p1 * x1;
     if (std::fabs(q1) > std::fabs(q2)) {
-      R t = *y1 / p1;
-      h12 = t * *d2;
-      h21 = -(*d1 * t);
+      R t = y1 / p1;
+      h12 = t * d2;
+      h21 = -(d1 * t);
       R u = R(1) - h21 * h12, ru = R(1) / u;
       flag = 0;
-      *x1 = *x1 * u;
-      *d1 = *d1 * ru;
-      *d2 = *d2 * ru;
+      x1 = x1 * u;
+      d1 = d1 * ru;
+      d2 = d2 * ru;
     } else if (q2 < R(0)) {
       flag = -1;
-      *d1 = 0, *d2 = 0, *x1 = 0;
+      d1 = 0, d2 = 0, x1 = 0;
     } else {
-      R t = *x1 / p2;
-      h11 = *d1 * t;
-      h22 = *d2 * t;
+      R t = x1 / p2;
+      h11 = d1 * t;
+      h22 = d2 * t;
       R u = h11 * h22 + R(1), ru = R(1) / u;
       flag = 1;
-      *x1 = u * *y1;
-      R old_d1 = *d1;
-      *d1 = *d2 * ru;
-      *d2 = old_d1 * ru;
+      x1 = u * y1;
+      R old_d1 = d1;
+      d1 = d2 * ru;
+      d2 = old_d1 * ru;
     }
     auto to_full = [&]() {
       if (flag == R(0)) h11 = 1, h22 = 1;
       else if (flag > R(0)) h21 = -1, h12 = 1;
       flag = -1;
     };
-    if (*d1 != R(0)) {
-      while (*d1 <= K::rgamsq || *d1 >= K::gamsq) {
+    if (d1 != R(0)) {
+      while (d1 <= K::rgamsq || d1 >= K::gamsq) {
         to_full();
-        if (*d1 <= K::rgamsq) {
-          *d1 = *d1 * K::gamsq;
-          *x1 = *x1 * K::rgam, h11 = h11 * K::rgam, h12 = h12 * K::rgam;
+        if (d1 <= K::rgamsq) {
+          d1 = d1 * K::gamsq;
+          x1 = x1 * K::rgam, h11 = h11 * K::rgam, h12 = h12 * K::rgam;
         } else {
-          *d1 = *d1 * K::rgamsq;
-          *x1 = *x1 * K::gam, h11 = h11 * K::gam, h12 = h12 * K::gam;
+          d1 = d1 * K::rgamsq;
+          x1 = x1 * K::gam, h11 = h11 * K::gam, h12 = h12 * K::gam;
         }
       }
     }
-    if (*d2 != R(0)) {
-      while (std::fabs(*d2) <= K::rgamsq || std::fabs(*d2) >= K::gamsq) {
+    if (d2 != R(0)) {
+      while (std::fabs(d2) <= K::rgamsq || std::fabs(d2) >= K::gamsq) {
         to_full();
-        if (std::fabs(*d2) <= K::rgamsq) {
-          *d2 = *d2 * K::gamsq;
+        if (std::fabs(d2) <= K::rgamsq) {
+          d2 = d2 * K::gamsq;
           h21 = h21 * K::rgam, h22 = h22 * K::rgam;
         } else {
-          *d2 = *d2 * K::rgamsq;
+          d2 = d2 * K::rgamsq;
           h21 = h21 * K::gam, h22 = h22 * K::gam;
         }
       }
     }
   }
-  if (flag < R(0)) param[1] = h11, param[2] = h21, param[3] = h12, param[4] = h22;
-  else if (flag == R(0)) param[2] = h21, param[3] = h12;
-  else param[1] = h11, param[4] = h22;
-  param[0] = flag;
+  store_any(pd1, d1), store_any(pd2, d2), store_any(px1, x1);
+  if (flag < R(0)) store_any(param + 1, h11), store_any(param + 2, h21), store_any(param + 3, h12), store_any(param + 4, h22);
+  else if (flag == R(0)) store_any(param + 2, h21), store_any(param + 3, h12);
+  else store_any(param + 1, h11), store_any(param + 4, h22);
+  store_any(param, flag);
 }
 
 }  // namespace
@@ -214,14 +219,15 @@ void rotmg(R *d1, R *d2, R *x1, const R *y1, R *param) {
 
 using namespace zor::blas;
 using zor::cplx;
+using zor::load_any;
 
 // clang-format off
 ZOR_API void zor_blas_xsrot(const zor_int *n, float *x, const zor_int *incx, float *y, const zor_int *incy, const float *c, const float *s) { rot<float, float, fixed::kRot.s>(*n, x, *incx, y, *incy, *c, *s); }
-ZOR_API void zor_blas_xdrot(const zor_int *n, double *x, const zor_int *incx, double *y, const zor_int *incy, const double *c, const double *s) { rot<double, double, fixed::kRot.d>(*n, x, *incx, y, *incy, *c, *s); }
+ZOR_API void zor_blas_xdrot(const zor_int *n, double *x, const zor_int *incx, double *y, const zor_int *incy, const double *c, const double *s) { rot<double, double, fixed::kRot.d>(*n, x, *incx, y, *incy, load_any(c), load_any(s)); }
 ZOR_API void zor_blas_xcsrot(const zor_int *n, void *x, const zor_int *incx, void *y, const zor_int *incy, const float *c, const float *s) { rot<cplx<float>, float, fixed::kRot.c>(*n, x, *incx, y, *incy, *c, *s); }
-ZOR_API void zor_blas_xzdrot(const zor_int *n, void *x, const zor_int *incx, void *y, const zor_int *incy, const double *c, const double *s) { rot<cplx<double>, double, fixed::kRot.z>(*n, x, *incx, y, *incy, *c, *s); }
+ZOR_API void zor_blas_xzdrot(const zor_int *n, void *x, const zor_int *incx, void *y, const zor_int *incy, const double *c, const double *s) { rot<cplx<double>, double, fixed::kRot.z>(*n, x, *incx, y, *incy, load_any(c), load_any(s)); }
 ZOR_API void zor_blas_xcrot(const zor_int *n, void *x, const zor_int *incx, void *y, const zor_int *incy, const float *c, const void *s) { rot<cplx<float>, cplx<float>, fixed::kRotComplexS>(*n, x, *incx, y, *incy, *c, *static_cast<const cplx<float> *>(s)); }
-ZOR_API void zor_blas_xzrot(const zor_int *n, void *x, const zor_int *incx, void *y, const zor_int *incy, const double *c, const void *s) { rot<cplx<double>, cplx<double>, fixed::kRotComplexS>(*n, x, *incx, y, *incy, *c, *static_cast<const cplx<double> *>(s)); }
+ZOR_API void zor_blas_xzrot(const zor_int *n, void *x, const zor_int *incx, void *y, const zor_int *incy, const double *c, const void *s) { rot<cplx<double>, cplx<double>, fixed::kRotComplexS>(*n, x, *incx, y, *incy, load_any(c), load_any(static_cast<const cplx<double> *>(s))); }
 ZOR_API void zor_blas_srotg(float *a, float *b, float *c, float *s) { rotg(a, b, c, s); }
 ZOR_API void zor_blas_drotg(double *a, double *b, double *c, double *s) { rotg(a, b, c, s); }
 ZOR_API void zor_blas_crotg(void *a, const void *b, float *c, void *s) { crotg(static_cast<cplx<float> *>(a), static_cast<const cplx<float> *>(b), c, static_cast<cplx<float> *>(s)); }

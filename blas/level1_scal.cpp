@@ -20,6 +20,7 @@ namespace {
 template <class E, class F>
 struct ScalOp : Streams<E, false, false, true, true> {
   using V = vec_t<E>;
+  static constexpr bool hinted = true;
   Factor<F> a;
   ZOR_HOT void vec(V &, V &y) const { y = a.times(y); }
   void one(E &, E &y) const { y = a.s * y; }
@@ -53,10 +54,10 @@ void real_on_complex(int64_t n, R a, cplx<R> *x, int64_t incx) {
   }
   int64_t step = incx < 0 ? -incx : incx, i = 0;
   for (; i + 2 <= n; i += 2) {
-    store_any(x + i * step, a * load_any(x + i * step));
-    store_any(x + (i + 1) * step, a * load_any(x + (i + 1) * step));
+    store_any(x + i * step, a * zor::load_any(x + i * step));
+    store_any(x + (i + 1) * step, a * zor::load_any(x + (i + 1) * step));
   }
-  if (i < n) store_any(x + i * step, a * load_any(x + i * step));
+  if (i < n) store_any(x + i * step, a * zor::load_any(x + i * step));
 }
 
 }  // namespace
@@ -67,17 +68,17 @@ using zor::cplx;
 
 // clang-format off
 ZOR_API void zor_blas_sscal(const zor_int *n, const float *a, float *x, const zor_int *incx) { sscal(*n, *a, x, *incx); }
-ZOR_API void zor_blas_dscal(const zor_int *n, const double *a, double *x, const zor_int *incx) { dscal(*n, *a, x, *incx); }
+ZOR_API void zor_blas_dscal(const zor_int *n, const double *a, double *x, const zor_int *incx) { dscal(*n, zor::load_any(a), x, *incx); }
 ZOR_API void zor_blas_cscal(const zor_int *n, const void *a, void *x, const zor_int *incx) {
   (void)alternative_kernel();
   scal<cplx<float>, cplx<float>, fixed::kScal.c>(*n, *static_cast<const cplx<float> *>(a), static_cast<cplx<float> *>(x), *incx, *incx == 1);
 }
 ZOR_API void zor_blas_zscal(const zor_int *n, const void *a, void *x, const zor_int *incx) {
-  auto alpha = *static_cast<const cplx<double> *>(a);
+  auto alpha = zor::load_any(static_cast<const cplx<double> *>(a));
   auto xp = static_cast<cplx<double> *>(x);
   if (alternative_kernel()) scal<cplx<double>, cplx<double>, fixed::kScalZSecond>(*n, alpha, xp, *incx, *incx == 1);
   else scal<cplx<double>, cplx<double>, fixed::kScal.z>(*n, alpha, xp, *incx, *incx == 1 || *incx == -1);
 }
 ZOR_API void zor_blas_csscal(const zor_int *n, const float *a, void *x, const zor_int *incx) { real_on_complex(*n, *a, static_cast<cplx<float> *>(x), *incx); }
-ZOR_API void zor_blas_zdscal(const zor_int *n, const double *a, void *x, const zor_int *incx) { real_on_complex(*n, *a, static_cast<cplx<double> *>(x), *incx); }
+ZOR_API void zor_blas_zdscal(const zor_int *n, const double *a, void *x, const zor_int *incx) { real_on_complex(*n, zor::load_any(a), static_cast<cplx<double> *>(x), *incx); }
 // clang-format on

@@ -64,6 +64,9 @@ struct Streams {
   using R = real_t<Elem>;
   using V = vec_t<Elem>;
   static constexpr bool reads_x = ReadsX, writes_x = WritesX, reads_y = ReadsY, writes_y = WritesY;
+  // Whether the unit path asks for lines ahead of the streams it reads, when
+  // they are long (tuned::kAhead).
+  static constexpr bool hinted = false;
 };
 
 // times(x) multiplies a register of elements, s * x one element: the same
@@ -90,10 +93,23 @@ struct Factor {
 // make the same query and have one kernel.
 inline bool alternative_kernel() { return zor_serv_get_microarchitecture() == fixed::kSecondKernelAnswer; }
 
-// Asks for the cache line tuned::kPrefetchAhead bytes past p (a hint: it
-// never faults, wherever the stream ends).
+// Asks for the line tuned::kAhead bytes past p (a hint: it never faults,
+// wherever the stream ends).
 ZOR_HOT inline void prefetch_ahead(const void *p) {
-  simd::prefetch_t0(reinterpret_cast<const void *>(reinterpret_cast<uintptr_t>(p) + tuned::kPrefetchAhead));
+  simd::prefetch_t0(reinterpret_cast<const void *>(reinterpret_cast<uintptr_t>(p) + tuned::kAhead));
+}
+
+// Asks for the part of the next tuned::kChunk-byte chunk that matches p's
+// place in its own chunk, one line in each of tuned::kChunkStreams walks:
+// a caller that calls once a pass of 64 * kChunkStreams bytes has the whole
+// next chunk asked for when it leaves the current one. Several walks keep
+// more lines on their way from memory than one walk ahead of the reads. A
+// hint: it never faults, wherever the stream ends.
+ZOR_HOT inline void prefetch_next_chunk(const void *p) {
+  constexpr uintptr_t C = uintptr_t(tuned::kChunk), S = uintptr_t(tuned::kChunkStreams);
+  static_assert((C & (C - 1)) == 0 && C % (64 * S) == 0, "a chunk is a power of two of whole walks");
+  const uintptr_t a = reinterpret_cast<uintptr_t>(p), offset = a & (C - 1), next = a - offset + C;
+  for (uintptr_t s = 0; s < S; ++s) simd::prefetch_t0(reinterpret_cast<const void *>(next + s * (C / S) + offset / S));
 }
 
 // Consecutive vectors of a stream that starts K bytes past a 16-byte
@@ -183,9 +199,10 @@ struct OutStream<R, 0> {
 
 // Runs `nv` vectors of both streams: main step Main, then Main/2, ..., 1;
 // returns how many it ran. A shifted stream's last vector is left to the
-// scalar tail, so that its reads end inside the stream.
+// scalar tail, so that its reads end inside the stream. With `ahead`, each
+// group asks for a line ahead of each stream it reads.
 template <class Op, int Kx, int Ky, int Main>
-int64_t run_vectors(const Op &op, int64_t nv, typename Op::R *x, typename Op::R *y) {
+int64_t run_vectors(const Op &op, int64_t nv, typename Op::R *x, typename Op::R *y, bool ahead) {
   using R = typename Op::R;
   using V = vec_t<R>;
   if constexpr ((Op::reads_x && Kx != 0) || (Op::reads_y && Ky != 0)) --nv;
@@ -207,6 +224,12 @@ int64_t run_vectors(const Op &op, int64_t nv, typename Op::R *x, typename Op::R 
     // the stores, so that no load waits behind a store it cannot pass.
     constexpr int G = sizeof...(J) < tuned::kLoadGroup ? int(sizeof...(J)) : tuned::kLoadGroup;
     auto group = [&]() ZOR_HOT {
+      if constexpr (Op::hinted) {
+        if (ahead) {
+          if constexpr (Op::reads_x) prefetch_ahead(xi_.a);
+          if constexpr (Op::reads_y) prefetch_ahead(yi_.a);
+        }
+      }
       V xv[G], yv[G];
 #pragma GCC unroll 4
       for (int j = 0; j < G; ++j) {
@@ -236,11 +259,11 @@ int64_t run_vectors(const Op &op, int64_t nv, typename Op::R *x, typename Op::R 
 }
 
 template <class Op, int Kx, int Main>
-int64_t dispatch_y(const Op &op, int64_t nv, typename Op::R *x, typename Op::R *y) {
+int64_t dispatch_y(const Op &op, int64_t nv, typename Op::R *x, typename Op::R *y, bool ahead) {
   switch (phase(y)) {
-    case 0: return run_vectors<Op, Kx, 0, Main>(op, nv, x, y);
+    case 0: return run_vectors<Op, Kx, 0, Main>(op, nv, x, y, ahead);
     case 8:
-      if constexpr (sizeof(typename Op::E) == 16) return run_vectors<Op, Kx, 8, Main>(op, nv, x, y);
+      if constexpr (sizeof(typename Op::E) == 16) return run_vectors<Op, Kx, 8, Main>(op, nv, x, y, ahead);
       [[fallthrough]];
     default: ZOR_ASSERT(false && "y is aligned to 16 bytes, or 8 for double complex"); return 0;
   }
@@ -265,14 +288,15 @@ void unit_path(const Op &op, int64_t n, typename Op::E *x, typename Op::E *y) {
   if (nv > 0) {
     R *xr = reinterpret_cast<R *>(x), *yr = reinterpret_cast<R *>(y);
     int kx = (Op::reads_x || Op::writes_x) ? phase(x) : 0;
+    const bool ahead = Op::hinted && n * int64_t(sizeof(E)) >= tuned::kLongStream;
     switch (kx) {
-      case 0: nv = dispatch_y<Op, 0, Main>(op, nv, xr, yr); break;
+      case 0: nv = dispatch_y<Op, 0, Main>(op, nv, xr, yr, ahead); break;
       case 4:
-        if constexpr (sizeof(R) == 4) nv = dispatch_y<Op, 4, Main>(op, nv, xr, yr);
+        if constexpr (sizeof(R) == 4) nv = dispatch_y<Op, 4, Main>(op, nv, xr, yr, ahead);
         break;
-      case 8: nv = dispatch_y<Op, 8, Main>(op, nv, xr, yr); break;
+      case 8: nv = dispatch_y<Op, 8, Main>(op, nv, xr, yr, ahead); break;
       case 12:
-        if constexpr (sizeof(R) == 4) nv = dispatch_y<Op, 12, Main>(op, nv, xr, yr);
+        if constexpr (sizeof(R) == 4) nv = dispatch_y<Op, 12, Main>(op, nv, xr, yr, ahead);
         break;
       default: break;
     }

@@ -83,6 +83,7 @@ void roti(int64_t nz, R *x, const int64_t *indx, R *y, R c, R s) {
 
 using namespace zor::blas;
 using zor::cplx;
+using zor::load_any;
 using C8 = cplx<float>;
 using C16 = cplx<double>;
 template <class E> E *as(void *p) { return static_cast<E *>(p); }
@@ -102,7 +103,7 @@ ZOR_API void zor_blas_dsctr(const zor_int *nz, const double *x, const zor_int *i
 ZOR_API void zor_blas_csctr(const zor_int *nz, const void *x, const zor_int *indx, void *y) { sctr(*nz, as<C8>(x), indx, as<C8>(y)); }
 ZOR_API void zor_blas_zsctr(const zor_int *nz, const void *x, const zor_int *indx, void *y) { sctr(*nz, as<C16>(x), indx, as<C16>(y)); }
 ZOR_API void zor_blas_saxpyi(const zor_int *nz, const float *a, const float *x, const zor_int *indx, float *y) { axpyi(*nz, *a, x, indx, y); }
-ZOR_API void zor_blas_daxpyi(const zor_int *nz, const double *a, const double *x, const zor_int *indx, double *y) { axpyi(*nz, *a, x, indx, y); }
+ZOR_API void zor_blas_daxpyi(const zor_int *nz, const double *a, const double *x, const zor_int *indx, double *y) { axpyi(*nz, load_any(a), x, indx, y); }
 ZOR_API void zor_blas_caxpyi(const zor_int *nz, const void *a, const void *x, const zor_int *indx, void *y) { axpyi(*nz, *as<C8>(a), as<C8>(x), indx, as<C8>(y)); }
 ZOR_API void zor_blas_zaxpyi(const zor_int *nz, const void *a, const void *x, const zor_int *indx, void *y) { axpyi(*nz, *as<C16>(a), as<C16>(x), indx, as<C16>(y)); }
 ZOR_API float zor_blas_sdoti(const zor_int *nz, const float *x, const zor_int *indx, const float *y) { return doti(*nz, x, indx, y); }
@@ -112,5 +113,5 @@ ZOR_API void zor_blas_zdotui(void *result, const zor_int *nz, const void *x, con
 ZOR_API void zor_blas_cdotci(void *result, const zor_int *nz, const void *x, const zor_int *indx, const void *y) { complex_doti<true>(result, *nz, as<C8>(x), indx, as<C8>(y)); }
 ZOR_API void zor_blas_zdotci(void *result, const zor_int *nz, const void *x, const zor_int *indx, const void *y) { complex_doti<true>(result, *nz, as<C16>(x), indx, as<C16>(y)); }
 ZOR_API void zor_blas_sroti(const zor_int *nz, float *x, const zor_int *indx, float *y, const float *c, const float *s) { roti(*nz, x, indx, y, *c, *s); }
-ZOR_API void zor_blas_droti(const zor_int *nz, double *x, const zor_int *indx, double *y, const double *c, const double *s) { roti(*nz, x, indx, y, *c, *s); }
+ZOR_API void zor_blas_droti(const zor_int *nz, double *x, const zor_int *indx, double *y, const double *c, const double *s) { roti(*nz, x, indx, y, load_any(c), load_any(s)); }
 // clang-format on

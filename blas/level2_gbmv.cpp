@@ -159,9 +159,9 @@ void gbmv(const char *trans, const zor_int *m_, const zor_int *n_, const zor_int
   if (m == 0 || n == 0) return;
   const Trans op = product_trans<T::complex>(trans);
   const int64_t leny = op == Trans::N ? m : n, lenx = op == Trans::N ? n : m;
-  const E alpha = *static_cast<const E *>(alpha_);
+  const E alpha = load_any(static_cast<const E *>(alpha_));
   E *ys = vector_start(static_cast<E *>(y), leny, *incy);
-  if (!open_product(leny, alpha, *static_cast<const E *>(beta), ys, *incy)) return;
+  if (!open_product(leny, alpha, load_any(static_cast<const E *>(beta)), ys, *incy)) return;
   const BandColumns<E> col{const_cast<E *>(static_cast<const E *>(a)), *lda, *ku};
   const Strided<E> xs{vector_start(const_cast<E *>(static_cast<const E *>(x)), lenx, *incx), *incx}, yv{ys, *incy};
   if (op == Trans::C) band_columns<T, true>(op, m, n, *kl, *ku, alpha, col, xs, yv);
@@ -175,7 +175,7 @@ void gem2v(const zor_int *m_, const zor_int *n_, const void *alpha_, const void 
   using E = typename T::elem;
   const int64_t m = *m_, n = *n_;
   if (m == 0 || n == 0) return;
-  const E alpha = *static_cast<const E *>(alpha_), beta = *static_cast<const E *>(beta_);
+  const E alpha = load_any(static_cast<const E *>(alpha_)), beta = load_any(static_cast<const E *>(beta_));
   E *y1s = vector_start(static_cast<E *>(y1), m, *incy1), *y2s = vector_start(static_cast<E *>(y2), n, *incy2);
   const bool first = open_product(m, alpha, beta, y1s, *incy1), second = open_product(n, alpha, beta, y2s, *incy2);
   if (!first || !second) return;

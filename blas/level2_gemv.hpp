@@ -202,7 +202,7 @@ void gemv(const char *trans, const zor_int *m_, const zor_int *n_, const void *a
   using E = typename T::elem;
   using Shape = GemvShape<T>;
   const int64_t m = *m_, n = *n_, lda = *lda_, incx = *incx_, incy = *incy_;
-  const E alpha = *static_cast<const E *>(alpha_), beta = *static_cast<const E *>(beta_);
+  const E alpha = load_any(static_cast<const E *>(alpha_)), beta = load_any(static_cast<const E *>(beta_));
   const E *a = static_cast<const E *>(a_), *x = static_cast<const E *>(x_);
   E *y = static_cast<E *>(y_);
   if (m == 0 || n == 0) return;

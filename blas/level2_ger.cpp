@@ -56,7 +56,7 @@ void ger(const zor_int *m_, const zor_int *n_, const void *alpha_, const void *x
   using E = typename T::elem;
   const int64_t m = *m_, n = *n_, incx = *incx_, incy = *incy_, lda = *lda_;
   if (m < 1 || n < 1) return;
-  const E alpha = *static_cast<const E *>(alpha_);
+  const E alpha = load_any(static_cast<const E *>(alpha_));
   if (is_zero(alpha)) return;
   const E *x = static_cast<const E *>(x_);
   const Strided<const E> y{vector_start(static_cast<const E *>(y_), n, incy), incy};

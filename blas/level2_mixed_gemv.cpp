@@ -98,8 +98,8 @@ void mixed_gemv(const char *trans, int64_t m, int64_t n, cplx<R> alpha, const R 
 template <class R>
 void entry(const char *trans, const zor_int *m, const zor_int *n, const void *alpha, const R *a, const zor_int *lda,
            const void *x, const zor_int *incx, const void *beta, void *y, const zor_int *incy) {
-  mixed_gemv<R>(trans, *m, *n, *static_cast<const cplx<R> *>(alpha), a, *lda, static_cast<const cplx<R> *>(x),
-                *incx, *static_cast<const cplx<R> *>(beta), static_cast<cplx<R> *>(y), *incy);
+  mixed_gemv<R>(trans, *m, *n, load_any(static_cast<const cplx<R> *>(alpha)), a, *lda, static_cast<const cplx<R> *>(x),
+                *incx, load_any(static_cast<const cplx<R> *>(beta)), static_cast<cplx<R> *>(y), *incy);
 }
 
 }  // namespace

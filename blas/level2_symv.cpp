@@ -145,10 +145,10 @@ template <class T>
 Product<T> open_symmetric(int64_t n, const void *alpha, const void *x, const zor_int *incx, const void *beta, void *y,
                           const zor_int *incy) {
   using E = typename T::elem;
-  const E al = *static_cast<const E *>(alpha);
+  const E al = load_any(static_cast<const E *>(alpha));
   if (n < 1) return {false, al, {}, {}};
   E *ys = vector_start(static_cast<E *>(y), n, *incy);
-  if (!open_product(n, al, *static_cast<const E *>(beta), ys, *incy)) return {false, al, {}, {}};
+  if (!open_product(n, al, load_any(static_cast<const E *>(beta)), ys, *incy)) return {false, al, {}, {}};
   return {true, al, {vector_start(const_cast<E *>(static_cast<const E *>(x)), n, *incx), *incx}, {ys, *incy}};
 }
 

@@ -170,7 +170,7 @@ template <class T, class A>
 void syr(const char *uplo, const zor_int *n, const void *alpha, const void *x, const zor_int *incx, void *a,
          const zor_int *lda, int64_t off) {
   using E = typename T::elem;
-  const A al = *static_cast<const A *>(alpha);
+  const A al = load_any(static_cast<const A *>(alpha));
   if (skip<T>(*n, al)) return;
   rank_update<T, false>(is_letter(uplo, 'U'), *n, off, al, static_cast<const E *>(x), *incx, nullptr, 0,
                         DenseColumns<E>{static_cast<E *>(a), *lda});
@@ -178,7 +178,7 @@ void syr(const char *uplo, const zor_int *n, const void *alpha, const void *x, c
 template <class T, class A>
 void spr(const char *uplo, const zor_int *n, const void *alpha, const void *x, const zor_int *incx, void *ap) {
   using E = typename T::elem;
-  const A al = *static_cast<const A *>(alpha);
+  const A al = load_any(static_cast<const A *>(alpha));
   if (skip<T>(*n, al)) return;
   const bool upper = is_letter(uplo, 'U');
   rank_update<T, false>(upper, *n, 0, al, static_cast<const E *>(x), *incx, nullptr, 0,
@@ -188,7 +188,7 @@ template <class T>
 void syr2(const char *uplo, const zor_int *n, const void *alpha, const void *x, const zor_int *incx, const void *y,
           const zor_int *incy, void *a, const zor_int *lda, int64_t off) {
   using E = typename T::elem;
-  const E al = *static_cast<const E *>(alpha);
+  const E al = load_any(static_cast<const E *>(alpha));
   if (skip<T>(*n, al)) return;
   rank_update<T, true>(is_letter(uplo, 'U'), *n, off, al, static_cast<const E *>(x), *incx,
                        static_cast<const E *>(y), *incy, DenseColumns<E>{static_cast<E *>(a), *lda});
@@ -197,7 +197,7 @@ template <class T>
 void spr2(const char *uplo, const zor_int *n, const void *alpha, const void *x, const zor_int *incx, const void *y,
           const zor_int *incy, void *ap) {
   using E = typename T::elem;
-  const E al = *static_cast<const E *>(alpha);
+  const E al = load_any(static_cast<const E *>(alpha));
   if (skip<T>(*n, al)) return;
   const bool upper = is_letter(uplo, 'U');
   rank_update<T, true>(upper, *n, 0, al, static_cast<const E *>(x), *incx, static_cast<const E *>(y), *incy,

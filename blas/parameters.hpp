@@ -83,11 +83,23 @@ namespace tuned {
 // Unit-stride skeleton: vectors loaded before any is stored, per group
 // (bench/blas/level1_bench.cpp, daxpy and dcopy rows at n = 1e3).
 inline constexpr int kLoadGroup = 4;
-// dasum's unit-stride loop asks for the line this many bytes ahead, once a
-// line (bench/blas/level1_bench.cpp, dasum at n = 1e7: 4096 and 8192 alike,
-// 1024 short of the peer). The skeleton's loops (scal, axpy) run without: a
-// prefetch there cost more load slots than it gained.
-inline constexpr int64_t kPrefetchAhead = 4096;
+// Streams of at least kLongStream bytes are taken to come from memory, and
+// the hints below are given for them only; shorter ones are likely in a
+// cache, where a hint costs a load slot and gains nothing (dasum at n = 1e5:
+// a fifth of the time).
+inline constexpr int64_t kLongStream = int64_t(8) << 20;
+// dasum's unit-stride loop asks for the next aligned chunk of kChunk bytes
+// while it reads the current one, as kChunkStreams interleaved walks that
+// each cover a part of the chunk: one line of each a pass of 16 vectors
+// (bench/blas/level1_bench.cpp, dasum at n = 1e7: one walk a page ahead ran
+// at 0.57-0.68 of the triad, four walks over the next 64 KiB at 0.88-1.07;
+// 32 KiB and 128 KiB alike, two walks less).
+inline constexpr int64_t kChunk = 65536, kChunkStreams = 4;
+// The skeleton's scaling and axpy loops ask, once a group, for the line
+// kAhead bytes on in each stream they read (bench/blas/level1_bench.cpp,
+// zaxpy at n = 1e7: 1.03-1.24 of the triad without, 1.08-1.36 at 512 or
+// 1024 bytes, less at 256 and 2048; dscal alike or slightly ahead).
+inline constexpr int64_t kAhead = 1024;
 // i?amax, i?amin: vectors of magnitudes a block; a block is one compare
 // against the best and, rarely, a new best (bench/blas/level1_bench.cpp,
 // the i?amax rows at n = 1e3 and 1e5).

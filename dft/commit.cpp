@@ -91,17 +91,6 @@ bool split_candidate(const DftNode *n) {
   return n->forward_domain == DFT_COMPLEX && n->complex_storage == DFT_REAL_REAL && !(n->flags & DFT_FLAG_CHILD_NODE);
 }
 
-// Several axes, or several batch entries, of split data: child nodes per axis
-// or per batch level, which come with the multi-dimensional transforms.
-int64_t commit_split_per_axis(DftMethod *, DftNode *n) {
-  if (!split_candidate(n) || n->dims.count == 1) return DFT_METHOD_SPLIT_NOT_APPLICABLE;
-  return DFT_UNIMPLEMENTED;
-}
-int64_t commit_split_batch(DftMethod *, DftNode *n) {
-  if (!split_candidate(n) || n->dims.count != 1 || n->batch.count < 2) return DFT_METHOD_SPLIT_NOT_APPLICABLE;
-  return DFT_UNIMPLEMENTED;
-}
-
 // One axis and one batch level of split data: a split plan of the length,
 // the batch walked by the driver with the node's workspace.
 template <class R>
@@ -424,6 +413,9 @@ int64_t commit_axis(DftNode *root, DftNode *ax, int64_t index, bool md) {
       ax->uses_plan = 0;
       ax->kernels[fwd] = fixed_axis_kernel<R, true>(n);
       ax->kernels[bwd] = fixed_axis_kernel<R, false>(n);
+      // In place, lengths above 32 run through a buffer of n values, the
+      // workspace when one is given (a parent's share, as in four steps).
+      if (n > 32) ax->work_size = n * int64_t(sizeof(cplx<R>));
       if (dbl && n >= 256) {
         ax->kernel_tables = node_alloc(uint64_t(fixed_table_bytes(n)), 16);
         if (!ax->kernel_tables) return DFT_MEMORY_ERROR;
@@ -550,10 +542,10 @@ DftMethod *const method_list_sc1d[] = {
     nullptr,
 };
 DftMethod *const method_list_dcmd[] = {
-    &split_per_axis, &split_batch, &split_direct<double>, &threaded_node_md<double>, nullptr,
+    &split_per_axis, &split_batch, &split_direct<double>, &cube_double, &threaded_node_md<double>, nullptr,
 };
 DftMethod *const method_list_scmd[] = {
-    &split_per_axis, &split_batch, &split_direct<float>, &threaded_node_md<float>, nullptr,
+    &split_per_axis, &split_batch, &split_direct<float>, &cube_single, &threaded_node_md<float>, nullptr,
 };
 
 }  // namespace zor::dft

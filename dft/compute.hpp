@@ -94,6 +94,18 @@ struct ChirpRecord {
 // the first.
 template <class R> int64_t commit_complex_axis(DftNode *root, DftNode *axis, int64_t index);
 
+// Several axes, or several batch levels, of split data: child nodes per axis
+// or per batch level (dft/md_split.cpp).
+int64_t commit_split_per_axis(DftMethod *m, DftNode *n);
+int64_t commit_split_batch(DftMethod *m, DftNode *n);
+
+// The method of small complex cubes (dft/md_cube.cpp).
+extern DftMethod cube_double, cube_single;
+
+// The large-real method of the one-dimensional real creators (four steps
+// over half the points, then the even sweep).
+extern DftMethod large_real_double, large_real_single;
+
 // Pieces every commit core shares. take: the node goes to this method, and
 // whatever another commit built goes. finish: compute pointers, nio_args,
 // committed. reserve_user_slots: the slot table of a node shared by several

@@ -385,7 +385,6 @@ ZOR_API int64_t zor_dft_free_allocated_buffers(DftNode *node) {
 // ---------------------------------------------------------------- ops.commit
 
 namespace zor::dft {
-namespace {
 
 // Entries ascending by input stride (an exchange sort), then length-1
 // entries dropped while more than one remains.
@@ -418,6 +417,8 @@ void merge_batch(DftAxisList &list) {
     }
   }
 }
+
+namespace {
 
 int64_t run_methods(DftNode *node) {
   node->rank = node->dims.count;

@@ -21,6 +21,11 @@ DftServices *services_table();
 int64_t service_or(const DftNode *node, int slot, int64_t otherwise);
 
 int64_t uncommit(DftNode *node);
+// The normalisation of commit: entries ascending by input stride, entries
+// of length 1 dropped while more than one remains; neighbouring batch
+// entries that walk memory as one merged.
+void sort_and_drop(DftAxisList &list);
+void merge_batch(DftAxisList &list);
 int64_t destroy(DftNode *node);
 
 // The creator's method lists (null-terminated).

@@ -79,6 +79,18 @@ template <class R> int32_t real_pow2_create(DftPlan **out, int32_t order);
 template <class R> int32_t real_pow2_forward(const R *in, R *out, const DftPlan *plan, void *workspace);
 template <class R> int32_t real_pow2_inverse(const R *in, R *out, const DftPlan *plan, void *workspace);
 
+// ---- the pieces of an even real length around a complex transform of
+// h = n / 2 points run elsewhere (the large-real method): the sweep from
+// that transform to the perm form (forward, unscaled) and back (backward,
+// ahead of the complex backward transform), with tables of h / 2 + 1 values
+// 0.5 cos(2 pi k / n) and 0.5 sin(2 pi k / n); the move from the perm form
+// to the layout of packed format 54 (n + 2 values), 55 or 56, and back
+// (in may be out).
+template <class R> void even_split(cplx<R> *z, int64_t h, const R *half_cos, const R *half_sin);
+template <class R> void even_join(cplx<R> *z, int64_t h, const R *half_cos, const R *half_sin);
+template <class R> void perm_to_format(int32_t format, R *out, int64_t n);
+template <class R> void perm_from_format(int32_t format, const R *in, R *out, int64_t n);
+
 // The factor list of a length that is not a power of two, as commit and the
 // plans share it: 0 factors when the factorisation is abandoned.
 int32_t factorise(int64_t n, int32_t *factors);

@@ -303,6 +303,28 @@ ZOR_DFT_REAL_ROUTINES(real_pow2_forward, real_forward, perm, DFT_PLAN_TAG_POW2_R
 ZOR_DFT_REAL_ROUTINES(real_pow2_inverse, real_backward, perm, DFT_PLAN_TAG_POW2_REAL)
 #undef ZOR_DFT_REAL_ROUTINES
 
+// The sweeps and layouts of an even length for a method that runs the
+// complex transform of half the points itself.
+template <class R>
+void even_split(cplx<R> *z, int64_t h, const R *half_cos, const R *half_sin) {
+  split_spectra<R>(z, h, half_cos, half_sin);
+}
+template <class R>
+void even_join(cplx<R> *z, int64_t h, const R *half_cos, const R *half_sin) {
+  join_spectra<R>(z, h, half_cos, half_sin);
+}
+Layout layout_of_format(int32_t format) {
+  return format == DFT_PACK_FORMAT ? Layout::pack : format == DFT_PERM_FORMAT ? Layout::perm : Layout::ccs;
+}
+template <class R>
+void perm_to_format(int32_t format, R *out, int64_t n) {
+  perm_to<R>(layout_of_format(format), out, n);
+}
+template <class R>
+void perm_from_format(int32_t format, const R *in, R *out, int64_t n) {
+  perm_from<R>(layout_of_format(format), in, out, n);
+}
+
 #define ZOR_DFT_REAL_INSTANCES(R)                                                    \
   template int32_t plan_create_real<R>(DftPlan **, int64_t, int32_t, int32_t);       \
   template int32_t real_pow2_create<R>(DftPlan **, int32_t);                         \
@@ -313,7 +335,11 @@ ZOR_DFT_REAL_ROUTINES(real_pow2_inverse, real_backward, perm, DFT_PLAN_TAG_POW2_
   template int32_t plan_perm_forward<R>(const R *, R *, const DftPlan *, void *);    \
   template int32_t plan_perm_backward<R>(const R *, R *, const DftPlan *, void *);   \
   template int32_t real_pow2_forward<R>(const R *, R *, const DftPlan *, void *);    \
-  template int32_t real_pow2_inverse<R>(const R *, R *, const DftPlan *, void *);
+  template int32_t real_pow2_inverse<R>(const R *, R *, const DftPlan *, void *);    \
+  template void even_split<R>(cplx<R> *, int64_t, const R *, const R *);              \
+  template void even_join<R>(cplx<R> *, int64_t, const R *, const R *);               \
+  template void perm_to_format<R>(int32_t, R *, int64_t);                             \
+  template void perm_from_format<R>(int32_t, const R *, R *, int64_t);
 ZOR_DFT_REAL_INSTANCES(float)
 ZOR_DFT_REAL_INSTANCES(double)
 #undef ZOR_DFT_REAL_INSTANCES

@@ -7,8 +7,10 @@
 // - The real plan runs unscaled; a kernel scale that is not exactly 1.0 is
 //   applied after it: forward over length + 1 values in ccs (so the last
 //   zero of an even length is left alone), backward over length values.
-// - Every length, the powers of two from 2 to 64 too, takes the real plan,
-//   whose lengths up to 16 run straight-line kernels.
+// - The powers of two from 2 to 64 with unit strides take fixed kernels
+//   (the half-length complex fixed kernel and the even sweep, no plan); they
+//   scale like the plan kernels, a scale that is not exactly 1 applied
+//   after. Other lengths take the real plan.
 // - With several threads a real task goes to the threading layer (except a
 //   lone transform of rank 1, which has nothing to share), which runs it as
 //   the shares below; single precision backward in place has no hand-over
@@ -21,10 +23,12 @@
 //   or the ccs layout of storage 40 read as complex values; Pack and Perm
 //   are refused there (6).
 #include <algorithm>
+#include <cstring>
 
 #include <zor/dft_tier.h>
 
 #include "dft/compute.hpp"
+#include "dft/fixed.hpp"
 #include "dft/late.hpp"
 #include "dft/lines.hpp"
 #include "dft/multi.hpp"
@@ -52,16 +56,9 @@ int64_t spectrum_values(const DftNode *n) {
 
 template <class R> constexpr int real_slot(bool forward) { return 2 * precision_index<R> + (forward ? 0 : 1); }
 
+// The end of a transformed line: its scale, and the clearing below.
 template <class R, bool Fwd>
-int64_t real_kernel(void *in, void *out, DftNode *node, void *ws) {
-  using Routine = int32_t (*)(const R *, R *, const DftPlan *, void *);
-  const Layout l = layout_of(node);
-  Routine r = l == Layout::ccs    ? (Fwd ? plan_ccs_forward<R> : plan_ccs_backward<R>)
-              : l == Layout::pack ? (Fwd ? plan_pack_forward<R> : plan_pack_backward<R>)
-                                  : (Fwd ? plan_perm_forward<R> : plan_perm_backward<R>);
-  R *y = static_cast<R *>(out);
-  if (int32_t s = r(static_cast<const R *>(in), y, node->plans[DFT_PLAN_REAL + precision_index<R>], ws))
-    return node_status_of_plan(s);
+int64_t finish_line(const DftNode *node, R *y, Layout l) {
   const int64_t n = node->length;
   if constexpr (Fwd) {
     scale_real(y, n + (l == Layout::ccs ? 1 : 0), kernel_scale<R>(node, true));
@@ -72,6 +69,82 @@ int64_t real_kernel(void *in, void *out, DftNode *node, void *ws) {
     scale_real(y, n, kernel_scale<R>(node, false));
   }
   return DFT_NO_ERROR;
+}
+
+template <class R, bool Fwd>
+int64_t real_kernel(void *in, void *out, DftNode *node, void *ws) {
+  using Routine = int32_t (*)(const R *, R *, const DftPlan *, void *);
+  const Layout l = layout_of(node);
+  Routine r = l == Layout::ccs    ? (Fwd ? plan_ccs_forward<R> : plan_ccs_backward<R>)
+              : l == Layout::pack ? (Fwd ? plan_pack_forward<R> : plan_pack_backward<R>)
+                                  : (Fwd ? plan_perm_forward<R> : plan_perm_backward<R>);
+  R *y = static_cast<R *>(out);
+  if (int32_t s = r(static_cast<const R *>(in), y, node->plans[DFT_PLAN_REAL + precision_index<R>], ws))
+    return node_status_of_plan(s);
+  return finish_line<R, Fwd>(node, y, l);
+}
+
+// ---------------------------------------------------------------- fixed real kernels
+
+// 0.5 cos and 0.5 sin of 2 pi k / N for k up to N / 4.
+template <class R, int N>
+struct HalfTables {
+  R c[N / 4 + 1], s[N / 4 + 1];
+  HalfTables() {
+    for (int k = 0; k <= N / 4; ++k) {
+      const cplx<double> w = unit_root(k, N);  // cos, -sin
+      c[k] = R(0.5 * w.re);
+      s[k] = R(-0.5 * w.im);
+    }
+  }
+};
+
+// N reals in place to their perm form (forward), or back from it: the
+// complex fixed kernel of N / 2 points and the even sweep; two points are
+// their sum and difference either way.
+template <class R, bool Fwd, int N>
+void fixed_perm(R *x) {
+  if constexpr (N == 2) {
+    const R a = x[0], b = x[1];
+    x[0] = a + b;
+    x[1] = a - b;
+  } else {
+    static const HalfTables<R, N> t;
+    static const FixedKernel<R> k = fixed_kernel<R>(N / 2, Fwd);
+    auto *z = reinterpret_cast<cplx<R> *>(x);
+    if (!Fwd) even_join<R>(z, N / 2, t.c, t.s);
+    k(z, z, nullptr, nullptr);
+    if (Fwd) even_split<R>(z, N / 2, t.c, t.s);
+  }
+}
+
+template <class R, bool Fwd, int N>
+int64_t fixed_real_kernel(void *in, void *out, DftNode *node, void *) {
+  const Layout l = layout_of(node);
+  const int32_t format = l == Layout::ccs ? DFT_CCS_FORMAT : node->packed_format;
+  R *y = static_cast<R *>(out);
+  if (Fwd) {
+    if (in != out) std::memcpy(y, in, sizeof(R) * N);
+    fixed_perm<R, true, N>(y);
+    perm_to_format<R>(format, y, N);
+  } else {
+    perm_from_format<R>(format, static_cast<const R *>(in), y, N);
+    fixed_perm<R, false, N>(y);
+  }
+  return finish_line<R, Fwd>(node, y, l);
+}
+
+template <class R, bool Fwd>
+dft_axis_kernel fixed_real(int64_t n) {
+  switch (n) {
+    case 2: return fixed_real_kernel<R, Fwd, 2>;
+    case 4: return fixed_real_kernel<R, Fwd, 4>;
+    case 8: return fixed_real_kernel<R, Fwd, 8>;
+    case 16: return fixed_real_kernel<R, Fwd, 16>;
+    case 32: return fixed_real_kernel<R, Fwd, 32>;
+    case 64: return fixed_real_kernel<R, Fwd, 64>;
+    default: return nullptr;
+  }
 }
 
 // One side of a task: values of R per line, and offset, stride and distance
@@ -404,6 +477,16 @@ int64_t real_row_share(const void *in, void *out, const int64_t *is, const int64
 
 // The hand-over of a whole real task, by precision, direction, placement
 // and storage (single precision backward in place has none: null).
+using RealPlane = int64_t (*)(DftNode *, void *, void *, void *);
+
+// The plane routines of a precision: x{dz,sc}dft2d (storage 40) and
+// x{dzz,scc}dft2d (39) forward, x{zd,cs} and x{zzd,ccs} backward.
+template <class R>
+RealPlane plane_routine(bool forward, bool cce) {
+  if (forward) return cce ? real_dft2d<R, true, true> : real_dft2d<R, true, false>;
+  return cce ? real_dft2d<R, false, true> : real_dft2d<R, false, false>;
+}
+
 template <class R, bool Fwd, bool Out, bool Cce>
 frame::LateCell *real_compute_par_cell() {
   constexpr const char *names[2][2][2][2] = {
@@ -425,10 +508,14 @@ frame::LateCell *real_compute_par_cell() {
   }
 }
 
+// A lone plane on one thread goes to the node's two-dimensional routine.
 template <class R, bool Fwd, bool Out, bool Cce>
 int64_t real_entry_of(DftNode *node, void *a, void *b) {
   auto driver = [&](void *ws) { return real_driver<R, Fwd, Cce>(node, a, Out ? b : nullptr, node->transforms, ws); };
   if (node->user_threads > 1) return in_user_slot(node, driver);
+  const dft_generic_fn plane = node->kernels_2d[2 * precision_index<R> + (Fwd ? 0 : 1)];
+  if (plane && node->rank == 2 && node->transforms == 1 && node->threads == 1)
+    return reinterpret_cast<RealPlane>(plane)(node, a, Out ? b : a, node->workspace);
   frame::LateCell *cell = real_compute_par_cell<R, Fwd, Out, Cce>();
   if (node->threads == 1 || !cell) return driver(node->workspace);
   DftNode *holder = node;
@@ -469,19 +556,28 @@ int64_t core_r2c_1d(DftNode *root) {
   const bool pow2 = is_pow2(n);
   const int64_t limit = sizeof(R) == 8 ? (pow2 ? 0x4000000 : 0x1000000) : (pow2 ? 0x8000000 : 0x2000000);
   if (n > limit) return DFT_1D_LENGTH_EXCEEDS_INT32;
-  DftPlan *p = nullptr;
-  if (int32_t s = plan_create_real<R>(&p, n, DFT_SCALE_NONE, 0)) {
-    uncommit(root);
-    return node_status_of_plan(s);
-  }
   DftPlan *&slot = root->plans[DFT_PLAN_REAL + precision_index<R>];
   if (slot) plan_destroy(slot);
-  slot = p;
+  slot = nullptr;
   root->axis_index = 0;
-  root->uses_plan = 1;
-  root->work_size = root->max_work_size = p->work_size;
-  root->real_kernels[real_slot<R>(true)] = real_kernel<R, true>;
-  root->real_kernels[real_slot<R>(false)] = real_kernel<R, false>;
+  root->real_fast_flag = root->placement == DFT_NOT_INPLACE && root->rank >= 2 && layout_of(root) == Layout::ccs;
+  if (fixed_real<R, true>(n) && root->input_stride == 1 && root->output_stride == 1) {
+    root->uses_plan = 0;
+    root->work_size = root->max_work_size = 0;
+    root->real_kernels[real_slot<R>(true)] = fixed_real<R, true>(n);
+    root->real_kernels[real_slot<R>(false)] = fixed_real<R, false>(n);
+  } else {
+    DftPlan *p = nullptr;
+    if (int32_t s = plan_create_real<R>(&p, n, DFT_SCALE_NONE, 0)) {
+      uncommit(root);
+      return node_status_of_plan(s);
+    }
+    slot = p;
+    root->uses_plan = 1;
+    root->work_size = root->max_work_size = p->work_size;
+    root->real_kernels[real_slot<R>(true)] = real_kernel<R, true>;
+    root->real_kernels[real_slot<R>(false)] = real_kernel<R, false>;
+  }
   int64_t index = 1;
   for (DftNode *ax = root->next_axis; ax; ax = ax->next_axis, ++index) {
     if (int64_t s = commit_complex_axis<R>(root, ax, index)) {
@@ -492,6 +588,12 @@ int64_t core_r2c_1d(DftNode *root) {
     ax->commit_status = DFT_COMMITTED;
   }
   if (int64_t s = allocate_workspace(root)) return s;
+  if (root->rank == 2) {  // forward, then backward
+    const bool cce = root->conjugate_even_storage == DFT_COMPLEX_COMPLEX;
+    dft_generic_fn *k = root->kernels_2d + 2 * precision_index<R>;
+    k[0] = reinterpret_cast<dft_generic_fn>(plane_routine<R>(true, cce));
+    k[1] = reinterpret_cast<dft_generic_fn>(plane_routine<R>(false, cce));
+  }
   if (root->placement == DFT_NOT_INPLACE) finish(root, real_entry<R, true, true>, real_entry<R, false, true>);
   else finish(root, real_entry<R, true, false>, real_entry<R, false, false>);
   return DFT_NO_ERROR;
@@ -510,8 +612,8 @@ template <class R> DftMethod threaded_real_md = {commit_threaded_real_md<R>, nul
 
 }  // namespace
 
-DftMethod *const method_list_dr1d[] = {&threaded_real<double>, nullptr};
-DftMethod *const method_list_sr1d[] = {&threaded_real<float>, nullptr};
+DftMethod *const method_list_dr1d[] = {&large_real_double, &threaded_real<double>, nullptr};
+DftMethod *const method_list_sr1d[] = {&large_real_single, &threaded_real<float>, nullptr};
 DftMethod *const method_list_drmd[] = {&threaded_real_md<double>, nullptr};
 DftMethod *const method_list_srmd[] = {&threaded_real_md<float>, nullptr};
 

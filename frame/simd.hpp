@@ -175,8 +175,11 @@ inline i32x4 make_i32(int a, int b, int c, int d) { return _mm_set_epi32(d, c, b
 inline i32x4 add_i32(i32x4 a, i32x4 b) { return _mm_add_epi32(a, b); }
 
 // ======================================================== cache hints
-inline void prefetch_t0(const void *p) { _mm_prefetch(static_cast<const char *>(p), _MM_HINT_T0); }
-inline void prefetch_nta(const void *p) { _mm_prefetch(static_cast<const char *>(p), _MM_HINT_NTA); }
+// Written as statements the compiler must keep: the built-in hint counts as
+// no effect, and GCC drops a short loop of nothing but hints once it is
+// inlined (a dasum that asked for four lines a pass asked for none).
+inline void prefetch_t0(const void *p) { asm volatile("prefetcht0 %0" : : "m"(*static_cast<const char *>(p))); }
+inline void prefetch_nta(const void *p) { asm volatile("prefetchnta %0" : : "m"(*static_cast<const char *>(p))); }
 
 // ======================================================== complex layer
 // Real parts, imaginary parts, spread over each complex element.
@@ -232,9 +235,11 @@ struct Csplat {
 inline Csplat<double> csplat(cplx<double> a) { return {splat(a.re), splat(a.im)}; }
 inline Csplat<float> csplat(cplx<float> a) { return {splat(a.re), splat(a.im)}; }
 // f x = (fr xr - fi xi, fr xi + fi xr); scalar twin: cmul(f, x) on cplx.
+// The flip writes a new register: x is used twice, and a stream kernel
+// would otherwise copy it first.
 template <class R>
 inline typename VectorOf<R>::type cmul(Csplat<R> f, typename VectorOf<R>::type x) {
-  return addsub(mul(f.re, x), mul(f.im, flip(x)));
+  return addsub(mul(f.re, x), mul(f.im, flip_copy(x)));
 }
 
 }  // namespace zor::simd

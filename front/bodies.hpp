@@ -23,7 +23,7 @@ using rules::first_bad;
 // No argument is ever illegal; n < 1 returns at once (the kernels agree).
 template <class E>
 inline void axpy(zor_int n, const E *alpha, const E *x, zor_int incx, E *y, zor_int incy) {
-  if (n <= 0 || is_zero(*alpha)) return;
+  if (n <= 0 || is_zero(load_any(alpha))) return;
   imp<E>::xaxpy(&n, alpha, x, &incx, y, &incy);
 }
 template <class E>
@@ -96,7 +96,7 @@ inline void rotg(E *a, E *b, real_t<E> *c, E *s) {
 }
 template <class R>
 inline void rotm(zor_int n, R *x, zor_int incx, R *y, zor_int incy, const R *param) {
-  if (n > 0 && param[0] != R(-2)) imp<R>::rotm(&n, x, &incx, y, &incy, param);
+  if (n > 0 && load_any(param) != R(-2)) imp<R>::rotm(&n, x, &incx, y, &incy, param);
 }
 template <class R>
 inline void rotmg(R *d1, R *d2, R *x1, const R *y1, R *param) {
@@ -106,7 +106,7 @@ inline void rotmg(R *d1, R *d2, R *x1, const R *y1, R *param) {
 // ------------------------------------------------------------------ level 2
 template <class E>
 inline bool no_update(const E *alpha, const E *beta) {
-  return is_zero(*alpha) && is_one(*beta);
+  return is_zero(load_any(alpha)) && is_one(load_any(beta));
 }
 
 template <class E>
@@ -194,7 +194,7 @@ inline int ger(zor_int m, zor_int n, const E *alpha, const E *x, zor_int incx, c
                zor_int lda) {
   const zor_int v[10] = {0, m, n, 0, 0, incx, 0, incy, 0, lda};
   if (int bad = first_bad<rules::kGer>(v)) return bad;
-  if (m == 0 || n == 0 || is_zero(*alpha)) return 0;
+  if (m == 0 || n == 0 || is_zero(load_any(alpha))) return 0;
   if constexpr (Conj) imp<E>::gerc(&m, &n, alpha, x, &incx, y, &incy, a, &lda);
   else imp<E>::geru(&m, &n, alpha, x, &incx, y, &incy, a, &lda);
   return 0;
@@ -204,7 +204,7 @@ template <class E>
 inline int her(char uplo, zor_int n, const real_t<E> *alpha, const E *x, zor_int incx, E *a, zor_int lda) {
   const zor_int v[8] = {0, uplo, n, 0, 0, incx, 0, lda};
   if (int bad = first_bad<rules::kSyr>(v)) return bad;
-  if (n == 0 || *alpha == 0) return 0;
+  if (n == 0 || load_any(alpha) == 0) return 0;
   imp<E>::her(&uplo, &n, alpha, x, &incx, a, &lda);
   return 0;
 }
@@ -212,7 +212,7 @@ template <class E>
 inline int hpr(char uplo, zor_int n, const real_t<E> *alpha, const E *x, zor_int incx, E *ap) {
   const zor_int v[6] = {0, uplo, n, 0, 0, incx};
   if (int bad = first_bad<rules::kSpr>(v)) return bad;
-  if (n == 0 || *alpha == 0) return 0;
+  if (n == 0 || load_any(alpha) == 0) return 0;
   imp<E>::hpr(&uplo, &n, alpha, x, &incx, ap);
   return 0;
 }
@@ -221,7 +221,7 @@ inline int her2(char uplo, zor_int n, const E *alpha, const E *x, zor_int incx, 
                 zor_int lda) {
   const zor_int v[10] = {0, uplo, n, 0, 0, incx, 0, incy, 0, lda};
   if (int bad = first_bad<rules::kSyr2>(v)) return bad;
-  if (n == 0 || is_zero(*alpha)) return 0;
+  if (n == 0 || is_zero(load_any(alpha))) return 0;
   imp<E>::her2(&uplo, &n, alpha, x, &incx, y, &incy, a, &lda);
   return 0;
 }
@@ -229,7 +229,7 @@ template <class E>
 inline int hpr2(char uplo, zor_int n, const E *alpha, const E *x, zor_int incx, const E *y, zor_int incy, E *ap) {
   const zor_int v[8] = {0, uplo, n, 0, 0, incx, 0, incy};
   if (int bad = first_bad<rules::kSpr2>(v)) return bad;
-  if (n == 0 || is_zero(*alpha)) return 0;
+  if (n == 0 || is_zero(load_any(alpha))) return 0;
   imp<E>::hpr2(&uplo, &n, alpha, x, &incx, y, &incy, ap);
   return 0;
 }
@@ -241,7 +241,7 @@ inline int gemm(char ta, char tb, zor_int m, zor_int n, zor_int k, const E *alph
                 const E *b, zor_int ldb, const E *beta, E *c, zor_int ldc) {
   const zor_int v[14] = {0, ta, tb, m, n, k, 0, 0, lda, 0, ldb, 0, 0, ldc};
   if (int bad = first_bad<rules::kGemm>(v)) return bad;
-  if (m == 0 || n == 0 || ((is_zero(*alpha) || k == 0) && is_one(*beta))) return 0;
+  if (m == 0 || n == 0 || ((is_zero(load_any(alpha)) || k == 0) && is_one(load_any(beta)))) return 0;
   if constexpr (ThreeM) imp<E>::xgemm3m(&ta, &tb, &m, &n, &k, alpha, a, &lda, b, &ldb, beta, c, &ldc);
   else gemm_one_order(ta, tb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
   return 0;
@@ -266,7 +266,7 @@ inline int syrk(char uplo, char trans, zor_int n, zor_int k, const S *alpha, con
                           : is_complex_v<E>   ? rules::kSyrkOf<rules::kComplexSyrk>
                                               : rules::kSyrkOf<rules::kRealSyrk>;
   if (int bad = first_bad<table>(v)) return bad;
-  if (n == 0 || ((is_zero(*alpha) || k == 0) && is_one(*beta))) return 0;
+  if (n == 0 || ((is_zero(load_any(alpha)) || k == 0) && is_one(load_any(beta)))) return 0;
   threaded_syrk<traits_of<E>, Hermitian>(&uplo, &trans, &n, &k, alpha, a, &lda, beta, c, &ldc);
   return 0;
 }
@@ -280,7 +280,7 @@ inline int syr2k(char uplo, char trans, zor_int n, zor_int k, const E *alpha, co
                           : is_complex_v<E>   ? rules::kSyr2kOf<rules::kComplexSyrk>
                                               : rules::kSyr2kOf<rules::kRealSyrk>;
   if (int bad = first_bad<table>(v)) return bad;
-  if (n == 0 || ((is_zero(*alpha) || k == 0) && is_one(*beta))) return 0;
+  if (n == 0 || ((is_zero(load_any(alpha)) || k == 0) && is_one(load_any(beta)))) return 0;
   if constexpr (Hermitian) imp<E>::xher2k(&uplo, &trans, &n, &k, alpha, a, &lda, b, &ldb, beta, c, &ldc);
   else imp<E>::xsyr2k(&uplo, &trans, &n, &k, alpha, a, &lda, b, &ldb, beta, c, &ldc);
   return 0;

@@ -62,7 +62,7 @@ void gemm_one_order(char ta, char tb, zor_int m, zor_int n, zor_int k, const E *
   const bool a_rows = letter_of(ta) == 'N', b_rows = letter_of(tb) == 'N';
   // op(A) is m x k: A itself m x k, or k x m; op(B) is k x n: B k x n, or n x k.
   const zor_int a_size = m < mp ? mp * k : 0, b_size = n < np ? np * k : 0;
-  E *scratch = k < d->unroll_k || is_zero(*alpha) ? nullptr
+  E *scratch = k < d->unroll_k || is_zero(load_any(alpha)) ? nullptr
                : static_cast<E *>(zor_serv_allocate(uint64_t(a_size + b_size + mp * np) * sizeof(E), 64));
   if (!scratch) {
     imp::xgemm(&ta, &tb, &m, &n, &k, alpha, a, &lda, b, &ldb, beta, c, &ldc);

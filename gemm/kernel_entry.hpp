@@ -255,7 +255,7 @@ void gemm_kernel(const char *, const char *transb, const int64_t *m, const int64
   R *c = static_cast<R *>(c_);
   const int64_t m4 = *m / P::UM * P::UM, r = *m - m4;
   const bool in_place = !T::complex && flag != kFlagPackedB;
-  const bool beta_zero = !T::complex && *static_cast<const R *>(beta) == R(0);
+  const bool beta_zero = !T::complex && load_any(static_cast<const R *>(beta)) == R(0);
   const bool bt = in_place && b_transposed(transb);
   if (m4 != 0)
     kMainKernels<T, Row>[variant_of<T>(flag, beta_zero, c, *ldc)](bt, m4, *n, *k, a, *a_stride, b, *ldb, c,

@@ -60,7 +60,7 @@ void mixed_copyb(const char *transb, int64_t k, int64_t n, const void *b_, int64
                  typename RT::real *re, typename RT::real *im, int64_t ld) {
   using R = typename RT::real;
   const R *b = static_cast<const R *>(b_);
-  const cplx<R> alpha = *static_cast<const cplx<R> *>(alpha_);
+  const cplx<R> alpha = load_any(static_cast<const cplx<R> *>(alpha_));
   const char tb = letter_of(transb);
   for (int64_t j = 0; j < n; ++j)
     for (int64_t l = 0; l < k; ++l) {
@@ -79,7 +79,7 @@ void mixed_copyb_packed(const char *transb, int64_t k, int64_t n, const void *b_
                         typename RT::real *re, typename RT::real *im, const GemmDesc *d) {
   using R = typename RT::real;
   const R *b = static_cast<const R *>(b_);
-  const cplx<R> alpha = *static_cast<const cplx<R> *>(alpha_);
+  const cplx<R> alpha = load_any(static_cast<const cplx<R> *>(alpha_));
   const char tb = letter_of(transb);
   const int64_t un = d->unroll_n, kp = round_up(k, d->unroll_k), stride = d->b_panel_stride;
   for (int64_t q = 0; q * un < n; ++q) {
@@ -125,7 +125,7 @@ template <class RT>
 void mixed_join_beta(int64_t m, int64_t n, const typename RT::real *re, int64_t ld_re, const typename RT::real *im,
                      int64_t ld_im, const void *beta_, void *c_, int64_t ldc) {
   using R = typename RT::real;
-  const cplx<R> beta = *static_cast<const cplx<R> *>(beta_);
+  const cplx<R> beta = load_any(static_cast<const cplx<R> *>(beta_));
   cplx<R> *c = static_cast<cplx<R> *>(c_);
   const bool zero = is_zero(beta), one = is_one(beta);
   for (int64_t j = 0; j < n; ++j)
@@ -145,7 +145,7 @@ void mixed_pst(const char *transa, const char *transb, int64_t m, int64_t n, int
   using R = typename RT::real;
   if (m < 1 || n < 1) return;
   const R *b = static_cast<const R *>(b_);
-  const cplx<R> alpha = *static_cast<const cplx<R> *>(alpha_), beta = *static_cast<const cplx<R> *>(beta_);
+  const cplx<R> alpha = load_any(static_cast<const cplx<R> *>(alpha_)), beta = load_any(static_cast<const cplx<R> *>(beta_));
   cplx<R> *c = static_cast<cplx<R> *>(c_);
   const bool an = letter_of(transa) == 'N';
   const char tb = letter_of(transb);
@@ -261,7 +261,7 @@ void xmixed_gemm(const char *transa, const char *transb, const int64_t *m_, cons
   using E = MixedEngine<RT>;
   const int64_t M = *m_, N = *n_, K = *k_;
   if (M < 1 || N < 1) return;
-  const cplx<R> al = *static_cast<const cplx<R> *>(alpha), be = *static_cast<const cplx<R> *>(beta);
+  const cplx<R> al = load_any(static_cast<const cplx<R> *>(alpha)), be = load_any(static_cast<const cplx<R> *>(beta));
   if (K == 0 || is_zero(al)) {
     if (!is_one(be)) mscale<CT>(m_, n_, static_cast<const cplx<R> *>(beta), static_cast<cplx<R> *>(c), ldc);
     return;

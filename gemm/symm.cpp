@@ -63,7 +63,7 @@ void symm(const char *side, const char *uplo, const int64_t *m_, const int64_t *
   if (!Herm && zor_serv_check_ptr(buffer.get(), "xsymm") != 0) return;
   const int64_t m = *m_, n = *n_, lda = *lda_, ldb = *ldb_, ldc = *ldc_;
   if (m < 1 || n < 1) return;
-  const E alpha = *static_cast<const E *>(alpha_), beta = *static_cast<const E *>(beta_);
+  const E alpha = load_any(static_cast<const E *>(alpha_)), beta = load_any(static_cast<const E *>(beta_));
   const E *a = static_cast<const E *>(a_), *b = static_cast<const E *>(b_);
   E *c = static_cast<E *>(c_);
   if (!is_one(beta)) mscale<T>(m_, n_, &beta, c, ldc_);

@@ -41,7 +41,7 @@ void syr2k(const char *uplo, const char *trans, const int64_t *n_, const int64_t
   constexpr char t = kTransposed<Herm>;
   const int64_t n = *n_, k = *k_, lda = *lda_, ldb = *ldb_, ldc = *ldc_;
   if (n < 1) return;
-  const E alpha = *static_cast<const E *>(alpha_);
+  const E alpha = load_any(static_cast<const E *>(alpha_));
   const E alpha2 = conj_if(alpha, Herm);
   const auto beta = *beta_;
   const E *a = static_cast<const E *>(a_), *b = static_cast<const E *>(b_);

@@ -290,7 +290,7 @@ void trmm(const char *side, const char *uplo, const char *transa, const char *di
           const int64_t *n_, const void *alpha_, const void *a_, const int64_t *lda_, void *b_, const int64_t *ldb_,
           bool direct_on_failure = false) {
   using E = typename T::elem;
-  const E alpha = *static_cast<const E *>(alpha_);
+  const E alpha = load_any(static_cast<const E *>(alpha_));
   E *b = static_cast<E *>(b_);
   if (is_zero(alpha)) return mscale<T>(m_, n_, &alpha, b, ldb_);
   if (*m_ < 1 || *n_ < 1) return;

@@ -210,7 +210,7 @@ void trsm(const char *side, const char *uplo, const char *transa, const char *di
   constexpr int64_t kLeaf = fixed::kTrsmLeaf;
   const int64_t m = *m_, n = *n_, ldb = *ldb_;
   if (m < 1 || n < 1) return;
-  const E alpha = *static_cast<const E *>(alpha_);
+  const E alpha = load_any(static_cast<const E *>(alpha_));
   E *b = static_cast<E *>(b_);
   if (is_zero(alpha)) return mscale<T>(m_, n_, &alpha, b, ldb_);
   const int64_t row_block = zor_serv_cpuhasqlx() != 0 ? Rule::trsm_rows1 : Rule::trsm_rows0;

@@ -152,17 +152,12 @@ inline void triangle_update(int64_t m, const R *const *src, R *a, int64_t lda, F
   }
 }
 
-// The first largest |x[i]| for i < len at stride inc: the first maximum a
-// strict scan finds, NaNs included (never greater, and a NaN first element
-// stays the answer). The largest value first (max keeps the running value
-// when the new one is NaN; unit-stride doubles by registers in two
-// chains), then its first place.
+// The largest |x[i]| for i < len at stride inc, from |x[0]| on (max keeps
+// the running value when the new one is NaN, so a NaN after the first
+// element is never larger; unit-stride doubles by registers in two chains).
 template <class R>
-void first_max(int64_t len, const R *x, int64_t inc, int64_t *at, R *value) {
+R largest_from_first(int64_t len, const R *x, int64_t inc) {
   R m = std::fabs(x[0]);
-  *at = 0;
-  *value = m;
-  if (!(m == m)) return;
   int64_t i = 1;
   if constexpr (sizeof(R) == 8) {
     if (inc == 1 && len >= 5) {
@@ -181,19 +176,30 @@ void first_max(int64_t len, const R *x, int64_t inc, int64_t *at, R *value) {
     const R v = std::fabs(x[i * inc]);
     m = v > m ? v : m;
   }
-  if (!(m > *value)) return;
-  i = 1;
+  return m;
+}
+
+// The first largest |x[i]| for i < len (len >= 1) at stride inc: the first
+// maximum a strict scan finds, NaNs included (never greater, and a NaN first
+// element stays the answer). The largest value first, then its first place.
+template <class R>
+void first_max(int64_t len, const R *x, int64_t inc, int64_t *at, R *value) {
+  const R first = std::fabs(x[0]);
+  *at = 0;
+  *value = first;
+  if (!(first == first)) return;
+  const R m = largest_from_first(len, x, inc);
+  if (!(m > first)) return;
+  int64_t i = 1;
   while (!(std::fabs(x[i * inc]) == m)) ++i;
   *at = i;
   *value = m;
 }
 
+// The largest |x[i]| for i < len, 0 for none (the value of first_max).
 template <class R>
 R largest(int64_t len, const R *x, int64_t inc) {
-  int64_t at;
-  R v = 0;
-  if (len > 0) first_max(len, x, inc, &at, &v);
-  return v;
+  return len > 0 ? largest_from_first(len, x, inc) : R(0);
 }
 
 }  // namespace zor::lapack

@@ -38,7 +38,8 @@
 // lower) by the provider's syr "Lower" with alpha -d (which skips the same
 // columns and forms the same products); the scaling of x by a loop, or by the
 // level-1 scaling from the n in the table on (d lower from 45; s upper
-// always).
+// always). The loop scaling rides on the update's loop: x[j] is scaled once
+// the pair of columns that last reads it is done.
 #include <zor/lapack.h>
 
 #include <cmath>
@@ -84,9 +85,11 @@ void scale(int64_t len, typename T::real d, typename T::real *x, bool by_blas) {
 
 // The trailing (leading) triangle less d x x^T, columns with x[j] = 0
 // skipped: a[i, j] += x[i] (-d x[j]) is computed as a[i, j] - x[i] (d x[j]),
-// the same bits.
+// the same bits. With scale, x[j] := x[j] d as soon as the columns that
+// read it are done (the triangle's columns from j on read x from row j on,
+// upper: up to row j), which is the loop scaling of x after the update.
 template <class R, bool Lower>
-void rank_one(int64_t m, const R *x, R d, R *a, int64_t lda) {
+void rank_one(int64_t m, R *x, R d, R *a, int64_t lda, bool scale) {
   const R *const src[1] = {x};
   triangle_update<R, Lower, 1>(
       m, src, a, lda,
@@ -94,7 +97,9 @@ void rank_one(int64_t m, const R *x, R d, R *a, int64_t lda) {
         t[0] = d * x[j];
         return x[j] != R(0);
       },
-      [](int64_t) {});
+      [&](int64_t j) {
+        if (scale) x[j] = x[j] * d;
+      });
 }
 
 // ---------------------------------------------------------------- lower
@@ -140,9 +145,9 @@ void lower(int64_t n, typename T::real *a, int64_t lda, int64_t *ipiv, int64_t *
           const R minus_d11 = -d11;
           imports<T>::syr("Lower", &m, &minus_d11, x, &one, &A(k + 1, k + 1), &ld, 5);
         } else {
-          rank_one<R, true>(n - k - 1, x, d11, &A(k + 1, k + 1), lda);
+          rank_one<R, true>(n - k - 1, x, d11, &A(k + 1, k + 1), lda, !by_blas);
         }
-        scale<T>(n - k - 1, d11, x, by_blas);
+        if (by_blas || kBunchKaufman<T>.lower_syr) scale<T>(n - k - 1, d11, x, by_blas);
       }
       ipiv[k] = kp + 1;
     } else {
@@ -203,8 +208,8 @@ void upper(int64_t n, typename T::real *a, int64_t lda, int64_t *ipiv, int64_t *
     if (kstep == 1) {
       const R r1 = R(1) / A(k, k);
       R *x = &A(0, k);
-      rank_one<R, false>(k, x, r1, a, lda);
-      scale<T>(k, r1, x, by_blas);
+      rank_one<R, false>(k, x, r1, a, lda, !by_blas);
+      if (by_blas) scale<T>(k, r1, x, by_blas);
       ipiv[k] = kp + 1;
     } else {
       if (k > 1) {

@@ -204,12 +204,15 @@ void block_gauss(const I *part, const I *nonunit, const I *mb, const I *n, const
     const int64_t p = a.begin(i), q = a.end(i);
     int64_t d = p;
     while (d < q && a.col(d) < i) ++d;
-    // A row whose blocks all lie below i has no diagonal block to solve with.
-    const bool has_diag = d < q;
+    // With the non-unit flag the block at the scan position is the diagonal
+    // one, whatever its block column; a row whose blocks all lie below i has
+    // none to solve with. With the flag clear only a block of block column i
+    // is the diagonal one: without it the diagonal block is the identity and
+    // the scan position starts the upper side.
+    const bool at_diag = d < q && a.col(d) == i;
+    const bool has_diag = divides ? d < q : at_diag;
     const E *diag = has_diag ? a.block(d) : nullptr;
-    int64_t after = d + 1;  // first block of the upper side
-    if (!divides && !(d < q && a.col(d) == i)) after = d;
-    after = std::min(after, q);
+    const int64_t after = has_diag ? d + 1 : d;  // first block of the upper side
     for (int64_t j = 0; j < ncol; ++j) {
       auto x = dense_col<Base>(elems(y), ld, j);
       // The diagonal block: element (r, c) of the operator's diagonal block.

@@ -112,10 +112,61 @@ void csrcoo(const I *job_, const I *n_, P *acsr_, I *ja, I *ia, I *nnz, P *acoo_
 // exchanged): columns counted, summed, and each row's entries placed in
 // stored order, so that the entries of an output row come in ascending
 // source row. n, job[1], job[2] and job[5] are read as their low 32 bits.
+// The placement of csrcsc by column groups, for large matrices: the
+// entries first go, in source order, to the stretch of the output that
+// their group of 2^shift columns will fill (row and column packed in one
+// 64-bit key: n is read as 32 bits), then each stretch is copied aside and
+// placed by column from the copy. Each column gets its entries in source
+// order, as with the direct placement, but the random writes stay inside
+// one group's stretch at a time. False (nothing written) when the scratch
+// cannot be had; di holds the column starts.
+template <bool Values, class E, class I>
+bool csc_place_grouped(int64_t n, int64_t bin, int64_t bout, const E *src, const I *sj, const I *si, E *dst, I *dj,
+                       I *di) {
+  constexpr int64_t groups = tuned::kCscGroups;
+  int shift = 0;
+  while (((n - 1) >> shift) >= groups) ++shift;
+  const int64_t ng = ((n - 1) >> shift) + 1, total = int64_t(di[n]);
+  int64_t largest = 0, cursor[groups];
+  for (int64_t g = 0; g < ng; ++g) {
+    cursor[g] = int64_t(di[g << shift]);
+    largest = std::max(largest, int64_t(di[std::min(n, (g + 1) << shift)]) - cursor[g]);
+  }
+  // The keys go to dj itself when it is 64 bits wide.
+  frame::PooledBuffer key_block(sizeof(I) == 8 ? 1 : uint64_t(std::max<int64_t>(total, 1)) * 8,
+                                int32_t(fixed::kScratchAlignment));
+  frame::PooledBuffer aside(uint64_t(std::max<int64_t>(largest, 1)) * (8 + (Values ? sizeof(E) : 0)),
+                            int32_t(fixed::kScratchAlignment));
+  if (!key_block || !aside) return false;
+  uint64_t *key = sizeof(I) == 8 ? reinterpret_cast<uint64_t *>(dj) : static_cast<uint64_t *>(key_block.get());
+  uint64_t *key_aside = static_cast<uint64_t *>(aside.get());
+  E *val_aside = reinterpret_cast<E *>(key_aside + std::max<int64_t>(largest, 1));
+  for (int64_t i = 0; i < n; ++i)
+    for (int64_t k = int64_t(si[i]) - bin; k < int64_t(si[i + 1]) - bin; ++k) {
+      const int64_t c = int64_t(sj[k]) - bin, q = cursor[c >> shift]++;
+      key[q] = uint64_t(i) << 32 | uint64_t(c);
+      if constexpr (Values) dst[q] = src[k];
+    }
+  for (int64_t g = 0; g < ng; ++g) {
+    const int64_t q0 = int64_t(di[g << shift]), count = cursor[g] - q0;
+    std::memcpy(key_aside, key + q0, size_t(count) * 8);
+    if constexpr (Values) std::memcpy(static_cast<void *>(val_aside), dst + q0, size_t(count) * sizeof(E));
+    for (int64_t e = 0; e < count; ++e) {
+      const int64_t c = int64_t(key_aside[e] & 0xFFFFFFFFu), p = di[c];
+      dj[p] = I(int64_t(key_aside[e] >> 32) + bout);
+      if constexpr (Values) dst[p] = val_aside[e];
+      di[c] = I(p + 1);
+    }
+  }
+  return true;
+}
+
 // The counts and the placement of csrcsc. Both passes land on columns at
 // random: the column's counter kGatherAhead entries on is prefetched, and
 // the destination of the entry half as far on from its counter as it stands
 // then (a prefetch only, so a later move of that counter does no harm).
+// From tuned::kCscGroupedFrom entries on, the placement goes by column
+// groups (same result).
 template <bool Values, class E, class I>
 void csc_pass(int64_t n, int64_t bin, int64_t bout, const E *src, const I *sj, const I *si, E *dst, I *dj, I *di) {
   constexpr int64_t ahead = tuned::kGatherAhead;
@@ -127,19 +178,21 @@ void csc_pass(int64_t n, int64_t bin, int64_t bout, const E *src, const I *sj, c
     di[c + 1] = I(di[c + 1] + 1);
   }
   for (int64_t c = 1; c <= n; ++c) di[c] = I(di[c] + di[c - 1]);
-  for (int64_t i = 0; i < n; ++i)
-    for (int64_t k = int64_t(si[i]) - bin; k < int64_t(si[i + 1]) - bin; ++k) {
-      if (k + ahead < k1) {
-        zor::simd::prefetch_t0(di + (int64_t(sj[k + ahead]) - bin));
-        const int64_t q = di[int64_t(sj[k + ahead / 2]) - bin];
-        zor::simd::prefetch_t0(dj + q);
-        if constexpr (Values) zor::simd::prefetch_t0(dst + q);
+  if (n < 1 || k1 - k0 < tuned::kCscGroupedFrom ||
+      !csc_place_grouped<Values>(n, bin, bout, src, sj, si, dst, dj, di))
+    for (int64_t i = 0; i < n; ++i)
+      for (int64_t k = int64_t(si[i]) - bin; k < int64_t(si[i + 1]) - bin; ++k) {
+        if (k + ahead < k1) {
+          zor::simd::prefetch_t0(di + (int64_t(sj[k + ahead]) - bin));
+          const int64_t q = di[int64_t(sj[k + ahead / 2]) - bin];
+          zor::simd::prefetch_t0(dj + q);
+          if constexpr (Values) zor::simd::prefetch_t0(dst + q);
+        }
+        const int64_t c = int64_t(sj[k]) - bin, p = di[c];
+        dj[p] = I(i + bout);
+        if constexpr (Values) dst[p] = src[k];
+        di[c] = I(p + 1);
       }
-      const int64_t c = int64_t(sj[k]) - bin, p = di[c];
-      dj[p] = I(i + bout);
-      if constexpr (Values) dst[p] = src[k];
-      di[c] = I(p + 1);
-    }
   for (int64_t c = n; c > 0; --c) di[c] = I(di[c - 1] + bout);
   di[0] = I(bout);
 }
@@ -324,8 +377,8 @@ void csrsky(const I *job_, const I *m_, P *acsr_, I *ja, I *ia, P *asky_, I *pnt
 // 1, by rows for 0), 0 block columns and pointers, -1 the number of blocks
 // only (iab[0]). Blocks of a block row come in order of first sight. mblk
 // below 1 is refused first (info 1); then the marker array from the pool
-// (info -1); ldabsr below mblk^2 gives info 2 and leaves the marker block
-// unreleased (the pool takes it back when the thread's buffers are freed).
+// (info -1); ldabsr below mblk^2 gives info 2. Every status hands the marker
+// block back, so no call leaves a pool slot in use.
 // job[0] != 0: BSR to CSR, job[3] = 1 keeping non-zero elements only,
 // job[5] = 0 writing ja and ia only.
 template <class T, class I, class P>
@@ -349,7 +402,8 @@ void csrbsr(const I *job_, const I *m_, const I *mblk_, const I *ldabsr_, P *acs
       return;
     }
     if (ld < mb * mb) {
-      *info = 2;  // the marker block stays with the pool, as the family has it
+      zor_serv_deallocate(marker_block);
+      *info = 2;
       return;
     }
     I *marker = static_cast<I *>(marker_block), *seen = what == -1 ? marker + nb : nullptr;

@@ -21,9 +21,13 @@
 #pragma once
 #include <algorithm>
 
+#include "frame/simd.hpp"
 #include "spblas/csr_common.hpp"
 
 namespace zor::spblas {
+
+// The crossings of a block pair gathered before its rows are walked.
+inline constexpr int kDiaHeld = 8;
 
 template <class E, class I>
 struct Dia {
@@ -36,8 +40,8 @@ struct Dia {
 
 // The block pairs and the diagonals that cross them: body(t, d, lo, hi)
 // for rows lo..hi of diagonal t. m and k must be positive.
-template <class E, class I, class F>
-inline void dia_blocks(const Dia<E, I> &a, int64_t m, int64_t k, F &&body) {
+template <class E, class I, class F, class Done = void (*)()>
+inline void dia_blocks(const Dia<E, I> &a, int64_t m, int64_t k, F &&body, Done pair_done = [] {}) {
   const int64_t rb = std::min(m, fixed::kDiaRowBlock), nr = m / rb;
   const int64_t cb = std::min(k, fixed::kDiaColumnBlock), nc = k / cb;
   for (int64_t bi = 0; bi < nr; ++bi) {
@@ -50,6 +54,7 @@ inline void dia_blocks(const Dia<E, I> &a, int64_t m, int64_t k, F &&body) {
         const int64_t lo = std::max(r0 + 1, c0 - d + 1), hi = std::min(c1 - d, r1);
         if (lo <= hi) body(t, d, lo, hi);
       }
+      pair_done();
     }
   }
 }
@@ -100,25 +105,59 @@ inline void dia_rows(const Dia<E, I> &a, E alpha, int64_t t, int64_t d, int64_t 
   }
 }
 
-// Two diagonals of a block pair, A before B in the list, for g and t with
-// op n (which update y's own rows): the rows both cross take both terms in
-// one pass, A's first, so each row sums as with one diagonal at a time and
-// y is read and written once for the two.
-template <Kind K, class E, class I, class X, class Y>
-inline void dia_rows_two(const Dia<E, I> &a, E alpha, const int64_t *da, const int64_t *db, X x, Y y) {
-  const int64_t f0 = std::max(da[2], db[2]), f1 = std::min(da[3], db[3]);
-  if (f0 > f1) {
-    dia_rows<K>(a, alpha, da[0], da[1], da[2], da[3], x, y);
-    dia_rows<K>(a, alpha, db[0], db[1], db[2], db[3], x, y);
-    return;
+// One pass over rows lo..hi for G diagonals (values v[g] by row, x offsets
+// dx[g]): each row takes the G terms in that order, y read and written once;
+// the values are touched tuned::kDiaAheadBytes ahead once a cache line.
+template <int G, class E, class X, class Y>
+inline void dia_pass(const E *const *v, const int64_t *dx, E alpha, int64_t lo, int64_t hi, X x, Y y) {
+  auto row = [&](int64_t r) {
+    E s = y(r - 1);
+#pragma GCC unroll 8
+    for (int g = 0; g < G; ++g) s = s + (v[g][r] * alpha) * x(r + dx[g]);
+    y(r - 1) = s;
+  };
+  constexpr int64_t line = std::max<int64_t>(1, 64 / int64_t(sizeof(E)));
+  constexpr int64_t ahead = tuned::kDiaAheadBytes / int64_t(sizeof(E));
+  int64_t r = lo;
+  for (; r + line - 1 <= hi; r += line) {
+    for (int g = 0; g < G; ++g) zor::simd::prefetch_t0(v[g] + r + ahead);
+#pragma GCC unroll 8
+    for (int64_t j = 0; j < line; ++j) row(r + j);
   }
-  dia_rows<K>(a, alpha, da[0], da[1], da[2], f0 - 1, x, y);
-  dia_rows<K>(a, alpha, db[0], db[1], db[2], f0 - 1, x, y);
-  const E *va = a.vals + da[0] * a.lval - 1, *vb = a.vals + db[0] * a.lval - 1;
-  for (int64_t r = f0; r <= f1; ++r)
-    y(r - 1) = (y(r - 1) + (va[r] * alpha) * x(r + da[1] - 1)) + (vb[r] * alpha) * x(r + db[1] - 1);
-  dia_rows<K>(a, alpha, da[0], da[1], f1 + 1, da[3], x, y);
-  dia_rows<K>(a, alpha, db[0], db[1], f1 + 1, db[3], x, y);
+  for (; r <= hi; ++r) row(r);
+}
+
+// The crossings of one block pair (each {t, d, lo, hi}, in list order), for
+// g and t with op n (which update y's own rows). Their row ranges cut the
+// rows into stretches crossed by the same diagonals; each stretch takes its
+// diagonals in list order, up to tuned::kDiaGroup in one pass, so each row
+// sums as with one diagonal at a time.
+template <class E, class I, class X, class Y>
+inline void dia_pair_rows(const Dia<E, I> &a, E alpha, const int64_t (*held)[4], int count, X x, Y y) {
+  constexpr int G = tuned::kDiaGroup;
+  static_assert(G >= 1 && G <= 4, "dia_pair_rows dispatches passes of 1 to 4 diagonals");
+  int64_t cuts[2 * kDiaHeld];
+  int nc = 0;
+  for (int g = 0; g < count; ++g) cuts[nc++] = held[g][2], cuts[nc++] = held[g][3] + 1;
+  std::sort(cuts, cuts + nc);
+  nc = int(std::unique(cuts, cuts + nc) - cuts);
+  for (int c = 0; c + 1 < nc; ++c) {
+    const int64_t lo = cuts[c], hi = cuts[c + 1] - 1;
+    const E *v[kDiaHeld];
+    int64_t dx[kDiaHeld];
+    int n = 0;
+    for (int g = 0; g < count; ++g)
+      if (held[g][2] <= lo && held[g][3] >= hi)
+        v[n] = a.vals + held[g][0] * a.lval - 1, dx[n] = held[g][1] - 1, ++n;
+    for (int f = 0; f < n; f += G) {
+      switch (std::min(G, n - f)) {
+        case 1: dia_pass<1>(v + f, dx + f, alpha, lo, hi, x, y); break;
+        case 2: dia_pass<2>(v + f, dx + f, alpha, lo, hi, x, y); break;
+        case 3: dia_pass<3>(v + f, dx + f, alpha, lo, hi, x, y); break;
+        default: dia_pass<4>(v + f, dx + f, alpha, lo, hi, x, y); break;
+      }
+    }
+  }
 }
 
 // y += alpha op(A) x over the blocks; x and y are views (one dense column).
@@ -129,24 +168,21 @@ inline void dia_multiply(const Dia<E, I> &a, E alpha, int64_t m, int64_t k, X x,
   if constexpr (K.diag == 'u')
     for (int64_t i = 0; i < m; ++i) y(i) = y(i) + x(i) * alpha;
   if constexpr ((K.structure == 'g' || K.structure == 't') && K.op == 'n') {
-    // The crossings are taken two at a time in the order they come, which
-    // keeps every row's order of terms.
-    int64_t held[4], have = 0;
+    // A block pair's crossings are gathered, kDiaHeld at most at a time.
+    int64_t held[kDiaHeld][4];
+    int have = 0;
     auto flush = [&] {
-      if (have) dia_rows<K>(a, alpha, held[0], held[1], held[2], held[3], x, y);
+      if (have) dia_pair_rows(a, alpha, held, have, x, y);
       have = 0;
     };
-    dia_blocks(a, m, k, [&](int64_t t, int64_t d, int64_t lo, int64_t hi) {
-      if (!dia_used<K>(d)) return;
-      const int64_t here[4] = {t, d, lo, hi};
-      if (!have) {
-        std::copy(here, here + 4, held), have = 1;
-        return;
-      }
-      dia_rows_two<K>(a, alpha, held, here, x, y);
-      have = 0;
-    });
-    flush();
+    dia_blocks(
+        a, m, k,
+        [&](int64_t t, int64_t d, int64_t lo, int64_t hi) {
+          if (!dia_used<K>(d)) return;
+          held[have][0] = t, held[have][1] = d, held[have][2] = lo, held[have][3] = hi;
+          if (++have == kDiaHeld) flush();
+        },
+        flush);
   } else {
     dia_blocks(a, m, k, [&](int64_t t, int64_t d, int64_t lo, int64_t hi) {
       if (dia_used<K>(d)) dia_rows<K>(a, alpha, t, d, lo, hi, x, y);
@@ -180,7 +216,10 @@ inline void dia_triangular_solve(const Dia<E, I> &a, int64_t m, int64_t strict_f
   if (m < 1) return;
   constexpr bool lower = K.part == 'l', cj = K.op == 'c', transposed = K.op != 'n';
   int64_t B = m;
-  if (strict_last != 0) {
+  // An empty strict part (strict last 0, or in part u a strict first past
+  // the list, as a unit solve of the main diagonal alone has) reads no
+  // distance and leaves one block.
+  if (strict_last != 0 && strict_first <= strict_last) {
     const int64_t d = lower ? -int64_t(a.dist[strict_last - 1]) : int64_t(a.dist[strict_first - 1]);
     if (d > 0) B = d;  // 0 (and a list out of order) leaves one block
   }

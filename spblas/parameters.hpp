@@ -80,6 +80,19 @@ inline constexpr int64_t kStreamAhead = 128;
 // Chosen with bench_spblas, dcsr0ng__c__mmout_par with 8 columns.
 inline constexpr int64_t kMmRowsAhead = 16;
 
+// The diagonal-format g and t products (op n) take up to kDiaGroup
+// diagonals of the walk in one pass over the rows they all cross, and touch
+// each diagonal's values kDiaAheadBytes ahead once a cache line. Chosen with
+// bench_spblas_formats on the 5-point Laplacian and the band of 9.
+inline constexpr int kDiaGroup = 4;
+inline constexpr int64_t kDiaAheadBytes = 1024;
+
+// CSR to CSC places the entries by groups of columns (at most kCscGroups of
+// them) from kCscGroupedFrom entries on. Chosen with bench_spblas_formats on
+// the random 1e6 x 1e6 matrix of 10 entries a row.
+inline constexpr int64_t kCscGroups = 512;
+inline constexpr int64_t kCscGroupedFrom = 1 << 18;
+
 // The block solves sum a block row's solved side into a frame array of this
 // many rows at a time (any lb is safe; the sums are those of a full row).
 inline constexpr int64_t kGaussRows = 16;

@@ -190,6 +190,7 @@ int main(int argc, char **argv) {
   if (argc > 2 && std::string(argv[2]) == "mul") return plan_cost(), products(), 0;
   addmul();
   products();
+  plan_cost();
   transform_rung();
   reported();
 }

@@ -110,8 +110,8 @@ ZOR_API int zor_gmp___gmpn_cmp(const zor_limb *a, const zor_limb *b, int32_t n);
    limbs of scratch (h = n - n/2) from the allocate hook when n > 128; if
    that returns null the product returns with r unwritten. The transform
    takes one block from the allocate hook (a null there ends the process)
-   and a plan per size class, made once from the plain allocator and kept;
-   while that allocator fails, Toom makes the product. */
+   and makes its plan from the plain allocator, freed before it returns;
+   when that allocator fails, Toom makes the product. */
 ZOR_API void zor_gmp___gmpn_mul_n(zor_limb *r, const zor_limb *a, const zor_limb *b, int32_t n);
 /* r (an + bn limbs) := a * b, an >= bn; bn = 0 clears an limbs of r.
    Returns the top limb of r. */

@@ -199,15 +199,19 @@ TEST(DftFaults, FourStepScratch) {
   }
 }
 
-TEST(DftFaults, SplitStorage) {
-  auto split = [](DftNode *d) {
-    zor_fft_set_value(d, DFT_COMPLEX_STORAGE, DFT_REAL_REAL);
-    int64_t s[2] = {0, 3};
+// Split storage: one strided line, and three axes (a child per axis, split
+// batch below the middle one).
+void check_split(std::vector<int64_t> len, int64_t stride) {
+  SCOPED_TRACE(testing::Message() << "split rank " << len.size());
+  DftNode *d = nullptr;
+  ASSERT_EQ(zor_fft_create(&d, DFT_DOUBLE, DFT_COMPLEX, int64_t(len.size()), len.data()), 0);
+  zor_fft_set_value(d, DFT_COMPLEX_STORAGE, DFT_REAL_REAL);
+  if (len.size() == 1) {
+    int64_t s[2] = {0, stride};
     zor_fft_set_input_strides(d, s);
-  };
-  const int64_t n = 300;
-  Descriptor d(DFT_DOUBLE, n);
-  split(d);
+  }
+  int64_t n = stride;
+  for (int64_t l : len) n *= l;
   long count = allocations_of([&] { ASSERT_EQ(zor_fft_commit(d), 0); });
   for (long k = 1; k <= count; ++k) {
     d->uncommit(d);
@@ -218,7 +222,7 @@ TEST(DftFaults, SplitStorage) {
   }
   ASSERT_EQ(zor_fft_commit(d), 0);
   Rng rng(12);
-  std::vector<double> re(3 * n), im(3 * n);
+  std::vector<double> re(static_cast<size_t>(n)), im(static_cast<size_t>(n));
   for (auto &v : re) v = rng.uniform();
   for (auto &v : im) v = rng.uniform();
   auto re0 = re, im0 = im;
@@ -237,10 +241,23 @@ TEST(DftFaults, SplitStorage) {
   ASSERT_EQ(zor_fft_forward_split(d, re.data(), im.data()), 0);
   EXPECT_EQ(re, want_re);
   EXPECT_EQ(im, want_im);
+  zor_fft_free(&d);
 }
+
+TEST(DftFaults, SplitStorage) {
+  check_split({300}, 3);
+  check_split({6, 5, 4}, 1);
+}
+
+// Threads the provider's policy offers while in scope.
+struct Policy {
+  explicit Policy(int32_t t) { zor_core_dft_policy(0, t, t); }
+  ~Policy() { zor_core_dft_policy(0, 1, 1); }
+};
 
 // Each allocation of a commit from scratch fails in turn: status 1, the node
 // uncommitted, no block left behind.
+
 void commit_faults(DftNode *d) {
   long count = allocations_of([&] { ASSERT_EQ(zor_fft_commit(d), 0); });
   ASSERT_GT(count, 0);
@@ -254,10 +271,12 @@ void commit_faults(DftNode *d) {
 }
 
 // Real descriptors out of place: every allocation of commit (a power of two,
-// an even and an odd mixed length) and of a strided compute fails in turn.
+// an even and an odd mixed length; with four threads the large-real method,
+// its child by four steps) and of a strided compute fails in turn.
 template <class T>
-void check_real(int64_t n, int64_t stride) {
+void check_real(int64_t n, int64_t stride, int32_t threads = 1) {
   SCOPED_TRACE(testing::Message() << "real n " << n << " stride " << stride << " " << sizeof(T));
+  const Policy policy(threads);
   DftNode *d = nullptr;
   ASSERT_EQ(zor_fft_create(&d, precision_of<T>, DFT_REAL, 1, &n), 0);
   const int64_t strides[2] = {0, stride};
@@ -266,6 +285,7 @@ void check_real(int64_t n, int64_t stride) {
   ASSERT_EQ(zor_fft_set_value(d, DFT_PLACEMENT, DFT_NOT_INPLACE), 0);
   commit_faults(d);
   ASSERT_EQ(zor_fft_commit(d), 0);
+  EXPECT_EQ(d->extra_state != nullptr, threads >= 4);
   Rng rng(13);
   std::vector<T> x(static_cast<size_t>(stride * (n + 2))), want(x.size()), y(x.size());
   for (auto &v : x) v = T(rng.uniform());
@@ -287,6 +307,7 @@ TEST(DftFaults, RealTransforms) {
   check_real<double>(4096, 1);
   check_real<double>(1000, 3);
   check_real<float>(301, 2);
+  check_real<double>(16384, 1, 4);
 }
 
 }  // namespace
@@ -302,10 +323,7 @@ template <class T>
 void check_md(int32_t domain, std::vector<int64_t> len, int32_t placement, bool forward, int32_t threads = 1) {
   SCOPED_TRACE(testing::Message() << "domain " << domain << " rank " << len.size() << " placement " << placement
                                   << " forward " << forward << " bytes " << sizeof(T) << " threads " << threads);
-  struct Policy {
-    explicit Policy(int32_t t) { zor_core_dft_policy(0, t, t); }
-    ~Policy() { zor_core_dft_policy(0, 1, 1); }
-  } policy(threads);
+  const Policy policy(threads);
   DftNode *d = nullptr;
   ASSERT_EQ(zor_fft_create(&d, precision_of<T>, domain, int64_t(len.size()), len.data()), 0);
   ASSERT_EQ(zor_fft_set_value(d, DFT_PLACEMENT, placement), 0);

@@ -127,6 +127,83 @@ void random_tasks(uint64_t seed) {
 TEST(DftMulti, RandomShapesAgainstNaiveDouble) { random_tasks<double>(401); }
 TEST(DftMulti, RandomShapesAgainstNaiveSingle) { random_tasks<float>(402); }
 
+// Dense cubes of up to 10 points a side, one transform, scales of 1: one
+// routine for the whole cube (no axis chain), in place and out of place.
+TEST(DftMulti, SmallCubes) {
+  Rng rng(413);
+  for (int64_t n = 2; n <= 11; ++n)
+    for (bool out : {false, true}) {
+      SCOPED_TRACE(testing::Message() << "cube " << n << " out " << out);
+      Layout l;
+      l.len = {n, n, n};
+      l.is = l.os = {1, n, n * n};
+      l.out = out;
+      DftNode *d = make<double>(l, 1.0, 1.0);
+      ASSERT_EQ(zor_fft_commit(d), 0);
+      EXPECT_EQ(d->next_axis == nullptr, n <= 10);
+      zor_fft_free(&d);
+      check<double>(l, rng, true, 1.0);
+      check<double>(l, rng, false, 1.0);
+      check<float>(l, rng, true, 1.0);
+    }
+}
+
+// Split storage over several axes (a child per axis, per batch level below
+// it): every random layout against the interleaved transform of the same
+// layout, both directions.
+template <class T>
+void split_tasks(uint64_t seed) {
+  using C = std::complex<T>;
+  Rng rng(seed);
+  for (const auto &shape : kShapes)
+    for (bool out : {false, true})
+      for (bool forward : {true, false}) {
+        const Layout l = random_layout(rng, shape, out);
+        SCOPED_TRACE(testing::Message() << "seed " << seed << " shape " << ::testing::PrintToString(shape) << " out "
+                                        << out << " forward " << forward << " transforms " << l.transforms);
+        const double scale = forward ? 0.5 : 1.0 / double(l.total());
+        DftNode *d = make<T>(l, forward ? scale : 1.0, forward ? 1.0 : scale), *s = make<T>(l, forward ? scale : 1.0,
+                                                                                        forward ? 1.0 : scale);
+        ASSERT_EQ(zor_fft_set_value(s, DFT_COMPLEX_STORAGE, DFT_REAL_REAL), 0);
+        ASSERT_EQ(zor_fft_commit(d), 0);
+        ASSERT_EQ(zor_fft_commit(s), 0);
+        if (std::count_if(shape.begin(), shape.end(), [](int64_t n) { return n > 1; }) > 1)
+          EXPECT_NE(s->extra_state, nullptr) << "no children";
+        const size_t n_in = size_t(std::max(l.span(true), out ? 0 : l.span(false))), n_out = size_t(l.span(false));
+        std::vector<C> x = random_line<T>(int64_t(n_in), rng), y(n_out, C(7, 7));
+        std::vector<T> re(n_in), im(n_in), ore(n_out, T(7)), oim(n_out, T(7));
+        for (size_t i = 0; i < n_in; ++i) re[i] = x[i].real(), im[i] = x[i].imag();
+        if (forward) {
+          ASSERT_EQ(out ? zor_fft_forward_out(d, x.data(), y.data()) : zor_fft_forward(d, x.data()), 0);
+          ASSERT_EQ(out ? zor_fft_forward_split_out(s, re.data(), im.data(), ore.data(), oim.data())
+                        : zor_fft_forward_split(s, re.data(), im.data()),
+                    0);
+        } else {
+          ASSERT_EQ(out ? zor_fft_backward_out(d, x.data(), y.data()) : zor_fft_backward(d, x.data()), 0);
+          ASSERT_EQ(out ? zor_fft_backward_split_out(s, re.data(), im.data(), ore.data(), oim.data())
+                        : zor_fft_backward_split(s, re.data(), im.data()),
+                    0);
+        }
+        const std::vector<C> &want = out ? y : x;
+        const std::vector<T> &gr = out ? ore : re, &gi = out ? oim : im;
+        std::vector<C> have, ref;
+        for (int64_t t = 0; t < l.transforms; ++t)
+          for (int64_t p = 0; p < l.total(); ++p) {
+            const size_t i = size_t(l.at(p, t, false));
+            have.push_back(C(gr[i], gi[i]));
+            ref.push_back(want[i]);
+          }
+        EXPECT_LT(relative_error(have, std::vector<cl>(ref.begin(), ref.end())), error_bound<T>(l.total(), 8));
+        zor_fft_free(&d);
+        zor_fft_free(&s);
+      }
+}
+
+TEST(DftMulti, SplitStorageByAxes) {
+  split_tasks<double>(411);
+  split_tasks<float>(412);
+}
+
 // Two threads allowed: the provider's stand-in runs every task cut into
 // shares through the tier's share entries (and commit takes the fixed limits
 // of several threads).

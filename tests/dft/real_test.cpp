@@ -48,6 +48,7 @@ void check_length(int64_t n) {
         ASSERT_EQ(zor_fft_set_scale(d, DFT_BACKWARD_SCALE, sc[1]), 0);
         if (out) ASSERT_EQ(zor_fft_set_value(d, DFT_PLACEMENT, DFT_NOT_INPLACE), 0);
         ASSERT_EQ(zor_fft_commit(d), 0);
+        EXPECT_EQ(d->uses_plan, n >= 2 && n <= 64 && (n & (n - 1)) == 0 ? 0 : 1);  // fixed kernels
         std::vector<T> a(static_cast<size_t>(n) + 2, T(5)), b(static_cast<size_t>(n) + 2, T(5));
         for (int64_t j = 0; j < n; ++j) a[size_t(j)] = x[size_t(j)].real();
         if (out) ASSERT_EQ(zor_fft_forward_out(d, a.data(), b.data()), 0);
@@ -233,6 +234,58 @@ TEST(DftReal, LongLengthsByTheirProperties) {
     long_length<double>(n);
     long_length<float>(n);
   }
+}
+
+// Four threads allowed: even lengths from 16384 out of place go by four
+// steps over half the points (the large-real method); every layout it takes
+// against the ordinary path of one thread, both directions, and the node
+// refused to it (in place) takes the ordinary path.
+template <class T>
+void large_real(int64_t n) {
+  Rng rng(static_cast<uint64_t>(n));
+  std::vector<T> x(static_cast<size_t>(n) + 2);
+  for (auto &v : x) v = T(rng.uniform() - 0.5);
+  for (RealLayout l : {kCcs, kPerm, kCce}) {
+    SCOPED_TRACE(testing::Message() << "n " << n << " " << kLayoutName[l] << " bytes " << sizeof(T));
+    std::vector<T> want(x.size(), T(0)), got(x.size(), T(0)), back(x.size(), T(0)), again(x.size(), T(0));
+    {
+      RealDescriptor d(precision_of<T>, n, l);
+      ASSERT_EQ(zor_fft_set_value(d, DFT_PLACEMENT, DFT_NOT_INPLACE), 0);
+      ASSERT_EQ(zor_fft_commit(d), 0);
+      ASSERT_EQ(d->extra_state, nullptr);
+      ASSERT_EQ(zor_fft_forward_out(d, x.data(), want.data()), 0);
+      ASSERT_EQ(zor_fft_backward_out(d, want.data(), back.data()), 0);
+    }
+    zor_core_dft_policy(0, 4, 4);
+    RealDescriptor d(precision_of<T>, n, l);
+    ASSERT_EQ(zor_fft_set_value(d, DFT_PLACEMENT, DFT_NOT_INPLACE), 0);
+    ASSERT_EQ(zor_fft_commit(d), 0);
+    zor_core_dft_policy(0, 1, 1);
+    ASSERT_NE(d->extra_state, nullptr) << "the large-real method was not taken";
+    ASSERT_EQ(zor_fft_forward_out(d, x.data(), got.data()), 0);
+    ASSERT_EQ(zor_fft_backward_out(d, want.data(), again.data()), 0);
+    double spectrum = 0, line = 0, top = 0;
+    for (size_t j = 0; j < x.size(); ++j) {
+      spectrum = std::max(spectrum, double(std::fabs(got[j] - want[j])));
+      line = std::max(line, double(std::fabs(again[j] - back[j])));
+      top = std::max(top, double(std::fabs(want[j])));
+    }
+    EXPECT_LT(spectrum / top, error_bound<T>(n, 8));
+    EXPECT_LT(line / double(n), error_bound<T>(n, 8));
+    if (l != kPerm) EXPECT_EQ(got[size_t(n) + 1], T(0));
+  }
+  zor_core_dft_policy(0, 4, 4);
+  RealDescriptor in_place(precision_of<T>, n, kCcs);
+  ASSERT_EQ(zor_fft_commit(in_place), 0);
+  zor_core_dft_policy(0, 1, 1);
+  EXPECT_EQ(in_place->extra_state, nullptr);
+}
+
+TEST(DftReal, LargeRealByFourSteps) {
+  large_real<double>(16384);
+  large_real<float>(16384);
+  large_real<double>(1 << 20);
+  large_real<double>(3 * 8192);
 }
 
 }  // namespace

@@ -145,12 +145,12 @@ std::vector<int64_t> check_sytrf(const SytrfForm &f, int64_t n, int64_t lda, con
     std::vector<float> ours(a.begin(), a.end()), ref = ours;
     f.ours(uplo, &n64, ours.data(), &lda64, ipiv.data(), &info);
     ssytf2_(uplo, &n32, ref.data(), &lda32, ref_ipiv.data(), &rinfo, 1);
-    EXPECT_TRUE(bits_equal(ours, ref));
+    EXPECT_TRUE(same_bits(ours, ref));
   } else {
     std::vector<double> ours = a, ref = a;
     f.ours(uplo, &n64, ours.data(), &lda64, ipiv.data(), &info);
     dsytf2_(uplo, &n32, ref.data(), &lda32, ref_ipiv.data(), &rinfo, 1);
-    EXPECT_TRUE(bits_equal(ours, ref));
+    EXPECT_TRUE(same_bits(ours, ref));
   }
   EXPECT_EQ(info, info0 ? info0 : rinfo);
   if (n > 0) EXPECT_EQ(ipiv, widen(ref_ipiv));
@@ -263,8 +263,8 @@ TYPED_TEST(CompletePivoting, MatchesTheReferenceWithoutTies) {
       EXPECT_EQ(info, rinfo);
       EXPECT_EQ(p, widen(rp));
       EXPECT_EQ(q, widen(rq));
-      if constexpr (is_cplx<E>) EXPECT_LT(relative_difference(a, ref), 8 * n * eps<R>());
-      else EXPECT_TRUE(bits_equal(a, ref));
+      if constexpr (is_complex_v<E>) EXPECT_LT(relative_difference(a, ref), 8 * n * eps<R>());
+      else EXPECT_TRUE(same_bits(a, ref));
     }
 }
 
@@ -320,7 +320,7 @@ TEST(CompletePivoting, TiesGoToTheFirstInColumnOrder) {
         model_getc2(n, model, mp, mq);
         EXPECT_EQ(p, mp) << "n " << n << " rep " << rep << " size " << sizeof(R);
         EXPECT_EQ(q, mq) << "n " << n << " rep " << rep << " size " << sizeof(R);
-        if (info == 0 && rep % 4 != 3) EXPECT_TRUE(bits_equal(a, model));
+        if (info == 0 && rep % 4 != 3) EXPECT_TRUE(same_bits(a, model));
       }
   };
   ties(0.0f);
@@ -371,7 +371,7 @@ TYPED_TEST(SmallGtsv, MatchesTheReferenceBitForBit) {
         else
           zor_lapack_ps_dgtsv_small(&n64, &nrhs64, dl.data(), d.data(), du.data(), b.data(), &ldb64, &info);
         EXPECT_EQ(info, rinfo ? rinfo : 17);
-        EXPECT_TRUE(bits_equal(dl, rdl) && bits_equal(d, rd) && bits_equal(du, rdu) && bits_equal(b, rb));
+        EXPECT_TRUE(same_bits(dl, rdl) && same_bits(d, rd) && same_bits(du, rdu) && same_bits(b, rb));
       }
 }
 

@@ -76,8 +76,7 @@ void cspr_(const char *, const f_int *, const c8 *, const c8 *, const f_int *, c
 
 namespace zor::test {
 
-// real_of: the kit's (common/testing.hpp).
-template <class E> inline constexpr bool is_cplx = !std::is_same_v<E, real_of<E>>;
+// real_of, is_complex_v, same_bits: the kit's (common/testing.hpp).
 
 // The letter of a precision, for messages and dispatch.
 template <class E> constexpr char letter() {
@@ -108,10 +107,6 @@ template <class E> E conj_of(E a) {
 // are equal.
 inline bool same_bytes(const void *a, const void *b, size_t bytes) {
   return bytes == 0 || std::memcmp(a, b, bytes) == 0;
-}
-
-template <class T> bool bits_equal(const std::vector<T> &a, const std::vector<T> &b) {
-  return a.size() == b.size() && same_bytes(a.data(), b.data(), a.size() * sizeof(T));
 }
 
 // Largest |a - b| over the largest |b| (or 1 when that is smaller).

@@ -115,7 +115,7 @@ TYPED_TEST(Rotations, IdentityRotationsAreComputed) {
     model_lasr<E>(kForms[form], m, n, c.data(), s.data(), expect.data(), m);
     const zor_int m64 = m, n64 = n;
     our_lasr<E>(form)(&m64, &n64, c.data(), s.data(), a.data(), &m64);
-    EXPECT_TRUE(bits_equal(a, expect));
+    EXPECT_TRUE(same_bits(a, expect));
   }
 }
 
@@ -213,7 +213,7 @@ TYPED_TEST(SmallReflector, MatchesTheReference) {
   using R = real_of<E>;
   Rng rng(24);
   SCOPED_TRACE(testing::Message() << "seed " << rng.seed);
-  const int largest_left = is_cplx<E> ? 10 : 8;
+  const int largest_left = is_complex_v<E> ? 10 : 8;
   for (bool left : {true, false})
     for (int64_t order = 1; order <= 12; ++order)
       for (int64_t other : {1, 2, 5, 9}) {
@@ -226,14 +226,14 @@ TYPED_TEST(SmallReflector, MatchesTheReference) {
         const zor_int m64 = m, n64 = n, ldc64 = ldc;
         const f_int m32 = f_int(m), n32 = f_int(n), ldc32 = f_int(ldc);
         const char *side = left ? "l" : "R";
-        if constexpr (is_cplx<E>) {
+        if constexpr (is_complex_v<E>) {
           zor_lapack_ps_clarfx(side, &m64, &n64, v.data(), &tau, c.data(), &ldc64, work.data());
           clarfx_(side, &m32, &n32, v.data(), &tau, ref.data(), &ldc32, rwork.data(), 1);
         } else {
           zor_lapack_ps_dlarfx(side, &m64, &n64, v.data(), &tau, c.data(), &ldc64, work.data());
           dlarfx_(side, &m32, &n32, v.data(), &tau, ref.data(), &ldc32, rwork.data(), 1);
         }
-        if (order <= (left ? largest_left : 10)) EXPECT_TRUE(bits_equal(c, ref));
+        if (order <= (left ? largest_left : 10)) EXPECT_TRUE(same_bits(c, ref));
         else EXPECT_LT(relative_difference(c, ref), 4 * order * eps<R>());
       }
   // tau = 0: nothing changes, and v (all NaN) is not read.
@@ -245,9 +245,9 @@ TYPED_TEST(SmallReflector, MatchesTheReference) {
     std::vector<E> work(static_cast<size_t>(order));
     const zor_int n64 = order;
     for (const char *side : {"L", "R"}) {
-      if constexpr (is_cplx<E>) zor_lapack_ps_clarfx(side, &n64, &n64, v.data(), &tau, c.data(), &n64, work.data());
+      if constexpr (is_complex_v<E>) zor_lapack_ps_clarfx(side, &n64, &n64, v.data(), &tau, c.data(), &n64, work.data());
       else zor_lapack_ps_dlarfx(side, &n64, &n64, v.data(), &tau, c.data(), &n64, work.data());
-      EXPECT_TRUE(bits_equal(c, c0));
+      EXPECT_TRUE(same_bits(c, c0));
     }
   }
 }

@@ -131,7 +131,7 @@ TYPED_TEST(Tridiagonal, TwoEndedFactorsFollowTheirStepsAndStopAtTheFirstBadPivot
         if constexpr (!is_complex_v<E>) {
           auto mdl = s.dl, md = s.d, mdu = s.du;
           EXPECT_EQ(model_two_ended<R>(n, mdl.data(), md.data(), mdu.data()), info);
-          EXPECT_TRUE(bits_equal(dl, mdl) && bits_equal(d, md) && bits_equal(du, mdu));
+          EXPECT_TRUE(same_bits(dl, mdl) && same_bits(d, md) && same_bits(du, mdu));
         }
         // The merged one-column solve stops at the same row.
         auto b = random_vector<E>(rng, n);
@@ -184,14 +184,14 @@ TYPED_TEST(Tridiagonal, TwoEndedSolvesMatchTheReferenceSolver) {
         info = -1;
         dtsvb<E>(n, nrhs, dl.data(), d.data(), du.data(), z.data(), ldb, &info);
         EXPECT_EQ(info, 0);
-        EXPECT_TRUE(bits_equal(z, y) && bits_equal(d, fd) && bits_equal(dl, fdl));
+        EXPECT_TRUE(same_bits(z, y) && same_bits(d, fd) && same_bits(dl, fdl));
       }
       // Any other letter returns with info 0 and b as it was.
       auto y = b0;
       info = -1;
       dttrsb<E>("X", n, nrhs, fdl.data(), fd.data(), fdu.data(), y.data(), ldb, &info);
       EXPECT_EQ(info, 0);
-      EXPECT_TRUE(bits_equal(y, b0));
+      EXPECT_TRUE(same_bits(y, b0));
     }
   }
   zor_int info = -1;
@@ -230,7 +230,7 @@ TYPED_TEST(Tridiagonal, PivotedAndDefiniteSolvesMatchTheReference) {
         auto x = b0, y = b0;
         ref_gtts2(itrans, n, nrhs, f.dl.data(), f.d.data(), f.du.data(), f.du2.data(), f.ipiv32.data(), x.data(), ldb);
         gtts2<E>(itrans, n, nrhs, f.dl.data(), f.d.data(), f.du.data(), f.du2.data(), f.ipiv.data(), y.data(), ldb);
-        if (!is_complex_v<E> && nrhs < 4) EXPECT_TRUE(bits_equal(x, y));
+        if (!is_complex_v<E> && nrhs < 4) EXPECT_TRUE(same_bits(x, y));
         else EXPECT_LT(relative_difference(y, x), tol * n);
       }
       // A positive definite system: dominant positive diagonal.
@@ -245,7 +245,7 @@ TYPED_TEST(Tridiagonal, PivotedAndDefiniteSolvesMatchTheReference) {
         auto x = b0, y = b0;
         ref_ptts2(iuplo, n, nrhs, d.data(), e.data(), x.data(), ldb);
         ptts2<E>(iuplo, n, nrhs, d.data(), e.data(), y.data(), ldb);
-        if (!is_complex_v<E> && nrhs < 4) EXPECT_TRUE(bits_equal(x, y));
+        if (!is_complex_v<E> && nrhs < 4) EXPECT_TRUE(same_bits(x, y));
         else EXPECT_LT(relative_difference(y, x), tol * n);
       }
     }
@@ -272,7 +272,7 @@ TYPED_TEST(Tridiagonal, ReciprocalTableIsReturnedAndItsFailureOnlyCostsSpeed) {
       auto check = [&](const std::vector<E> &x, const std::vector<E> &y, long mallocs, long frees) {
         EXPECT_EQ(qalloc_count(QALLOC_MALLOC) - mallocs, table ? 1 : 0);
         EXPECT_EQ(qalloc_count(QALLOC_FREE) - frees, table && !failing ? 1 : 0);
-        if (!is_complex_v<E> && (failing || !table)) EXPECT_TRUE(bits_equal(x, y));
+        if (!is_complex_v<E> && (failing || !table)) EXPECT_TRUE(same_bits(x, y));
         EXPECT_LT(relative_difference(y, x), 256 * eps<R>());
       };
       auto x = b0, y = b0;

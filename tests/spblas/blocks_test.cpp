@@ -143,21 +143,45 @@ TYPED_TEST(BlockKernels, SolvesByRowsAndByColumns) {
     const int base = trial % 2, lb = 1 + trial % 7, mb = int(rng.integer(1, 5)), ncol = trial % 3 ? 2 : 1;
     const bool by_columns = trial & 2, forward = trial & 4, unit = trial & 8;
     const I part = forward, nonunit = !unit;
-    SCOPED_TRACE(::testing::Message() << "seed 32 trial " << trial << " lb " << lb << (by_columns ? " bsc" : " bsr"));
+    // From trial 16 on, block row `gap` has no diagonal block but block
+    // column gap + 1, when there is one (finite throughout): the unit solve
+    // takes the identity there, the non-unit one takes that block as the
+    // diagonal one (its part's triangle), or the identity without it.
+    const int64_t gap = trial & 16 ? rng.integer(0, mb - 1) : -1;
+    const bool moved = !unit && gap >= 0 && gap + 1 < mb;
+    SCOPED_TRACE(::testing::Message() << "seed 32 trial " << trial << " lb " << lb << (by_columns ? " bsc" : " bsr")
+                                      << " gap " << gap);
     // The stored side: lower for a forward solve by rows, upper by columns
     // (the operator is the stored matrix transposed); the other side NaN.
     const bool stored_lower = forward != by_columns;
+    auto on_side = [&](int64_t gr, int64_t gc) { return stored_lower ? gc < gr : gc > gr; };
     BlockMatrix<E, I> a(
-        rng, mb, lb, base, [&](int64_t i, int64_t bc) { return i == bc || rng.integer(0, 2) == 0; },
+        rng, mb, lb, base,
+        [&](int64_t i, int64_t bc) { return i == gap ? bc == gap + 1 || (bc != gap && rng.integer(0, 2) == 0)
+                                                     : i == bc || rng.integer(0, 2) == 0; },
         [&](int64_t i, int64_t bc, int64_t r, int64_t c) {
           const int64_t gr = i * lb + r, gc = bc * lb + c;
+          if (i == gap && bc == gap + 1) return r == c ? E(real_of<E>(3)) + random_value<E>(rng, 0.5) : random_value<E>(rng, 0.4 / lb);
           if (gr == gc) return unit ? nan_value<E>() : E(real_of<E>(3)) + random_value<E>(rng, 0.5);
-          return (stored_lower ? gc < gr : gc > gr) ? random_value<E>(rng, 0.4 / lb) : nan_value<E>();
+          return on_side(gr, gc) ? random_value<E>(rng, 0.4 / lb) : nan_value<E>();
         });
     const int64_t n = mb * lb;
+    // The stored matrix as the solve sees it, then the operator.
+    Dense s{n, n, std::vector<W>(n * n)};
+    for (int64_t r = 0; r < n; ++r)
+      for (int64_t c = 0; c < n; ++c) {
+        const int64_t br = r / lb, bcol = c / lb;
+        if (br == gap && moved) {
+          if (bcol == gap && (r == c || on_side(r, c))) s(r, c) = a.dense(r, c + lb);
+          else if (bcol != gap + 1 && on_side(r, c)) s(r, c) = a.dense(r, c);
+        } else if (br == bcol || on_side(r, c)) {
+          s(r, c) = a.dense(r, c);
+        }
+      }
     Dense m{n, n, std::vector<W>(n * n)};
     for (int64_t r = 0; r < n; ++r)
-      for (int64_t c = 0; c < n; ++c) m(r, c) = r == c && unit ? W(1) : by_columns ? a.dense(c, r) : a.dense(r, c);
+      for (int64_t c = 0; c < n; ++c)
+        m(r, c) = r == c && (unit || (r / lb == gap && !moved)) ? W(1) : by_columns ? s(c, r) : s(r, c);
     Operand<E> x(rng, n, ncol, base, ncol == 1), y = x;
     for (int64_t j = 0; j < ncol; ++j)
       for (int64_t i = 0; i < n; ++i) {

@@ -3,6 +3,8 @@
 // exactly reached and exceeded, and scratch that cannot be had.
 #include <zor/serv.h>
 
+#include <functional>
+
 #include "qalloc_module.h"
 #include "spblas/others.hpp"
 
@@ -169,63 +171,103 @@ TYPED_TEST(CsrProducts, Sums) {
   }
 }
 
+// Every block height gives the same product: one row, a few, k, more than
+// k, and 0 (one block of k); the row form reads no block argument.
 TYPED_TEST(CsrProducts, TransposedProducts) {
   using E = typename TypeParam::first_type;
   using I = typename TypeParam::second_type;
   Rng rng(54);
   for (int trial = 0; trial < 8; ++trial) {
     const int64_t m = rng.integer(1, 12), k = rng.integer(1, 12), n = rng.integer(1, 12);
-    const I flag = I(trial & 1), block = I(trial / 2 % 2 ? 3 : k), mi = I(m), ki = I(k), ni = I(n);
+    const I flag = I(trial & 1), mi = I(m), ki = I(k), ni = I(n);
     Csr<E, I> a(rows_of<E>(rng, m, k, true, true), 1), b(rows_of<E>(rng, m, n, false, false), 1);
     const Dense want = product(dense_of(m, k, a.a.data(), a.ja.data(), a.ia.data(), 1),
                                dense_of(m, n, b.a.data(), b.ja.data(), b.ia.data(), 1), true,
                                flag && is_complex_v<E>);
-    for (bool by_rows : {false, true}) {
-      auto fn = by_rows ? Others<E, I>::multcsr_trom : Others<E, I>::multcsr_tr;
-      std::vector<I> ic(k + 1), jc(k * n + 1);
-      std::vector<E> c(k * n + 1);
-      I req = 0, cap = I(k * n), info = 9;
-      call(fn, &flag, &mi, &ki, &ni, &req, &block, a.a.data(), a.ja.data(), a.ia.data(), b.a.data(), b.ja.data(),
-           b.ia.data(), c.data(), jc.data(), ic.data(), &cap, &info);
-      ASSERT_EQ(info, 0) << "trial " << trial << (by_rows ? " trom" : " tr");
-      // The dense-block form keeps non-zero elements only; the row form every
-      // product met, sorted.
-      expect_rows(want, c.data(), jc.data(), ic.data(), true, by_rows);
-      const int64_t total = ic[k] - 1;
-      if (total == 0) continue;
-      cap = I(total - 1);
-      call(fn, &flag, &mi, &ki, &ni, &req, &block, a.a.data(), a.ja.data(), a.ia.data(), b.a.data(), b.ja.data(),
-           b.ia.data(), c.data(), jc.data(), ic.data(), &cap, &info);
-      EXPECT_GT(info, 0);
-    }
+    for (bool by_rows : {false, true})
+      for (I block : {I(1), I(3), ki, I(k + 4), I(0)}) {
+        SCOPED_TRACE(::testing::Message() << "seed 54 trial " << trial << (by_rows ? " trom" : " tr") << " block "
+                                          << block);
+        auto fn = by_rows ? Others<E, I>::multcsr_trom : Others<E, I>::multcsr_tr;
+        std::vector<I> ic(k + 1), jc(k * n + 1);
+        std::vector<E> c(k * n + 1);
+        I req = 0, cap = I(k * n), info = 9;
+        call(fn, &flag, &mi, &ki, &ni, &req, &block, a.a.data(), a.ja.data(), a.ia.data(), b.a.data(), b.ja.data(),
+             b.ia.data(), c.data(), jc.data(), ic.data(), &cap, &info);
+        ASSERT_EQ(info, 0);
+        // The dense-block form keeps non-zero elements only; the row form
+        // every product met, sorted.
+        expect_rows(want, c.data(), jc.data(), ic.data(), true, by_rows);
+        const int64_t total = ic[k] - 1;
+        if (total == 0) continue;
+        cap = I(total - 1);
+        call(fn, &flag, &mi, &ki, &ni, &req, &block, a.a.data(), a.ja.data(), a.ia.data(), b.a.data(), b.ja.data(),
+             b.ia.data(), c.data(), jc.data(), ic.data(), &cap, &info);
+        EXPECT_GT(info, 0);
+      }
   }
 }
 
-// Scratch that cannot be had: info -1 from every routine that takes some.
-TEST(CsrProductsScratch, InfoMinusOne) {
+// Each scratch block in turn cannot be had: info -1 (or, past the last
+// block the routine takes, the same result as without the fault), and the
+// thread's pool goes back to where it was: nothing kept, nothing lost.
+TEST(CsrProductsScratch, EveryBlockFailsCleanly) {
   using I = int64_t;
-  const double a[2] = {1, 2};
-  const I ja[2] = {1, 2}, ia[3] = {1, 2, 3};
-  double c[8];
-  I jc[8], ic[3], n = 2, one = 1, zero = 0, cap = 8, pos = 0, info = 9;
-  auto fails = [&](auto run) {
-    zor_serv_freebuffers();
-    qalloc_fail_next(3);
-    info = 9;
-    run();
-    qalloc_fail_next(0);
-    return info;
+  double a[5] = {1, 2, 3, 4, 5};
+  I ja[5] = {1, 3, 2, 1, 3}, ia[4] = {1, 3, 4, 6};
+  const double beta = 2;
+  I n = 3, one = 1, zero = 0, cap = 9, mb = 2, ld = 4, lval = 3;
+  using Run = std::function<void(std::vector<double> &, std::vector<I> &)>;
+  const std::vector<std::pair<const char *, Run>> routines = {
+      {"mcsr_notr", [&](auto &c, auto &w) {
+         w[14] = 0;  // C from its first position
+         zor_spblas_dmcsr_notr(&one, &n, &n, &zero, nullptr, a, ja, ia, a, ja, ia, c.data(), w.data(), w.data() + 9,
+                               &cap, w.data() + 14, nullptr, w.data() + 15);
+       }},
+      {"mcsradd_tr", [&](auto &c, auto &w) {
+         zor_spblas_dmcsradd_tr(&one, &n, &zero, &zero, a, ja, ia, &beta, a, ja, ia, c.data(), w.data(), w.data() + 9,
+                                &cap, w.data() + 15);
+       }},
+      {"multcsr_tr", [&](auto &c, auto &w) {
+         zor_spblas_dmultcsr_tr(&zero, &n, &n, &n, &zero, &one, a, ja, ia, a, ja, ia, c.data(), w.data(), w.data() + 9,
+                                &cap, w.data() + 15);
+       }},
+      {"multcsr_trom", [&](auto &c, auto &w) {
+         zor_spblas_dmultcsr_trom(&zero, &n, &n, &n, &zero, &one, a, ja, ia, a, ja, ia, c.data(), w.data(),
+                                  w.data() + 9, &cap, w.data() + 15);
+       }},
+      {"csrdia", [&](auto &c, auto &w) {
+         I job[6] = {0, 1, 1, 0, 9, 10}, ndiag = 3;
+         zor_spblas_zor_dcsrdia(job, &n, a, ja, ia, c.data(), &lval, w.data(), &ndiag, c.data() + 9, w.data() + 3,
+                                w.data() + 9, w.data() + 15);
+       }},
+      {"csrbsr", [&](auto &c, auto &w) {
+         I job[6] = {0, 1, 1, 0, 0, 1};
+         zor_spblas_zor_dcsrbsr(job, &n, &mb, &ld, a, ja, ia, c.data(), w.data(), w.data() + 9, w.data() + 15);
+       }},
   };
-  EXPECT_EQ(fails([&] {
-              zor_spblas_dmcsr_notr(&one, &n, &n, &zero, nullptr, a, ja, ia, a, ja, ia, c, jc, ic, &cap, &pos, nullptr,
-                                    &info);
-            }), -1);
-  EXPECT_EQ(fails([&] {
-              zor_spblas_dmcsradd_tr(&one, &n, &zero, &zero, const_cast<double *>(a), const_cast<I *>(ja), ia, a,
-                                     const_cast<double *>(a), const_cast<I *>(ja), ia, c, jc, ic, &cap, &info);
-            }), -1);
-  for (auto fn : {zor_spblas_dmultcsr_tr, zor_spblas_dmultcsr_trom})
-    EXPECT_EQ(fails([&] { fn(&zero, &n, &n, &n, &zero, &n, a, ja, ia, a, ja, ia, c, jc, ic, &cap, &info); }), -1);
+  for (const auto &[name, run] : routines)
+    on_new_thread([&, name = name, run = run] {
+      zor_serv_deallocate(zor_serv_allocate(8, 0));  // the thread's pool record
+      zor_serv_zor_thread_free_buffers();
+      const int32_t before = pool_stat().count;
+      std::vector<double> c0(18, -1);
+      std::vector<I> w0(16, -7);
+      run(c0, w0);
+      ASSERT_EQ(w0[15], 0) << name;
+      zor_serv_zor_thread_free_buffers();
+      for (long nth = 1; nth <= 5; ++nth) {
+        std::vector<double> c(18, -1);
+        std::vector<I> w(16, -7);
+        qalloc_fail_nth(nth);
+        run(c, w);
+        qalloc_fail_nth(0);
+        if (nth == 1 || w[15] != 0) EXPECT_EQ(w[15], -1) << name << " block " << nth;
+        else EXPECT_TRUE(c == c0 && w == w0) << name << " block " << nth;
+        zor_serv_zor_thread_free_buffers();
+        EXPECT_EQ(pool_stat().count, before) << name << " block " << nth;
+      }
+    });
 }
 
 }  // namespace
