@@ -18,6 +18,9 @@
 // Conjugated forms use conj(a), the diagonal included; a unit diagonal is
 // never read.
 #pragma once
+#include <algorithm>
+#include <type_traits>
+
 #include "blas/level2_rows.hpp"
 
 namespace zor::blas::level2 {
@@ -152,6 +155,78 @@ void normal_by_four(const Triangle &g, Columns col, typename T::elem *x, Diag &&
   }
 }
 
+// Real band triangles on a unit-stride x: the columns in the walk of the
+// column loops above, in two phases, the columns whose band the matrix's
+// edge cuts (upper: the first k, at the top; lower: the last k, at the
+// bottom) and the whole ones, each phase in pairs with an odd column
+// finishing it alone (step runs one column's loop step).
+// 'N': the rows both columns of a pair hold take both terms in one pass
+// (row_pass), first the term of the column the walk meets first; a row only
+// one of them holds takes its term alone; so every element adds its terms in
+// the column loop's order (the same bits as step by step). A pair whose
+// first x element, or second once the first has acted on it, is 0 goes step
+// by step (the loop passes such a column over).
+// Transposed: both dots take the rows both columns hold in one pass (from
+// 0), then each adds the rows only it holds one at a time, in row order;
+// the column the walk meets first is finished first (a solve's second dot
+// may read its value).
+template <class T, bool Conj, bool Solve, class Columns, class Step, class Diag>
+void band_pairs(const Triangle &g, Columns col, typename T::elem *x, Step &&step, Diag &&diag) {
+  using E = typename T::elem;
+  const int64_t n = g.n;
+  const bool normal = g.op == Trans::N, forward = normal ? g.upper != Solve : g.upper == Solve;
+  // One column's rows [lo, hi) outside [s0, s1), less the row `skip`, one at a time.
+  auto others = [&](int64_t j, int64_t s0, int64_t s1, int64_t skip, auto &&row) {
+    for (int64_t i = g.lo(j); i < g.hi(j); ++i)
+      if ((i < s0 || i >= s1) && i != skip) row(i);
+  };
+  auto pair = [&](int64_t f, int64_t s) ZOR_HOT {
+    const E *cf = col(f), *cs = col(s);
+    const int64_t s0 = std::max(g.lo(f), g.lo(s)), s1 = std::min(g.hi(f), g.hi(s)), len = s1 > s0 ? s1 - s0 : 0;
+    const E *c[2] = {cf + s0, cs + s0};
+    if (normal) {
+      // Solves: the first column's term reaches the second's diagonal row
+      // before its value is taken; products: the second's term reaches the
+      // first's diagonal row after its diagonal.
+      E tf = x[f];
+      if (is_zero(tf)) return step(f), step(s);
+      if constexpr (Solve) tf = diag(f, tf);
+      const E xs = Solve ? x[s] + (E{} - tf) * cf[s] : x[s];
+      if (is_zero(xs)) return step(f), step(s);
+      const E ts = Solve ? diag(s, xs) : xs;
+      const E uf = Solve ? E{} - tf : tf, us = Solve ? E{} - ts : ts;
+      if constexpr (Solve) x[f] = tf, x[s] = ts;
+      else x[f] = diag(f, tf) + ts * cs[f], x[s] = diag(s, ts);
+      others(f, s0, s1, s, [&](int64_t i) { x[i] = x[i] + uf * cf[i]; });
+      others(s, s0, s1, f, [&](int64_t i) { x[i] = x[i] + us * cs[i]; });
+      const Factor<E> u[2] = {Factor<E>(uf), Factor<E>(us)};
+      if (len > 0) row_pass<E, 2, true, false>(len, c, u, nullptr, x + s0, nullptr);
+    } else {
+      E sum[2] = {};
+      if (len > 0) row_pass<E, 2, false, true, Conj>(len, c, nullptr, x + s0, nullptr, sum);
+      auto finish = [&](int64_t j, const E *cj, E v) {
+        others(j, s0, s1, -1, [&](int64_t i) { v = v + times<Conj>(cj[i], x[i]); });
+        x[j] = Solve ? diag(j, x[j] - v) : diag(j, x[j]) + v;
+      };
+      finish(f, cf, sum[0]);
+      finish(s, cs, sum[1]);
+    }
+  };
+  const int64_t cut = std::min(n, g.k), ends[2] = {g.upper == forward ? cut : n - cut, n};
+  auto column = [&](int64_t p) { return forward ? p : n - 1 - p; };
+  int64_t p = 0;
+  for (int64_t end : ends) {
+    for (; p + 1 < end; p += 2) pair(column(p), column(p + 1));
+    if (p < end) step(column(p++));
+  }
+}
+
+// Where the band pairs run: real band triangles with at least one row off
+// the diagonal, unit strides.
+template <class T, class Rows, class Columns>
+constexpr bool kBandPairs = !T::complex && std::is_same_v<Rows, InRows<T>> &&
+                            std::is_same_v<Columns, BandColumns<typename T::elem>>;
+
 template <class T, class Rows, bool Conj, class Columns>
 void triangular_product_as(const Triangle &g, Columns col, const Strided<typename T::elem> &x) {
   using E = typename T::elem;
@@ -164,21 +239,20 @@ void triangular_product_as(const Triangle &g, Columns col, const Strided<typenam
       if (g.op == Trans::N) return normal_by_four<T>(g, col, x.p, diag);
       return transposed_by_four<T, Conj, false>(g, col, x.p, diag);
     }
-  if (g.op == Trans::N) {
-    for (int64_t s = 0; s < n; ++s) {
-      const int64_t j = g.upper ? s : n - 1 - s;
+  auto step = [&](int64_t j) {
+    if (g.op == Trans::N) {
       const E xj = x.get(j);
-      if (is_zero(xj)) continue;
+      if (is_zero(xj)) return;
       Rows::add(g.lo(j), g.hi(j), xj, col(j), x);
       x.set(j, diag(j, xj));
+    } else {
+      x.set(j, diag(j, x.get(j)) + Rows::template dot<Conj>(g.lo(j), g.hi(j), col(j), x));
     }
-  } else {
-    for (int64_t s = 0; s < n; ++s) {
-      const int64_t j = g.upper ? n - 1 - s : s;
-      const E v = diag(j, x.get(j));
-      x.set(j, v + Rows::template dot<Conj>(g.lo(j), g.hi(j), col(j), x));
-    }
-  }
+  };
+  if constexpr (kBandPairs<T, Rows, Columns>)
+    if (n >= 2 && g.k >= 1 && Rows::unit(col(0), x)) return band_pairs<T, Conj, false>(g, col, x.p, step, diag);
+  const bool backward = g.upper == (g.op != Trans::N);
+  for (int64_t s = 0; s < n; ++s) step(backward ? n - 1 - s : s);
 }
 
 template <class T, class Rows, bool Conj, class Columns>
@@ -189,21 +263,21 @@ void triangular_solve_as(const Triangle &g, Columns col, const Strided<typename 
   if constexpr (std::is_same_v<Rows, InRows<T>>)
     if (g.op != Trans::N && g.k >= n && n >= 4 && Rows::unit(col(0), x))
       return transposed_by_four<T, Conj, true>(g, col, x.p, diag);
-  if (g.op == Trans::N) {
-    for (int64_t s = 0; s < n; ++s) {
-      const int64_t j = g.upper ? n - 1 - s : s;
+  auto step = [&](int64_t j) {
+    if (g.op == Trans::N) {
       E xj = x.get(j);
-      if (is_zero(xj)) continue;
+      if (is_zero(xj)) return;
       xj = diag(j, xj);
       x.set(j, xj);
       Rows::add(g.lo(j), g.hi(j), E{} - xj, col(j), x);
-    }
-  } else {
-    for (int64_t s = 0; s < n; ++s) {
-      const int64_t j = g.upper ? s : n - 1 - s;
+    } else {
       x.set(j, diag(j, x.get(j) - Rows::template dot<Conj>(g.lo(j), g.hi(j), col(j), x)));
     }
-  }
+  };
+  if constexpr (kBandPairs<T, Rows, Columns>)
+    if (n >= 2 && g.k >= 1 && Rows::unit(col(0), x)) return band_pairs<T, Conj, true>(g, col, x.p, step, diag);
+  const bool backward = g.upper == (g.op == Trans::N);
+  for (int64_t s = 0; s < n; ++s) step(backward ? n - 1 - s : s);
 }
 
 // The entries: the conjugated walk only for op C.
