@@ -40,11 +40,14 @@ struct AlignedColumn {
   }
 };
 // A column 8 bytes out of phase: the high element of one aligned vector and
-// the low element of the next. Its reads reach one element past the pair.
+// the low element of the next. Its reads reach one element past the pair;
+// a reader with no rows left reads nothing (its first vector would hold the
+// element after the column).
 struct ShiftedColumn {
   const float *a;
   f32x4 prev;
-  ShiftedColumn(const Cx *p, const Cx *) : a(re(p) - 2), prev(simd::load_a(re(p) - 2)) {}
+  ShiftedColumn(const Cx *p, const Cx *end)
+      : a(re(p) - 2), prev(p < end ? simd::load_a(re(p) - 2) : simd::zero<f32x4>()) {}
   ZOR_HOT f32x4 next() {
     const f32x4 nx = simd::load_a(a + 4);
     const f32x4 v = simd::as_f32(simd::high_low(simd::as_f64(prev), simd::as_f64(nx)));

@@ -45,12 +45,15 @@ using simd::f64x2;
 // (Shifted) by shift-merge. A shifted vector's second aligned read reaches
 // one row past it, so when no single row follows the vectors the last pair
 // of rows is read element by element (same arithmetic). A group of fewer
-// columns points its unused readers at column 0.
+// columns points its unused readers at column 0. A reader with no rows left
+// (the one row of m = 1 taken before the vectors) reads nothing: its first
+// aligned vector would hold the element after the column.
 // The merge of two doubles is a shuffle in the floating-point domain.
 struct ShiftedColumn {
   const double *a;  // the aligned vector that holds the next row in its high lane
   f64x2 prev;
-  ShiftedColumn(const double *p, const double *) : a(p - 1), prev(simd::load_a(p - 1)) {}
+  ShiftedColumn(const double *p, const double *end)
+      : a(p - 1), prev(p < end ? simd::load_a(p - 1) : simd::zero<f64x2>()) {}
   ZOR_HOT f64x2 next() {
     const f64x2 nx = simd::load_a(a + 2);
     const f64x2 v = simd::high_low(prev, nx);
