@@ -107,13 +107,22 @@ inline constexpr int64_t kExtremeBlock = 32;
 // a call of x?axpy each (bench/lapack, dgetc2 at n = 16; bench/blas/
 // level2_bench.cpp, dger).
 inline constexpr int64_t kGerInlineRows = 64;
+// ?ger, those short columns: this many a pass over x, the rest singly
+// (bench/lapack, dgetc2 at n = 16: 1.64 -> 1.44 us; pairs after the
+// groups, 1.49).
+inline constexpr int kGerShortColumns = 4;
 // ?ger, longer columns: this many a pass over x (bench/blas/level2_bench.cpp,
 // dger at n = 4000).
 inline constexpr int kGerColumns = 8;
 
 // ?gbmv 'N', unit strides: the columns whose band is cut at neither end go
 // this many a pass over y (bench/blas/level2_bench.cpp, dgbmv k = 16).
+// The same in the real triangular band routines' whole columns, 'N' and
+// transposed (bench/blas/level2_bench.cpp, dtbmv and dtbsv k = 16).
 inline constexpr int kBandGroup = 4;
+// ?gbmv and the triangular band products 'N': groups whose factors are
+// formed before a run of them.
+inline constexpr int64_t kBandRun = 16;
 
 }  // namespace tuned
 
