@@ -65,7 +65,7 @@ struct Streams {
   using V = vec_t<Elem>;
   static constexpr bool reads_x = ReadsX, writes_x = WritesX, reads_y = ReadsY, writes_y = WritesY;
   // Whether the unit path asks for lines ahead of the streams it reads, when
-  // they are long (tuned::kAhead).
+  // they are long (prefetch_next_chunk).
   static constexpr bool hinted = false;
 };
 
@@ -92,12 +92,6 @@ struct Factor {
 // micro-architecture answer (33: the alternative); the single-complex ones
 // make the same query and have one kernel.
 inline bool alternative_kernel() { return zor_serv_get_microarchitecture() == fixed::kSecondKernelAnswer; }
-
-// Asks for the line tuned::kAhead bytes past p (a hint: it never faults,
-// wherever the stream ends).
-ZOR_HOT inline void prefetch_ahead(const void *p) {
-  simd::prefetch_t0(reinterpret_cast<const void *>(reinterpret_cast<uintptr_t>(p) + tuned::kAhead));
-}
 
 // Asks for the part of the next tuned::kChunk-byte chunk that matches p's
 // place in its own chunk, one line in each of tuned::kChunkStreams walks:
@@ -199,8 +193,8 @@ struct OutStream<R, 0> {
 
 // Runs `nv` vectors of both streams: main step Main, then Main/2, ..., 1;
 // returns how many it ran. A shifted stream's last vector is left to the
-// scalar tail, so that its reads end inside the stream. With `ahead`, each
-// group asks for a line ahead of each stream it reads.
+// scalar tail, so that its reads end inside the stream. With `ahead`, the
+// streams it reads ask for their next chunk as they go.
 template <class Op, int Kx, int Ky, int Main>
 int64_t run_vectors(const Op &op, int64_t nv, typename Op::R *x, typename Op::R *y, bool ahead) {
   using R = typename Op::R;
@@ -225,9 +219,13 @@ int64_t run_vectors(const Op &op, int64_t nv, typename Op::R *x, typename Op::R 
     constexpr int G = sizeof...(J) < tuned::kLoadGroup ? int(sizeof...(J)) : tuned::kLoadGroup;
     auto group = [&]() ZOR_HOT {
       if constexpr (Op::hinted) {
+        // One call a 256-byte pass of a stream asks for the matching part
+        // of its next chunk (prefetch_next_chunk).
         if (ahead) {
-          if constexpr (Op::reads_x) prefetch_ahead(xi_.a);
-          if constexpr (Op::reads_y) prefetch_ahead(yi_.a);
+          if constexpr (Op::reads_x)
+            if ((reinterpret_cast<uintptr_t>(xi_.a) & (64 * tuned::kChunkStreams - 1)) < 64) prefetch_next_chunk(xi_.a);
+          if constexpr (Op::reads_y)
+            if ((reinterpret_cast<uintptr_t>(yi_.a) & (64 * tuned::kChunkStreams - 1)) < 64) prefetch_next_chunk(yi_.a);
         }
       }
       V xv[G], yv[G];

@@ -95,11 +95,10 @@ inline constexpr int64_t kLongStream = int64_t(8) << 20;
 // at 0.57-0.68 of the triad, four walks over the next 64 KiB at 0.88-1.07;
 // 32 KiB and 128 KiB alike, two walks less).
 inline constexpr int64_t kChunk = 65536, kChunkStreams = 4;
-// The skeleton's scaling and axpy loops ask, once a group, for the line
-// kAhead bytes on in each stream they read (bench/blas/level1_bench.cpp,
-// zaxpy at n = 1e7: 1.03-1.24 of the triad without, 1.08-1.36 at 512 or
-// 1024 bytes, less at 256 and 2048; dscal alike or slightly ahead).
-inline constexpr int64_t kAhead = 1024;
+// The skeleton's scaling and axpy loops walk the same chunks ahead, one call
+// a 256-byte pass of each stream they read (bench/blas/level1_bench.cpp at
+// n = 1e7, against the best SSE-era set: dscal 0.89-0.99 with one line 1 KiB
+// ahead or none, 1.30 with the chunk walks; zaxpy 0.95-1.02 and 1.04).
 // i?amax, i?amin: vectors of magnitudes a block; a block is one compare
 // against the best and, rarely, a new best (bench/blas/level1_bench.cpp,
 // the i?amax rows at n = 1e3 and 1e5).

@@ -40,11 +40,19 @@ inline void store_a(int32_t *p, i32x4 v) { _mm_store_si128(reinterpret_cast<__m1
 inline void store_u(double *p, f64x2 v) { _mm_storeu_pd(p, v); }
 inline void store_u(float *p, f32x4 v) { _mm_storeu_ps(p, v); }
 // Lane 0 only: [p0, 0] / [p0, 0, 0, 0]; one 8-byte half of a double pair.
-inline f64x2 load_lo(const double *p) { return _mm_load_sd(p); }
+// A double may stand 4 bytes off its boundary: its bytes go through a copy
+// (still one movq / movlpd / movhpd / movddup).
+inline double read_double(const double *p) {
+  double x;
+  std::memcpy(&x, p, sizeof x);
+  return x;
+}
+inline void write_double(double *p, double x) { std::memcpy(p, &x, sizeof x); }
+inline f64x2 load_lo(const double *p) { return _mm_set_sd(read_double(p)); }
 inline f32x4 load_lo(const float *p) { return _mm_load_ss(p); }
-inline void store_lo(double *p, f64x2 v) { _mm_store_sd(p, v); }
+inline void store_lo(double *p, f64x2 v) { write_double(p, _mm_cvtsd_f64(v)); }
 inline void store_lo(float *p, f32x4 v) { _mm_store_ss(p, v); }
-inline void store_hi(double *p, f64x2 v) { _mm_storeh_pd(p, v); }
+inline void store_hi(double *p, f64x2 v) { write_double(p, _mm_cvtsd_f64(_mm_unpackhi_pd(v, v))); }
 inline f64x2 load_half_lo(f64x2 v, const double *p) { return _mm_loadl_pd(v, p); }  // [p0, v1]
 inline f64x2 load_half_hi(f64x2 v, const double *p) { return _mm_loadh_pd(v, p); }  // [v0, p0]
 // Two floats (one single complex): [p0, p1, 0, 0]. The pair may stand 4
@@ -59,7 +67,7 @@ inline void store_pair(float *p, f32x4 v) {
   const double d = _mm_cvtsd_f64(_mm_castps_pd(v));
   std::memcpy(p, &d, sizeof d);
 }
-inline f64x2 dup_load(const double *p) { return _mm_loaddup_pd(p); }  // [p0, p0]
+inline f64x2 dup_load(const double *p) { return _mm_set1_pd(read_double(p)); }  // [p0, p0]
 
 // ======================================================== building and broadcast
 inline f64x2 splat(double x) { return _mm_set1_pd(x); }

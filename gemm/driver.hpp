@@ -29,7 +29,7 @@ void mscale(const int64_t *m_, const int64_t *n_, const typename T::elem *beta_,
             const int64_t *ldc_) {
   using E = typename T::elem;
   const int64_t m = *m_, n = *n_, ldc = *ldc_;
-  const E beta = *beta_;
+  const E beta = load_any(beta_);
   if (is_zero(beta)) {
     for (int64_t j = 0; j < n; ++j) {
       E *col = c + j * ldc;
@@ -158,6 +158,10 @@ int32_t xgemm_par(const char *transa, const char *transb, const int64_t *m_, con
   using E = typename T::elem;
   const int64_t M = *m_, N = *n_, K = *k_;
   if (M < 1 || N < 1) return 0;
+  // The scalars may stand at any byte offset: everything below reads aligned copies.
+  const E alpha_v = load_any(alpha), beta_v = load_any(beta);
+  alpha = &alpha_v;
+  beta = &beta_v;
   const bool an = is_letter(transa, 'N'), bn = is_letter(transb, 'N');
   if (d->block_m == 0 || d->block_n == 0 || d->block_k == 0) d->get_blks_size(m_, n_, k_, d);
   if (plan == kPlanChoose) plan = choose_plan<T>(N, K, d);
@@ -263,6 +267,9 @@ void xgemm(const char *transa, const char *transb, const int64_t *m, const int64
            const typename T::elem *b, const int64_t *ldb, const typename T::elem *beta, typename T::elem *c,
            const int64_t *ldc) {
   if (*m < 1 || *n < 1) return;
+  const typename T::elem alpha_v = load_any(alpha), beta_v = load_any(beta);
+  alpha = &alpha_v;
+  beta = &beta_v;
   const int32_t row = optimal_row<T>();
   const KernelRow &r = GemmTable<T>::rows[row];
   if (!is_one(*beta)) mscale<T>(m, n, beta, c, ldc);

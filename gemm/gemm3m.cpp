@@ -16,6 +16,7 @@
 #include <zor/core.h>
 #include <zor/gemm_complex.h>
 
+#include "frame/element.hpp"
 #include "frame/letters.hpp"
 #include "frame/memory.hpp"
 #include "frame/simd.hpp"
@@ -265,7 +266,12 @@ void xgemm3m(const char *transa, const char *transb, const int64_t *m_, const in
   using E = RealEngine<T>;
   const int64_t M = *m_, N = *n_, K = *k_;
   if (M < 1 || N < 1) return;
-  const R *alpha = static_cast<const R *>(alpha_), *beta = static_cast<const R *>(beta_);
+  // The scalars may stand at any byte offset: everything below reads aligned copies.
+  const R *alpha_any = static_cast<const R *>(alpha_), *beta_any = static_cast<const R *>(beta_);
+  const R scalars[4] = {zor::load_any(alpha_any), zor::load_any(alpha_any + 1), zor::load_any(beta_any), zor::load_any(beta_any + 1)};
+  alpha_ = scalars;
+  beta_ = scalars + 2;
+  const R *alpha = scalars, *beta = scalars + 2;
   if (K == 0 || (alpha[0] == R(0) && alpha[1] == R(0))) {
     if (!(beta[0] == R(1) && beta[1] == R(0))) E::complex_mscale(m_, n_, beta_, c_, ldc_);
     return;

@@ -43,7 +43,7 @@ void syr2k(const char *uplo, const char *trans, const int64_t *n_, const int64_t
   if (n < 1) return;
   const E alpha = load_any(static_cast<const E *>(alpha_));
   const E alpha2 = conj_if(alpha, Herm);
-  const auto beta = *beta_;
+  const auto beta = load_any(beta_);
   const E *a = static_cast<const E *>(a_), *b = static_cast<const E *>(b_);
   E *c = static_cast<E *>(c_);
   const bool upper = is_letter(uplo, 'U'), tr = rank_k_transposed(trans);

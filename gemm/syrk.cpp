@@ -239,7 +239,7 @@ template <class T, bool Herm>
 Syrk<T, Herm> make(const char *uplo, const char *trans, const int64_t *k, const Factor<T, Herm> *alpha,
                    const void *a, const int64_t *lda, const Factor<T, Herm> *beta, void *c, const int64_t *ldc) {
   using E = typename T::elem;
-  return {is_letter(uplo, 'U'), rank_k_transposed(trans), *k, *alpha, *beta, static_cast<const E *>(a), *lda,
+  return {is_letter(uplo, 'U'), rank_k_transposed(trans), *k, load_any(alpha), load_any(beta), static_cast<const E *>(a), *lda,
           static_cast<E *>(c), *ldc};
 }
 

@@ -308,7 +308,7 @@ void ptrmm(const char *side, const char *uplo, const char *transa, const char *d
   constexpr int64_t kB = fixed::kTriDepth, kChunk = fixed::kPtrmmChunk;
   static_assert(kB * kChunk * sizeof(E) <= fixed::kPtrmmBufferBytes, "a chunk fits the buffer");
   const int64_t m = *m_, n = *n_, ldb = *ldb_;
-  const E alpha = *alpha_;
+  const E alpha = load_any(alpha_);
   if (m < 1 || n < 1) return;
   if (is_zero(alpha)) return mscale<T>(m_, n_, alpha_, b, ldb_);
   const TriLetters f = read_tri<T>(side, uplo, transa, diag);

@@ -16,7 +16,8 @@
 // random values of a fixed seed, so that a position search finds its answer
 // at a random place, as in use.
 //
-//   bench_blas [filter [rounds]]   routines whose name contains filter
+//   bench_blas [filter [rounds [from]]]   routines whose name contains filter,
+//                                         sizes from `from` on (1e7: memory only)
 #include <dlfcn.h>
 #include <zor/blas.h>
 #include <zor/core.h>
@@ -168,6 +169,7 @@ double seconds_for(int64_t n) { return n >= 10000000 ? 0.1 : 0.02; }
 int main(int argc, char **argv) {
   const std::string filter = argc > 1 ? argv[1] : "";
   const int rounds = argc > 2 ? std::max(1, std::atoi(argv[2])) : 5;
+  const double from = argc > 3 ? std::atof(argv[3]) : 0;
   const std::vector<Routine> all = routines();
   std::vector<const Routine *> chosen;
   for (const Routine &r : all)
@@ -197,6 +199,7 @@ int main(int argc, char **argv) {
               random_buffer<double>(10000000, 7)};
   for (int s = 0; s < 3; ++s) {
     const int64_t n = kSizes[s];
+    if (double(n) < from) continue;
     for (size_t k = 0; k < chosen.size(); ++k) {
       const Routine &r = *chosen[k];
       const int index = int(k) * 3 + s;

@@ -68,24 +68,43 @@ TEST(Reduce, NormsScale) {
 
 // Positions: the largest magnitude against the reference (0 for an
 // increment below 1), with ties planted; the smallest against a scan of
-// small integers, where ties are common (the first wins); special answers.
-TEST(Reduce, ExtremesAgainstReferenceAndTies) {
+// small integers, where ties are common (the first wins). Then monotone and
+// constant magnitudes: ascending, every later stretch holds a new extreme
+// (amax n, amin 1); descending, the first holds both; constant, every
+// element ties with the first. A complex magnitude is split between its
+// parts at random. Last the special answers.
+TEST(Reduce, Extremes) {
   auto check = [](auto tag, auto amax, auto amin, auto ref) {
     using E = decltype(tag);
+    using R = real_of<E>;
     for_each_vector_case(41, 600, [&](const VectorCase &c, Rng &rng) {
       Strided<E> x(c.n, c.incx, c.offx, rng);
       if (c.n > 3)
-        for (int t = 0; t < 3; ++t) x.set(rng.integer(0, c.n - 1), E(real_of<E>(t & 1 ? 2.5 : -2.5)));
+        for (int t = 0; t < 3; ++t) x.set(rng.integer(0, c.n - 1), E(R(t & 1 ? 2.5 : -2.5)));
       int64_t n = c.n, inc = c.incx, first = 0;
       f_int n32 = f_int(c.n), ix = f_int(c.incx);
       ASSERT_EQ(amax(&n, x.data(), &inc), int64_t(ref(&n32, x.data(), &ix)));
       auto mag = [&](int64_t i) { return std::fabs(std::real(x.at(i))) + std::fabs(std::imag(x.at(i))); };
-      for (int64_t i = 0; i < c.n; ++i) x.set(i, E(real_of<E>(rng.integer(-9, 9))));
+      for (int64_t i = 0; i < c.n; ++i) x.set(i, E(R(rng.integer(-9, 9))));
       if (c.n > 0 && c.incx > 0) {
         first = 1;
         for (int64_t i = 1; i < c.n; ++i) first = mag(i) < mag(first - 1) ? i + 1 : first;
       }
       ASSERT_EQ(amin(&n, x.data(), &inc), first);
+      const bool none = c.n < 1 || c.incx < 1;
+      for (int shape = 0; shape < 3; ++shape) {
+        for (int64_t i = 0; i < c.n; ++i) {
+          const R m = shape == 0 ? R(i + 1) : shape == 1 ? R(c.n - i) : R(3), sign = rng.integer(0, 1) ? R(1) : R(-1);
+          if constexpr (is_complex_v<E>) {
+            const R re = R(rng.integer(0, 4)) * m / R(4);  // exact: m is a small integer
+            x.set(i, E(sign * re, -(m - re)));
+          } else {
+            x.set(i, sign * m);
+          }
+        }
+        ASSERT_EQ(amax(&n, x.data(), &inc), none ? 0 : shape == 0 ? c.n : 1) << "shape " << shape;
+        ASSERT_EQ(amin(&n, x.data(), &inc), none ? 0 : shape == 1 ? c.n : 1) << "shape " << shape;
+      }
     });
   };
   check(float(), ZOR_TEST_FN(zor_blas_isamax), ZOR_TEST_FN(zor_blas_isamin), ZOR_TEST_FN(isamax_));
@@ -106,41 +125,6 @@ TEST(Reduce, ExtremesAgainstReferenceAndTies) {
   EXPECT_EQ(zor_blas_icamin(&three, c, &one), 3);
   EXPECT_EQ(zor_blas_izamax(&three, z, &one), 1);
   EXPECT_EQ(zor_blas_izamin(&three, z, &one), 2);
-}
-
-// Monotone and constant magnitudes: ascending, every later stretch of the
-// vector holds a new extreme (amax n, amin 1); descending the first holds
-// both; constant, every element ties with the first. The magnitude of a
-// complex value is split between its parts at random.
-TEST(Reduce, ExtremesOfMonotoneAndConstantVectors) {
-  auto check = [](auto tag, auto amax, auto amin) {
-    using E = decltype(tag);
-    using R = real_of<E>;
-    for_each_vector_case(47, 80, [&](const VectorCase &c, Rng &rng) {
-      Strided<E> x(c.n, c.incx, c.offx, rng);
-      int64_t n = c.n, inc = c.incx;
-      const bool none = c.n < 1 || c.incx < 1;
-      for (int shape = 0; shape < 3; ++shape) {
-        for (int64_t i = 0; i < c.n; ++i) {
-          const R m = shape == 0 ? R(i + 1) : shape == 1 ? R(c.n - i) : R(3);
-          const R sign = rng.integer(0, 1) ? R(1) : R(-1);
-          if constexpr (is_complex_v<E>) {
-            const R re = R(rng.integer(0, 4)) * m / R(4);  // exact: m is a small integer
-            x.set(i, E(sign * re, -(m - re)));
-          } else {
-            x.set(i, sign * m);
-          }
-        }
-        const int64_t hi = none ? 0 : shape == 0 ? c.n : 1, lo = none ? 0 : shape == 1 ? c.n : 1;
-        ASSERT_EQ(amax(&n, x.data(), &inc), hi) << "shape " << shape;
-        ASSERT_EQ(amin(&n, x.data(), &inc), lo) << "shape " << shape;
-      }
-    });
-  };
-  check(float(), ZOR_TEST_FN(zor_blas_isamax), ZOR_TEST_FN(zor_blas_isamin));
-  check(double(), ZOR_TEST_FN(zor_blas_idamax), ZOR_TEST_FN(zor_blas_idamin));
-  check(cfloat(), ZOR_TEST_FN(zor_blas_icamax), ZOR_TEST_FN(zor_blas_icamin));
-  check(cdouble(), ZOR_TEST_FN(zor_blas_izamax), ZOR_TEST_FN(zor_blas_izamin));
 }
 
 // Set-up of rotations against the reference (which computes them in another
