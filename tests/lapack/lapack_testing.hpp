@@ -6,9 +6,6 @@
 
 #include <complex>
 #include <cstdint>
-#include <cstring>
-#include <string>
-#include <type_traits>
 #include <vector>
 
 #include "common/reference_blas.h"
@@ -78,14 +75,6 @@ namespace zor::test {
 
 // real_of, is_complex_v, same_bits: the kit's (common/testing.hpp).
 
-// The letter of a precision, for messages and dispatch.
-template <class E> constexpr char letter() {
-  if constexpr (std::is_same_v<E, float>) return 's';
-  else if constexpr (std::is_same_v<E, double>) return 'd';
-  else if constexpr (std::is_same_v<E, c8>) return 'c';
-  else return 'z';
-}
-
 template <class E> E random_element(Rng &rng, double lo = -1.0, double hi = 1.0) {
   using R = real_of<E>;
   if constexpr (is_complex_v<E>) return E(R(rng.uniform(lo, hi)), R(rng.uniform(lo, hi)));
@@ -101,12 +90,6 @@ template <class E> std::vector<E> random_vector(Rng &rng, size_t n, double lo = 
 template <class E> E conj_of(E a) {
   if constexpr (is_complex_v<E>) return std::conj(a);
   else return a;
-}
-
-// Byte-wise equality of two areas; empty areas (whose pointers may be null)
-// are equal.
-inline bool same_bytes(const void *a, const void *b, size_t bytes) {
-  return bytes == 0 || std::memcmp(a, b, bytes) == 0;
 }
 
 // Largest |a - b| over the largest |b| (or 1 when that is smaller).

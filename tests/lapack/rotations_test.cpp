@@ -6,6 +6,7 @@
 // offset their elements allow, so that each peel length occurs.
 #include <zor/lapack.h>
 
+#include <array>
 #include <limits>
 
 #include "lapack/lapack_testing.hpp"
@@ -24,25 +25,14 @@ struct Form {
 };
 constexpr Form kForms[6] = {{"lvf", 'V', 'F'}, {"lvb", 'V', 'B'}, {"ltf", 'T', 'F'},
                             {"ltb", 'T', 'B'}, {"lbf", 'B', 'F'}, {"lbb", 'B', 'B'}};
+// clang-format off
 template <class E> LasrFn<E> our_lasr(int form) {
-  if constexpr (letter<E>() == 's') {
-    constexpr LasrFn<E> f[6] = {zor_lapack_ps_slasr_lvf, zor_lapack_ps_slasr_lvb, zor_lapack_ps_slasr_ltf,
-                                zor_lapack_ps_slasr_ltb, zor_lapack_ps_slasr_lbf, zor_lapack_ps_slasr_lbb};
-    return f[form];
-  } else if constexpr (letter<E>() == 'd') {
-    constexpr LasrFn<E> f[6] = {zor_lapack_ps_dlasr_lvf, zor_lapack_ps_dlasr_lvb, zor_lapack_ps_dlasr_ltf,
-                                zor_lapack_ps_dlasr_ltb, zor_lapack_ps_dlasr_lbf, zor_lapack_ps_dlasr_lbb};
-    return f[form];
-  } else if constexpr (letter<E>() == 'c') {
-    constexpr LasrFn<E> f[6] = {zor_lapack_ps_clasr_lvf, zor_lapack_ps_clasr_lvb, zor_lapack_ps_clasr_ltf,
-                                zor_lapack_ps_clasr_ltb, zor_lapack_ps_clasr_lbf, zor_lapack_ps_clasr_lbb};
-    return f[form];
-  } else {
-    constexpr LasrFn<E> f[6] = {zor_lapack_ps_zlasr_lvf, zor_lapack_ps_zlasr_lvb, zor_lapack_ps_zlasr_ltf,
-                                zor_lapack_ps_zlasr_ltb, zor_lapack_ps_zlasr_lbf, zor_lapack_ps_zlasr_lbb};
-    return f[form];
-  }
+  return pick<E>(std::array{zor_lapack_ps_slasr_lvf, zor_lapack_ps_slasr_lvb, zor_lapack_ps_slasr_ltf, zor_lapack_ps_slasr_ltb, zor_lapack_ps_slasr_lbf, zor_lapack_ps_slasr_lbb},
+                 std::array{zor_lapack_ps_dlasr_lvf, zor_lapack_ps_dlasr_lvb, zor_lapack_ps_dlasr_ltf, zor_lapack_ps_dlasr_ltb, zor_lapack_ps_dlasr_lbf, zor_lapack_ps_dlasr_lbb},
+                 std::array{zor_lapack_ps_clasr_lvf, zor_lapack_ps_clasr_lvb, zor_lapack_ps_clasr_ltf, zor_lapack_ps_clasr_ltb, zor_lapack_ps_clasr_lbf, zor_lapack_ps_clasr_lbb},
+                 std::array{zor_lapack_ps_zlasr_lvf, zor_lapack_ps_zlasr_lvb, zor_lapack_ps_zlasr_ltf, zor_lapack_ps_zlasr_ltb, zor_lapack_ps_zlasr_lbf, zor_lapack_ps_zlasr_lbb})[size_t(form)];
 }
+// clang-format on
 template <class E>
 void ref_lasr(const Form &f, f_int m, f_int n, const real_of<E> *c, const real_of<E> *s, E *a, f_int lda) {
   pick<E>(slasr_, dlasr_, clasr_, zlasr_)("L", &f.pivot, &f.direct, &m, &n, c, s, a, &lda, 1, 1, 1);
@@ -92,8 +82,7 @@ TYPED_TEST(Rotations, SequencesMatchTheReferenceBitForBit) {
           std::copy(a0.begin(), a0.end(), a.data());
           const zor_int m64 = m, n64 = n, lda64 = lda;
           our_lasr<E>(form)(&m64, &n64, c.data(), s.data(), a.data(), &lda64);
-          EXPECT_TRUE(same_bytes(a.data(), expect.data(), a0.size() * sizeof(E)));
-          EXPECT_TRUE(a.guards_intact());
+          EXPECT_TRUE(same_bits(a.copy(), expect) && a.guards_intact());
         }
       }
     }
@@ -119,16 +108,6 @@ TYPED_TEST(Rotations, IdentityRotationsAreComputed) {
   }
 }
 
-template <class E>
-void our_lartv(zor_int n, E *x, zor_int incx, E *y, zor_int incy, const real_of<E> *c, const E *s, zor_int incc) {
-  const auto f = pick<E>(zor_lapack_ps_slartv, zor_lapack_ps_dlartv, zor_lapack_ps_clartv, zor_lapack_ps_zlartv);
-  f(&n, x, &incx, y, &incy, c, s, &incc);
-}
-template <class E>
-void ref_lartv(f_int n, E *x, f_int incx, E *y, f_int incy, const real_of<E> *c, const E *s, f_int incc) {
-  pick<E>(slartv_, dlartv_, clartv_, zlartv_)(&n, x, &incx, y, &incy, c, s, &incc);
-}
-
 TYPED_TEST(Rotations, VectorOfRotationsMatchesTheReference) {
   using E = TypeParam;
   using R = real_of<E>;
@@ -152,12 +131,12 @@ TYPED_TEST(Rotations, VectorOfRotationsMatchesTheReference) {
         std::vector<E> rx(x.data(), x.data() + x.size()), ry(y.data(), y.data() + y.size());
         // A negative increment starts from the element it is given, as the reference does.
         const size_t sx = inc.x < 0 ? x.size() - 1 : 0;
-        ref_lartv<E>(f_int(n), rx.data() + sx, f_int(inc.x), ry.data(), f_int(inc.y), c.data(), s.data(),
-                     f_int(inc.c));
-        our_lartv<E>(n, x.data() + sx, inc.x, y.data(), inc.y, c.data(), s.data(), inc.c);
-        EXPECT_TRUE(same_bytes(x.data(), rx.data(), rx.size() * sizeof(E)));
-        EXPECT_TRUE(same_bytes(y.data(), ry.data(), ry.size() * sizeof(E)));
-        EXPECT_TRUE(x.guards_intact() && y.guards_intact());
+        const f_int n32 = f_int(n), ix = f_int(inc.x), iy = f_int(inc.y), ic = f_int(inc.c);
+        pick<E>(slartv_, dlartv_, clartv_, zlartv_)(&n32, rx.data() + sx, &ix, ry.data(), &iy, c.data(), s.data(), &ic);
+        const zor_int n64 = n, ix64 = inc.x, iy64 = inc.y, ic64 = inc.c;
+        pick<E>(zor_lapack_ps_slartv, zor_lapack_ps_dlartv, zor_lapack_ps_clartv, zor_lapack_ps_zlartv)(
+            &n64, x.data() + sx, &ix64, y.data(), &iy64, c.data(), s.data(), &ic64);
+        EXPECT_TRUE(same_bits(x.copy(), rx) && same_bits(y.copy(), ry) && x.guards_intact() && y.guards_intact());
       }
     }
   }
@@ -183,8 +162,7 @@ TYPED_TEST(Rotations, ReflectorsOfOrderTwoAndThreeFollowTheirFormulas) {
       const zor_int n64 = n;
       const auto f = pick<E>(zor_lapack_ps_srot2, zor_lapack_ps_drot2, zor_lapack_ps_crot2, zor_lapack_ps_zrot2);
       f(&n64, x.data(), &garbage, y.data(), &garbage, &tau, &p);
-      EXPECT_TRUE(same_bytes(x.data(), mx.data(), n * sizeof(E)));
-      EXPECT_TRUE(same_bytes(y.data(), my.data(), n * sizeof(E)));
+      EXPECT_TRUE(same_bits(x.copy(), mx) && same_bits(y.copy(), my));
       for (int64_t i = 0; i < n; ++i) {
         E t = ((mx[i] + p * my[i]) + q * mz[i]) * tau;
         mx[i] -= t, my[i] -= conj_of(p) * t, mz[i] -= conj_of(q) * t;
@@ -192,9 +170,7 @@ TYPED_TEST(Rotations, ReflectorsOfOrderTwoAndThreeFollowTheirFormulas) {
       auto *xs = x.data(), *ys = y.data(), *zs = z.data();
       const auto f3 = pick<E>(zor_lapack_ps_srot3, zor_lapack_ps_drot3, zor_lapack_ps_crot3, zor_lapack_ps_zrot3);
       f3(&n64, xs, &garbage, ys, &garbage, zs, &garbage, &tau, &p, &q);
-      EXPECT_TRUE(same_bytes(x.data(), mx.data(), n * sizeof(E)));
-      EXPECT_TRUE(same_bytes(y.data(), my.data(), n * sizeof(E)));
-      EXPECT_TRUE(same_bytes(z.data(), mz.data(), n * sizeof(E)));
+      EXPECT_TRUE(same_bits(x.copy(), mx) && same_bits(y.copy(), my) && same_bits(z.copy(), mz));
       EXPECT_TRUE(x.guards_intact() && y.guards_intact() && z.guards_intact());
     }
   }

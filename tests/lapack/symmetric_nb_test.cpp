@@ -57,46 +57,14 @@ template <class E> E nan_of() {
   else return q;
 }
 
-template <class E> void ours_symv(const Shape &s, E alpha, const E *a, const E *x, E beta, E *y) {
-  const zor_int n = s.n, nb = s.nb, lda = s.ld, one = 1;
-  const char *uplo = s.lower ? "L" : "u";
-  const auto f = pick<E>(zor_lapack_ps_ssymv_nb, zor_lapack_ps_dsymv_nb, zor_lapack_ps_chemv_nb, zor_lapack_ps_zhemv_nb);
-  f(uplo, &n, &nb, &alpha, a, &lda, x, &one, &beta, y, &one);
-}
-template <class E> void ref_symv(const Shape &s, E alpha, const E *a, const E *x, E beta, E *y) {
-  const f_int n = f_int(s.n), lda = f_int(s.ld), one = 1;
-  const char *uplo = s.lower ? "L" : "U";
-  pick<E>(ssymv_, dsymv_, chemv_, zhemv_)(uplo, &n, &alpha, a, &lda, x, &one, &beta, y, &one, 1);
-}
-template <class E> void ours_syr2(const Shape &s, E alpha, const E *x, const E *y, E *a) {
-  const zor_int n = s.n, nb = s.nb, lda = s.ld, one = 1;
-  const char *uplo = s.lower ? "l" : "U";
-  const auto f = pick<E>(zor_lapack_ps_ssyr2_nb, zor_lapack_ps_dsyr2_nb, zor_lapack_ps_cher2_nb, zor_lapack_ps_zher2_nb);
-  f(uplo, &n, &nb, &alpha, x, &one, y, &one, a, &lda);
-}
-template <class E> void ref_syr2(const Shape &s, E alpha, const E *x, const E *y, E *a) {
-  const f_int n = f_int(s.n), lda = f_int(s.ld), one = 1;
-  const char *uplo = s.lower ? "L" : "U";
-  pick<E>(ssyr2_, dsyr2_, cher2_, zher2_)(uplo, &n, &alpha, x, &one, y, &one, a, &lda, 1);
-}
-// trans and beta are garbage: the kernel must not read them.
-template <class E> void ours_syr2k(const Shape &s, int64_t k, E alpha, const E *a, const E *b, E *c) {
-  const zor_int n = s.n, nb = s.nb, kk = k, ld = s.ld;
-  const char *uplo = s.lower ? "L" : "U";
-  const E beta = nan_of<E>();
-  const auto f = pick<E>(zor_lapack_ps_ssyr2k_nb, zor_lapack_ps_dsyr2k_nb, zor_lapack_ps_cher2k_nb, zor_lapack_ps_zher2k_nb);
-  f(uplo, "?", &n, &nb, &kk, &alpha, a, &ld, b, &ld, &beta, c, &ld);
-}
-template <class E> void ref_syr2k(const Shape &s, int64_t k, E alpha, const E *a, const E *b, E *c) {
-  const f_int n = f_int(s.n), kk = f_int(k), ld = f_int(s.ld);
-  const char *uplo = s.lower ? "L" : "U";
-  const real_of<E> one = 1;
-  const E beta = E(one);
-  if constexpr (letter<E>() == 's') ssyr2k_(uplo, "N", &n, &kk, &alpha, a, &ld, b, &ld, &beta, c, &ld, 1, 1);
-  if constexpr (letter<E>() == 'd') dsyr2k_(uplo, "N", &n, &kk, &alpha, a, &ld, b, &ld, &beta, c, &ld, 1, 1);
-  if constexpr (letter<E>() == 'c') cher2k_(uplo, "N", &n, &kk, &alpha, a, &ld, b, &ld, &one, c, &ld, 1, 1);
-  if constexpr (letter<E>() == 'z') zher2k_(uplo, "N", &n, &kk, &alpha, a, &ld, b, &ld, &one, c, &ld, 1, 1);
-}
+// The integer arguments of a shape, ours (64-bit) and the reference's.
+struct Args {
+  zor_int n, nb, ld, one = 1;
+  f_int n32, ld32, one32 = 1;
+  const char *uplo;
+  explicit Args(const Shape &s) : n(s.n), nb(s.nb), ld(s.ld), n32(f_int(s.n)), ld32(f_int(s.ld)), uplo(s.lower ? "L" : "u") {}
+  const char *ref_uplo() const { return *uplo == 'L' ? "L" : "U"; }
+};
 
 template <class E> GuardedBuffer<E> guarded(const std::vector<E> &v, size_t offset) {
   GuardedBuffer<E> g(v.size(), offset);
@@ -143,9 +111,12 @@ TYPED_TEST(SymmetricNb, ProductMatchesTheReference) {
       const E alpha = rng.value<E>(), beta = zero_beta ? E(0) : rng.value<E>();
       if (zero_beta) y0.assign(y0.size(), nan_of<E>());
       auto expect = y0;
-      ref_symv<E>(s, alpha, ref_a.data(), x.data(), beta, expect.data());
+      const Args g(s);
+      pick<E>(ssymv_, dsymv_, chemv_, zhemv_)(g.ref_uplo(), &g.n32, &alpha, ref_a.data(), &g.ld32, x.data(), &g.one32,
+                                               &beta, expect.data(), &g.one32, 1);
       auto ga = guarded(a, s.offset), gx = guarded(x, s.offset), gy = guarded(y0, s.offset);
-      ours_symv<E>(s, alpha, ga.data(), gx.data(), beta, gy.data());
+      pick<E>(zor_lapack_ps_ssymv_nb, zor_lapack_ps_dsymv_nb, zor_lapack_ps_chemv_nb, zor_lapack_ps_zhemv_nb)(
+          g.uplo, &g.n, &g.nb, &alpha, ga.data(), &g.ld, gx.data(), &g.one, &beta, gy.data(), &g.one);
       EXPECT_LT(relative_difference(gy.copy(), expect), 8 * (s.n + 1) * eps<R>());
       EXPECT_TRUE(gy.guards_intact());
     }
@@ -164,18 +135,28 @@ TYPED_TEST(SymmetricNb, RankTwoUpdatesMatchTheReferenceBitForBit) {
                y = random_vector<E>(rng, size_t(s.n));
     const E alpha = rng.value<E>();
     auto expect = a0;
-    ref_syr2<E>(s, alpha, x.data(), y.data(), expect.data());
+    const Args g(s);
+    pick<E>(ssyr2_, dsyr2_, cher2_, zher2_)(g.ref_uplo(), &g.n32, &alpha, x.data(), &g.one32, y.data(), &g.one32,
+                                             expect.data(), &g.ld32, 1);
     auto ga = guarded(a0, s.offset), gx = guarded(x, s.offset), gy = guarded(y, s.offset);
-    ours_syr2<E>(s, alpha, gx.data(), gy.data(), ga.data());
+    pick<E>(zor_lapack_ps_ssyr2_nb, zor_lapack_ps_dsyr2_nb, zor_lapack_ps_cher2_nb, zor_lapack_ps_zher2_nb)(
+        g.uplo, &g.n, &g.nb, &alpha, gx.data(), &g.one, gy.data(), &g.one, ga.data(), &g.ld);
     expect_trapezoid(s, ga, expect, a0);
     for (int64_t k : {1, 3, 33, 40}) {
       SCOPED_TRACE(testing::Message() << "rank 2k, k " << k);
       const size_t lenk = size_t(s.ld * k);
       const auto ak = random_vector<E>(rng, lenk), bk = random_vector<E>(rng, lenk);
       auto expect_c = a0;
-      ref_syr2k<E>(s, k, alpha, ak.data(), bk.data(), expect_c.data());
+      const f_int k32 = f_int(k);
+      const real_of<E> one = 1;  // beta, real for the Hermitian forms
+      pick<E>(ssyr2k_, dsyr2k_, cher2k_, zher2k_)(g.ref_uplo(), "N", &g.n32, &k32, &alpha, ak.data(), &g.ld32, bk.data(),
+                                                   &g.ld32, &one, expect_c.data(), &g.ld32, 1, 1);
       auto gc = guarded(a0, s.offset), gak = guarded(ak, s.offset), gbk = guarded(bk, s.offset);
-      ours_syr2k<E>(s, k, alpha, gak.data(), gbk.data(), gc.data());
+      // trans and beta are garbage: the kernel must not read them.
+      const zor_int k64 = k;
+      const E nan = nan_of<E>();
+      pick<E>(zor_lapack_ps_ssyr2k_nb, zor_lapack_ps_dsyr2k_nb, zor_lapack_ps_cher2k_nb, zor_lapack_ps_zher2k_nb)(
+          g.uplo, "?", &g.n, &g.nb, &k64, &alpha, gak.data(), &g.ld, gbk.data(), &g.ld, &nan, gc.data(), &g.ld);
       expect_trapezoid(s, gc, expect_c, a0);
     }
   }
