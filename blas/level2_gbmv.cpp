@@ -24,63 +24,11 @@
 #include <algorithm>
 #include <array>
 #include <utility>
-#include <utility>
 
 #include "blas/level2_rows.hpp"
 
 namespace zor::blas::level2 {
 namespace {
-
-// Groups of the middle phase of ?gbmv 'N' whose factors are formed ahead.
-constexpr int64_t kMiddleRun = 16;
-
-// 'N' over the middle phase, G columns a pass: columns j..j + G - 1 whose
-// bands are cut at neither end, each len = kl + ku + 1 rows long from row
-// j - ku + q (c0: column j's first stored element, the others lda apart; y
-// at row j - ku). The first G - 1 rows belong to the leading columns only,
-// the last G - 1 to the trailing ones, the rows between to all: each element
-// of y takes its columns' terms in column order, ((y + t0 a0) + t1 a1) + ...;
-// the rows all hold go singly up to y's 16-byte boundary, then registers,
-// then the last rows singly.
-template <class E, int G>
-ZOR_HOT inline void middle_groups(int64_t groups, int64_t len, const E *c0, int64_t lda, const E *t, E *y) {
-  using P = Pack<E>;
-  using V = vec_t<E>;
-  constexpr int L = P::n;
-  for (int64_t p = 0; p < groups; ++p, c0 += G * lda, y += G, t += G) {
-    // a[q][r]: column q at row j - ku + r.
-    const E *a[G];
-    for (int q = 0; q < G; ++q) a[q] = c0 + q * lda - q;
-    for (int h = 0; h < G - 1; ++h) {
-      E v = y[h];
-      for (int q = 0; q <= h; ++q) v = v + t[q] * a[q][h];
-      y[h] = v;
-    }
-    auto row = [&](int64_t r) ZOR_HOT {
-      E v = y[r];
-      for (int q = 0; q < G; ++q) v = v + t[q] * a[q][r];
-      y[r] = v;
-    };
-    int64_t r = G - 1;
-    if constexpr (L > 1)
-      while (r < len && !aligned_to(y + r, 16)) row(r++);
-    const auto f = [&]<size_t... Q>(std::index_sequence<Q...>) {
-      return std::array<Factor<E>, G>{Factor<E>(t[Q])...};
-    }(std::make_index_sequence<G>());
-    for (; r + L <= len; r += L) {
-      V v = L > 1 ? P::load_a(y + r) : P::load(y + r);
-      for (int q = 0; q < G; ++q) v = simd::add(v, f[q].times(P::load(a[q] + r)));
-      if constexpr (L > 1) P::store_a(y + r, v);
-      else P::store(y + r, v);
-    }
-    for (; r < len; ++r) row(r);
-    for (int h = 0; h < G - 1; ++h) {
-      E v = y[len + h];
-      for (int q = h + 1; q < G; ++q) v = v + t[q] * a[q][len + h];
-      y[len + h] = v;
-    }
-  }
-}
 
 template <class T, bool Conj>
 void band_columns(Trans op, int64_t m, int64_t n, int64_t kl, int64_t ku, typename T::elem alpha,
@@ -118,10 +66,10 @@ void band_columns(Trans op, int64_t m, int64_t n, int64_t kl, int64_t ku, typena
     // (A group needs columns at least as long as it is wide.)
     auto middle = [&]<int G>() {
       while (j + G <= middle_end) {
-        E t[G * kMiddleRun];
-        const int64_t groups = std::min<int64_t>((middle_end - j) / G, kMiddleRun);
+        E t[G * tuned::kBandRun];
+        const int64_t groups = std::min<int64_t>((middle_end - j) / G, tuned::kBandRun);
         for (int64_t q = 0; q < G * groups; ++q) t[q] = alpha * x.get(j + q);
-        middle_groups<E, G>(groups, len, col(j) + (j - ku), col.lda, t, y.p + (j - ku));
+        band_run<E, G, false, 0>(groups, len, col(j) + (j - ku), col.lda, t, y.p + (j - ku));
         j += G * groups;
       }
     };

@@ -258,6 +258,59 @@ ZOR_HOT inline void axpy(int64_t len, E t, const E *a, E *y) {
 }
 
 
+// Runs of band columns updating y ('N' band products and solves): `groups`
+// groups of G adjacent columns, each column len rows long and column q of a
+// group starting q rows after the group's first row (c0: the group's column
+// 0 at that row, its columns lda apart; y: the vector at that row); t: the
+// columns' factors, G a group in column order. Every element takes its
+// columns' terms in column order, the last column first when Down. The
+// first G - 1 rows belong to the leading columns only, the last G - 1 to the
+// trailing ones, the rows between to all: those go singly up to y's 16-byte
+// boundary, then by registers, then singly. Skip 1 or 2 leaves the first or
+// the last G - 1 rows alone (the caller's). The next group stands G columns
+// on (Down: G columns before).
+template <class E, int G, bool Down, int Skip>
+ZOR_HOT inline void band_run(int64_t groups, int64_t len, const E *c0, int64_t lda, const E *t, E *y) {
+  using P = Pack<E>;
+  using V = vec_t<E>;
+  constexpr int L = P::n;
+  const int64_t step = Down ? -G : G;
+  for (int64_t p = 0; p < groups; ++p, c0 += step * lda, y += step, t += G) {
+    // a[q][r]: column q at row r of the group.
+    const E *a[G];
+    for (int q = 0; q < G; ++q) a[q] = c0 + q * lda - q;
+    // Row r with the columns [q0, q1) of the group, in the order of terms.
+    auto row = [&](int64_t r, int q0, int q1) ZOR_HOT {
+      E v = y[r];
+      for (int e = 0; e < q1 - q0; ++e) {
+        const int q = Down ? q1 - 1 - e : q0 + e;
+        v = v + t[q] * a[q][r];
+      }
+      y[r] = v;
+    };
+    if constexpr (Skip != 1)
+      for (int h = 0; h < G - 1; ++h) row(h, 0, h + 1);
+    int64_t r = G - 1;
+    if constexpr (L > 1)
+      while (r < len && !aligned_to(y + r, 16)) row(r++, 0, G);
+    const auto f = [&]<size_t... Q>(std::index_sequence<Q...>) {
+      return std::array<Factor<E>, G>{Factor<E>(t[Q])...};
+    }(std::make_index_sequence<G>());
+    for (; r + L <= len; r += L) {
+      V v = L > 1 ? P::load_a(y + r) : P::load(y + r);
+      for (int e = 0; e < G; ++e) {
+        const int q = Down ? G - 1 - e : e;
+        v = simd::add(v, f[q].times(P::load(a[q] + r)));
+      }
+      if constexpr (L > 1) P::store_a(y + r, v);
+      else P::store(y + r, v);
+    }
+    for (; r < len; ++r) row(r, 0, G);
+    if constexpr (Skip != 2)
+      for (int h = 0; h < G - 1; ++h) row(len + h, h + 1, G);
+  }
+}
+
 // ---------------------------------------------------------------- storage
 
 // Column j of a matrix as an array indexed by row: col(j)[i] is a[i, j] for

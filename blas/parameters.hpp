@@ -114,7 +114,12 @@ inline constexpr int kGerColumns = 8;
 
 // ?gbmv 'N', unit strides: the columns whose band is cut at neither end go
 // this many a pass over y (bench/blas/level2_bench.cpp, dgbmv k = 16).
+// The same in the real triangular band routines' whole columns, 'N' and
+// transposed (bench/blas/level2_bench.cpp, dtbmv and dtbsv k = 16).
 inline constexpr int kBandGroup = 4;
+// ?gbmv and the triangular band products 'N': groups whose factors are
+// formed before a run of them.
+inline constexpr int64_t kBandRun = 16;
 
 }  // namespace tuned
 

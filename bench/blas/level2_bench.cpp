@@ -1,6 +1,7 @@
 // Matrix-vector routines beyond the general product against OpenBLAS in the
 // same run: dsymv 'L', dger, dtrsv 'L' 'N' and 'U' 'T', zhemv 'L', dgbmv
-// (kl = ku = 16), dtpsv 'U' 'T', and dgemv 'N' as the yardstick of dtrsv,
+// (kl = ku = 16), dtpsv 'U' 'T', dtbmv 'U' 'N' and dtbsv 'U' 'N' / 'U' 'T'
+// (k = 16), and dgemv 'N' as the yardstick of dtrsv,
 // unit strides, n = 1000 (in the last-level cache) and 4000 (from memory).
 // Peers: OpenBLAS with each SSE-era kernel set (the best of them per case),
 // and its native set, each in its own child process; and the bandwidth
@@ -35,9 +36,12 @@ namespace {
 using cd = std::complex<double>;
 using zor::bench::OpenBlasPeer;
 
-enum Routine { kSymv, kGer, kTrsvLN, kTrsvUT, kHemv, kGbmv, kTpsv, kGemv, kRoutines };
-const char *const kNames[] = {"dsymv L", "dger", "dtrsv L N", "dtrsv U T", "zhemv L", "dgbmv k=16", "dtpsv U T",
-                              "dgemv N"};
+enum Routine { kSymv, kGer, kTrsvLN, kTrsvUT, kHemv, kGbmv, kTpsv, kTbmvUN, kTbsvUN, kTbsvUT, kGemv, kRoutines };
+const char *const kNames[] = {"dsymv L",          "dger",       "dtrsv L N",        "dtrsv U T",
+                              "zhemv L",          "dgbmv k=16", "dtpsv U T",        "dtbmv U N k=16",
+                              "dtbsv U N k=16",   "dtbsv U T k=16", "dgemv N"};
+bool band_triangle(Routine r) { return r == kTbmvUN || r == kTbsvUN || r == kTbsvUT; }
+bool solve(Routine r) { return r == kTrsvLN || r == kTrsvUT || r == kTpsv || r == kTbsvUN || r == kTbsvUT; }
 constexpr int kBand = 16;
 
 struct Case {
@@ -54,6 +58,7 @@ double matrix_bytes(const Case &c) {
     case kTpsv: return n * (n + 1) / 2 * 8;
     case kHemv: return n * (n + 1) / 2 * 16;
     case kGbmv: return n * (2 * kBand + 1) * 8;
+    case kTbmvUN: case kTbsvUN: case kTbsvUT: return n * (kBand + 1) * 8;
     default: return n * n * 8;
   }
 }
@@ -64,8 +69,10 @@ double matrix_bytes(const Case &c) {
 struct Data {
   explicit Data(const Case &c) : n(c.n) {
     const bool complex = c.routine == kHemv;
-    const size_t elems = c.routine == kTpsv ? size_t(n) * (n + 1) / 2 : c.routine == kGbmv ? size_t(2 * kBand + 1) * n
-                                                                                             : size_t(n) * n;
+    const size_t elems = c.routine == kTpsv                ? size_t(n) * (n + 1) / 2
+                         : c.routine == kGbmv              ? size_t(2 * kBand + 1) * n
+                         : band_triangle(c.routine)        ? size_t(kBand + 1) * n
+                                                           : size_t(n) * n;
     const size_t bytes = elems * (complex ? 16 : 8);
     a = static_cast<double *>(std::aligned_alloc(64, bytes + 64));
     x = static_cast<double *>(std::aligned_alloc(64, size_t(n) * 16 + 64));
@@ -76,6 +83,8 @@ struct Data {
       for (int j = 0; j < n; ++j) a[size_t(j) * n + j] = 1.0;
     if (c.routine == kTpsv)
       for (int j = 0; j < n; ++j) a[size_t(j) * (j + 3) / 2] = 1.0;
+    if (band_triangle(c.routine))
+      for (int j = 0; j < n; ++j) a[size_t(j) * (kBand + 1) + kBand] = 1.0;
     for (int i = 0; i < 2 * n; ++i) x[i] = double(i % 5 + 1) / 5.0, y[i] = 0.0;
     x0.assign(x, x + 2 * n);
   }
@@ -104,6 +113,13 @@ void call_ours(const Case &c, Data &d) {
       break;
     }
     case kTpsv: zor_blas_dtpsv("U", "T", "N", &n, d.a, d.x, &one); break;
+    case kTbmvUN: case kTbsvUN: case kTbsvUT: {
+      const int64_t lda = k + 1;
+      const char *t = c.routine == kTbsvUT ? "T" : "N";
+      if (c.routine == kTbmvUN) zor_blas_dtbmv("U", t, "N", &n, &k, d.a, &lda, d.x, &one);
+      else zor_blas_dtbsv("U", t, "N", &n, &k, d.a, &lda, d.x, &one);
+      break;
+    }
     case kGemv: zor_blas_xdgemv("N", &n, &n, &alpha, d.a, &n, d.x, &one, &beta, d.y, &one); break;
     default: break;
   }
@@ -126,6 +142,8 @@ void call_peer(const Case &c, Data &d, void *lib) {
                         const int *, size_t, size_t, size_t);
   using Tpsv = void (*)(const char *, const char *, const char *, const int *, const double *, double *, const int *,
                         size_t, size_t, size_t);
+  using Tbsv = void (*)(const char *, const char *, const char *, const int *, const int *, const double *,
+                        const int *, double *, const int *, size_t, size_t, size_t);
   using Gbmv = void (*)(const char *, const int *, const int *, const int *, const int *, const double *,
                         const double *, const int *, const double *, const int *, const double *, double *,
                         const int *, size_t);
@@ -139,6 +157,12 @@ void call_peer(const Case &c, Data &d, void *lib) {
     case kHemv: sym<Symv>(lib, "zhemv_")("L", &n, &zalpha, d.a, &n, d.x, &one, &zbeta, d.y, &one, 1); break;
     case kGbmv: sym<Gbmv>(lib, "dgbmv_")("N", &n, &n, &k, &k, &alpha, d.a, &lda, d.x, &one, &beta, d.y, &one, 1); break;
     case kTpsv: sym<Tpsv>(lib, "dtpsv_")("U", "T", "N", &n, d.a, d.x, &one, 1, 1, 1); break;
+    case kTbmvUN: case kTbsvUN: case kTbsvUT: {
+      const int lda1 = k + 1;
+      const char *t = c.routine == kTbsvUT ? "T" : "N";
+      sym<Tbsv>(lib, c.routine == kTbmvUN ? "dtbmv_" : "dtbsv_")("U", t, "N", &n, &k, d.a, &lda1, d.x, &one, 1, 1, 1);
+      break;
+    }
     case kGemv: sym<Gemv>(lib, "dgemv_")("N", &n, &n, &alpha, d.a, &n, d.x, &one, &beta, d.y, &one, 1); break;
     default: break;
   }
@@ -151,9 +175,9 @@ void call_peer(const Case &c, Data &d, void *lib) {
 template <class Call>
 double rate(const Case &c, Call &&call) {
   Data d(c);
-  const bool solve = c.routine == kTrsvLN || c.routine == kTrsvUT || c.routine == kTpsv;
+  const bool restore = solve(c.routine) || c.routine == kTbmvUN;
   auto prepare = [&] {
-    if (solve) d.restore();
+    if (restore) d.restore();
   };
   prepare();
   call(d);

@@ -5,7 +5,8 @@
 // differ from the reference's (blocks, vector lanes), so results agree to
 // rounding at the scale of the terms. Diagonals are dominant, so that the
 // solves are well conditioned; a unit diagonal holds NaN, which must never
-// be read. Then the complex band routines across their choice of inner
+// be read, and 'N' columns the loop passes over (x element 0) hold NaN.
+// Then the complex band routines across their choice of inner
 // form and under both processor answers, and the product's slices on
 // threads against the whole product.
 #include <zor/blas.h>
@@ -46,12 +47,12 @@ TriCase random_tri(Tri kind, Rng &rng) {
   return c;
 }
 
-// Position of a[j, j] in the array.
-int64_t diagonal_at(const TriCase &c, int64_t j) {
+// Position of a[i, j] of the triangle in the array.
+int64_t element_at(const TriCase &c, int64_t i, int64_t j) {
   const bool upper = c.uplo == 'U' || c.uplo == 'u';
-  if (packed(c.kind)) return upper ? j * (j + 3) / 2 : j * c.n - j * (j - 1) / 2;
-  if (band(c.kind)) return (upper ? c.k : 0) + j * c.lda;
-  return j + j * c.lda;
+  if (packed(c.kind)) return upper ? i + j * (j + 1) / 2 : j * c.n - j * (j - 1) / 2 + (i - j);
+  if (band(c.kind)) return (upper ? c.k : 0) + (i - j) + j * c.lda;
+  return i + j * c.lda;
 }
 
 template <class E>
@@ -66,8 +67,22 @@ void run_tri(const TriCase &c, Rng &rng) {
     for (size_t i = 0; i < count; ++i) a.set(i, tmul(a.get(i), R(1) / R(n + 2)));
   const bool unit = c.diag == 'U' || c.diag == 'u';
   for (int64_t j = 0; j < n; ++j)
-    a.set(size_t(diagonal_at(c, j)), unit ? E(R(NAN)) : E(R(solve(c.kind) ? 1 : n + 2)) + tmul(rng.value<E>(), R(0.25)));
+    a.set(size_t(element_at(c, j, j)), unit ? E(R(NAN)) : E(R(solve(c.kind) ? 1 : n + 2)) + tmul(rng.value<E>(), R(0.25)));
   GuardedBuffer<E> x = random_buffer<E>(size_t(span(n, c.incx)), c.off_x, rng);
+  // The band and packed 'N' loops pass over a column whose x element is 0
+  // when its turn comes: such columns hold NaN off the diagonal, never to be
+  // read. Products: any columns; solves: a stretch where the walk begins.
+  const bool upper = c.uplo == 'U' || c.uplo == 'u', normal = c.trans == 'N' || c.trans == 'n';
+  if ((band(c.kind) || packed(c.kind)) && normal && n > 0 && rng.integer(0, 2) == 0) {
+    const int64_t stretch = rng.integer(1, std::min<int64_t>(n, 6)), reach = band(c.kind) ? c.k : n;
+    for (int64_t s = 0; s < n; ++s) {
+      const int64_t j = upper != solve(c.kind) ? s : n - 1 - s;
+      if (solve(c.kind) ? s >= stretch : rng.integer(0, 3) != 0) continue;
+      x.set(size_t(c.incx > 0 ? j * c.incx : (n - 1 - j) * -c.incx), E(0));
+      for (int64_t i = upper ? std::max<int64_t>(0, j - reach) : j + 1; i < (upper ? j : std::min(n, j + reach + 1)); ++i)
+        a.set(size_t(element_at(c, i, j)), E(R(NAN)));
+    }
+  }
   std::vector<E> want = x.copy();
   const std::vector<E> as = a.copy();
   const f_int fn = f_int(n), fk = f_int(c.k), flda = f_int(c.lda), fx = f_int(c.incx);
