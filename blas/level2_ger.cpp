@@ -11,8 +11,10 @@
 // standard's first element. Short columns (m up to a tuned bound) with x of
 // unit stride on its element boundary run the row pass here, without a call
 // per column: a small update (a 16 by 16 elimination step) costs more in
-// calls than in arithmetic. Each element takes a[i, j] + x[i] t either way,
-// so both give the same bits.
+// calls than in arithmetic. Both lengths take columns in groups over one
+// pass of x (long columns eight, short ones four) until a group holds a
+// y[j] of 0, then the rest one by one. Each element takes a[i, j] + x[i] t
+// every way, so all give the same bits.
 #include <zor/blas.h>
 
 #include <array>
@@ -65,8 +67,7 @@ void ger(const zor_int *m_, const zor_int *n_, const void *alpha_, const void *x
   const zor_int one = 1;
   const bool inline_rows = m <= tuned::kGerInlineRows && incx == 1 && on_boundary(x) && on_boundary(a);
   int64_t j = 0;
-  constexpr int G = tuned::kGerColumns;
-  if (G > 1 && !inline_rows && incx == 1 && on_boundary(x) && on_boundary(a))
+  auto groups = [&]<int G>() {
     for (; j + G <= n; j += G) {
       bool zero = false;
       for (int k = 0; k < G; ++k) zero = zero || is_zero(y.get(j + k));
@@ -78,6 +79,11 @@ void ger(const zor_int *m_, const zor_int *n_, const void *alpha_, const void *x
       for (int k = 0; k < G; ++k) c[k] = a + (j + k) * lda;
       columns_take_x<E, G>(m, x, f.data(), c);
     }
+  };
+  if (incx == 1 && on_boundary(x) && on_boundary(a)) {
+    if (!inline_rows) groups.template operator()<tuned::kGerColumns>();
+    else groups.template operator()<tuned::kGerShortColumns>();
+  }
   for (; j < n; ++j) {
     const E yj = y.get(j);
     if (is_zero(yj)) continue;

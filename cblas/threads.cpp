@@ -10,7 +10,6 @@
 
 #include <zor/blas_threads.h>
 
-#include "cblas/parameters.hpp"
 #include "frame/element.hpp"
 #include "frame/imports.hpp"
 #include "frame/letters.hpp"
@@ -84,7 +83,6 @@ void run(int64_t count, const F &piece) {
   for (int64_t i = 0; i < count; ++i) piece(i);
 }
 
-bool large(double work) { return work >= tuned::kTeamWork; }
 
 template <class T, bool Herm>
 Elem<T> as_elem(RankFactor<T, Herm> x) {
@@ -101,7 +99,7 @@ void threaded_gemm(const char *transa, const char *transb, const int64_t *m, con
                    const Elem<T> *alpha, const Elem<T> *a, const int64_t *lda, const Elem<T> *b, const int64_t *ldb,
                    const Elem<T> *beta, Elem<T> *c, const int64_t *ldc) {
   // Small calls go straight through (the cuts cost divisions).
-  if (!large(double(*m) * double(*n) * double(*k)))
+  if (!on_team(double(*m) * double(*n) * double(*k)))
     return imports<T>::xgemm(transa, transb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
   const Cuts rows = cut(*m), cols = cut(*n);
   if (rows.count * cols.count < 2)
@@ -125,7 +123,7 @@ void threaded_symm(const char *side, const char *uplo, const int64_t *m, const i
   }();
   const bool left = is_letter(side, 'L');
   const int64_t order = left ? *m : *n, free = left ? *n : *m;
-  if (!large(double(order) * double(order) * double(free)))
+  if (!on_team(double(order) * double(order) * double(free)))
     return symm(side, uplo, m, n, alpha, a, lda, b, ldb, beta, c, ldc);
   const Cuts pieces = cut(free);
   if (pieces.count < 2) return symm(side, uplo, m, n, alpha, a, lda, b, ldb, beta, c, ldc);
@@ -155,7 +153,7 @@ void threaded_syrk(const char *uplo, const char *trans, const int64_t *n, const 
     if constexpr (Herm) return imports<T>::xherk;
     else return imports<T>::xsyrk;
   }();
-  if (*k < 1 || !large(double(*n) * double(*n) * double(*k) / 2))
+  if (*k < 1 || !on_team(double(*n) * double(*n) * double(*k) / 2))
     return syrk(uplo, trans, n, k, alpha, a, lda, beta, c, ldc);
   const Cuts blocks = cut(*n);
   if (blocks.count < 2) return syrk(uplo, trans, n, k, alpha, a, lda, beta, c, ldc);
@@ -182,7 +180,7 @@ void threaded_syr2k(const char *uplo, const char *trans, const int64_t *n, const
     else return imports<T>::xsyr2k;
   }();
   // Twice the multiply-adds of ?syrk.
-  if (*k < 1 || !large(double(*n) * double(*n) * double(*k)))
+  if (*k < 1 || !on_team(double(*n) * double(*n) * double(*k)))
     return syr2k(uplo, trans, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
   const Cuts blocks = cut(*n);
   if (blocks.count < 2) return syr2k(uplo, trans, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
@@ -212,7 +210,7 @@ void triangular(F routine, const char *side, const char *uplo, const char *trans
                 Elem<T> *b, const int64_t *ldb) {
   const bool left = is_letter(side, 'L');
   const int64_t order = left ? *m : *n, free = left ? *n : *m;
-  if (!large(double(order) * double(order) * double(free) / 2))
+  if (!on_team(double(order) * double(order) * double(free) / 2))
     return routine(side, uplo, transa, diag, m, n, alpha, a, lda, b, ldb);
   const Cuts pieces = cut(free);
   if (pieces.count < 2) return routine(side, uplo, transa, diag, m, n, alpha, a, lda, b, ldb);

@@ -20,6 +20,7 @@
 #include <cstdint>
 #include <type_traits>
 
+#include "cblas/parameters.hpp"
 #include "frame/traits.hpp"
 
 namespace zor::front {
@@ -63,5 +64,9 @@ void threaded_trsm(const char *side, const char *uplo, const char *transa, const
 // The team size a call starting now would use (1 inside a running OpenMP
 // region).
 int team_size();
+
+// Whether a call of this much work (multiply-adds, see parameters.hpp) is
+// cut into pieces for a team; below it the tier's routine is called once.
+inline bool on_team(double work) { return work >= tuned::kTeamWork; }
 
 }  // namespace zor::front

@@ -165,9 +165,53 @@ ZOR_DFT_INLINE void bf_split(typename CV::V *x) {
   }
 }
 
+// The butterflies of 1 to 32 points, by size.
+template <class CV, bool Fwd, int N>
+ZOR_DFT_INLINE void butterfly_pow2(typename CV::V *x) {
+  if constexpr (N == 2) bf2<CV, Fwd>(x);
+  else if constexpr (N == 4) bf4<CV, Fwd>(x);
+  else if constexpr (N >= 8) bf_split<CV, Fwd, N>(x);
+}
+
 template <class CV, bool Fwd> ZOR_DFT_INLINE void bf8(typename CV::V *x) { bf_split<CV, Fwd, 8>(x); }
 template <class CV, bool Fwd> ZOR_DFT_INLINE void bf16(typename CV::V *x) { bf_split<CV, Fwd, 16>(x); }
 template <class CV, bool Fwd> ZOR_DFT_INLINE void bf32(typename CV::V *x) { bf_split<CV, Fwd, 32>(x); }
+
+// The split butterflies (N = 2, 4, 8, 16, 32) pruned. In: the inputs from K
+// on are zero (and need not be set); otherwise only the outputs below K are
+// wanted (the others are left unset). What is left are the operations of
+// the whole butterfly (bf4 and bf2 are its N = 4 and 2 forms), so the values
+// are the same, up to the sign of a zero.
+template <class CV, bool Fwd, int N, int K, bool In>
+ZOR_DFT_INLINE void bf_split_pruned(typename CV::V *x) {
+  if constexpr (K >= N) {
+    butterfly_pow2<CV, Fwd, N>(x);
+  } else {
+    using V = typename CV::V;
+    constexpr int H = N / 2;
+    // the sizes left to the two halves, and the outputs each gives back
+    constexpr int KA = In ? (K < H ? K : H) : (K + 1) / 2, KB = In ? KA : K / 2;
+    constexpr int SA = In ? H : KA, SB = In ? H : KB;
+    V a[H], b[H];
+    [&]<int... J>(std::integer_sequence<int, J...>) __attribute__((always_inline)) {
+      (
+          [&]() __attribute__((always_inline)) {
+            if constexpr (!In || J + H < K) {
+              a[J] = add<CV>(x[J], x[J + H]);
+              if constexpr (KB > 0) b[J] = turn<CV, Fwd, J, N>(sub<CV>(x[J], x[J + H]));
+            } else if constexpr (J < K) {
+              a[J] = x[J];
+              b[J] = turn<CV, Fwd, J, N>(x[J]);
+            }
+          }(),
+          ...);
+    }(std::make_integer_sequence<int, H>{});
+    bf_split_pruned<CV, Fwd, H, KA, In>(a);
+    if constexpr (KB > 0) bf_split_pruned<CV, Fwd, H, KB, In>(b);
+    for (int j = 0; j < SA; ++j) x[2 * j] = a[j];
+    for (int j = 0; j < SB; ++j) x[2 * j + 1] = b[j];
+  }
+}
 
 // ---------------------------------------------------------------- odd radices
 

@@ -493,7 +493,8 @@ struct Convolver {
         in(x),
         out(y),
         n(len),
-        fused_ends(q->factors[0].radix == 8 && q->last_factor > 0) {}
+        fused_ends(q->factors[0].radix == 8 && q->last_factor > 0 && 2 * q->factors[0].remaining <= len &&
+                   len <= 4 * q->factors[0].remaining) {}
 
   int32_t run() {
     E *b = fwd.out;
@@ -530,22 +531,48 @@ struct Convolver {
     }
   }
 
+  // The first pass and the last: butterfly q has its inputs (and wanted
+  // outputs) j at q + j rem below n. With 2 rem <= n <= 4 rem (a radix of 8
+  // over the smallest power of two at or above 2n - 1), that is j below 4,
+  // 3 or 2 as q runs up; each stretch takes its pruned butterflies (pairs
+  // of q for floats take the count of their first q).
+  template <int K, class Pass>
+  static void pruned(Pass &&pass, int64_t q0, int64_t q1) {
+    if (q0 < q1) pass.template operator()<K>(q0, q1);
+  }
+
+  template <class Pass>
+  void by_stretches(Pass &&pass) const {
+    const int64_t rem = fwd.p->factors[0].remaining;
+    auto edge = [&](int64_t v) {
+      v = v < 0 ? 0 : v > rem ? rem : v;
+      return (v + W::lanes - 1) / W::lanes * W::lanes;
+    };
+    const int64_t e4 = edge(n - 3 * rem), e3 = edge(n - 2 * rem);
+    pruned<4>(pass, 0, e4);
+    pruned<3>(pass, e4, e3);
+    pruned<2>(pass, e3, rem);
+  }
+
   void forward_pass(int k, int64_t start, int64_t size) {
     if (k > 0 || !fused_ends) return fwd.dif_pass(k, start, size);
     const int64_t rem = fwd.p->factors[0].remaining;
+    const auto *tw = static_cast<const Tw *>(fwd.p->factors[0].twiddles);
     E *b = fwd.out;
-    P::template butterflies<true, true, 8>(
-        rem, static_cast<const Tw *>(fwd.p->factors[0].twiddles), 8, nullptr,
-        [&](auto cv, int64_t q, int j) __attribute__((always_inline)) {
-          using CV = decltype(cv);
-          const int64_t at = q + j * rem;
-          if (at + CV::lanes <= n) return simd::cmul(CV::load(in + at), CV::load(chirp + at));
-          if (CV::lanes > 1 && at < n) return simd::cmul(N::load(in + at), N::load(chirp + at));
-          return simd::zero<typename CV::V>();
-        },
-        [&](auto cv, int64_t q, int j, auto v) __attribute__((always_inline)) {
-          decltype(cv)::store(b + q + j * rem, v);
-        });
+    by_stretches([&]<int K>(int64_t q0, int64_t q1) {
+      P::template butterflies<true, true, 8, K>(
+          q0, q1, tw + q0 / W::lanes * 7, 8, nullptr,
+          [&](auto cv, int64_t q, int j) __attribute__((always_inline)) {
+            using CV = decltype(cv);
+            const int64_t at = q + j * rem;
+            if (at + CV::lanes <= n) return simd::cmul(CV::load(in + at), CV::load(chirp + at));
+            if (CV::lanes > 1 && at < n) return simd::cmul(N::load(in + at), N::load(chirp + at));
+            return simd::zero<typename CV::V>();
+          },
+          [&](auto cv, int64_t q, int j, auto v) __attribute__((always_inline)) {
+            decltype(cv)::store(b + q + j * rem, v);
+          });
+    });
   }
 
   int64_t target(int64_t at) const { return Fwd || at == 0 ? at : n - at; }
@@ -553,21 +580,26 @@ struct Convolver {
   void backward_pass(int k, int64_t start, int64_t size) {
     if (k > 0 || !fused_ends) return bwd.dit_pass(k, start, size);
     const int64_t rem = fwd.p->factors[0].remaining;
+    const auto *tw = static_cast<const Tw *>(fwd.p->factors[0].twiddles);
     const E *b = fwd.out;
-    P::template butterflies<false, false, 8>(
-        rem, static_cast<const Tw *>(fwd.p->factors[0].twiddles), 8, nullptr,
-        [&](auto cv, int64_t q, int j) __attribute__((always_inline)) { return decltype(cv)::load(b + q + j * rem); },
-        [&](auto cv, int64_t q, int j, auto v) __attribute__((always_inline)) {
-          using CV = decltype(cv);
-          const int64_t at = q + j * rem;
-          if (at + CV::lanes <= n) {
-            auto y = simd::cmul(v, CV::load(chirp + at));
-            if constexpr (CV::lanes == 1) CV::store(out + target(at), y);
-            else CV::store2(out + target(at), out + target(at + 1), y);
-          } else if (CV::lanes > 1 && at < n) {
-            N::store(out + target(at), simd::cmul(v, N::load(chirp + at)));
-          }
-        });
+    by_stretches([&]<int K>(int64_t q0, int64_t q1) {
+      P::template butterflies<false, false, 8, 0, K>(
+          q0, q1, tw + q0 / W::lanes * 7, 8, nullptr,
+          [&](auto cv, int64_t q, int j) __attribute__((always_inline)) {
+            return decltype(cv)::load(b + q + j * rem);
+          },
+          [&](auto cv, int64_t q, int j, auto v) __attribute__((always_inline)) {
+            using CV = decltype(cv);
+            const int64_t at = q + j * rem;
+            if (at + CV::lanes <= n) {
+              auto y = simd::cmul(v, CV::load(chirp + at));
+              if constexpr (CV::lanes == 1) CV::store(out + target(at), y);
+              else CV::store2(out + target(at), out + target(at + 1), y);
+            } else if (CV::lanes > 1 && at < n) {
+              N::store(out + target(at), simd::cmul(v, N::load(chirp + at)));
+            }
+          });
+    });
   }
 };
 

@@ -137,31 +137,36 @@ struct Passes {
     else leaves_by_input<Fwd, 32>(src, stride, order, dst, count);
   }
 
-  // The butterflies q = 0 .. rem - 1 of one group, inputs and outputs j at
-  // q + j rem: load(cv, q, j) gives input j in the register of CVec cv
-  // (wide, or narrow for the last odd q of floats), store(cv, q, j, v)
-  // takes output j. Dif: the turn follows the butterfly (on outputs)
-  // instead of preceding it.
-  template <bool Fwd, bool Dif, int P, class Load, class Store>
-  ZOR_DFT_INLINE static void butterflies(int64_t rem, const Tw *t, int p, const void *table, Load &&load,
+  // The butterflies q of [q0, q1) of one group (q0 a multiple of the lanes,
+  // t at its twiddles), inputs and outputs j at q + j rem: load(cv, q, j)
+  // gives input j in the register of CVec cv (wide, or narrow for the last
+  // odd q of floats), store(cv, q, j, v) takes output j. Dif: the turn
+  // follows the butterfly (on outputs) instead of preceding it. In > 0: the
+  // inputs from In on are zero and not loaded; Out > 0: only the outputs
+  // below Out are stored (a power-of-two P).
+  template <bool Fwd, bool Dif, int P, int In = 0, int Out = 0, class Load, class Store>
+  ZOR_DFT_INLINE static void butterflies(int64_t q0, int64_t q1, const Tw *t, int p, const void *table, Load &&load,
                                          Store &&store) {
     constexpr int Pc = P ? P : 160;
     const int r = P ? P : p;
+    const int loaded = In ? In : r, stored = Out ? Out : r;
     auto one = [&](auto cv, int64_t q) __attribute__((always_inline)) {
       using CV = decltype(cv);
       typename CV::V x[Pc];
-      for (int j = 0; j < r; ++j) x[j] = load(cv, q, j);
+      for (int j = 0; j < loaded; ++j) x[j] = load(cv, q, j);
       if constexpr (!Dif)
-        for (int j = 1; j < r; ++j) x[j] = twiddle<CV, Fwd>(x[j], t[j - 1]);
-      run_butterfly<CV, Fwd, P>(x, r, table);
+        for (int j = 1; j < loaded; ++j) x[j] = twiddle<CV, Fwd>(x[j], t[j - 1]);
+      if constexpr (In > 0) bf_split_pruned<CV, Fwd, P, In, true>(x);
+      else if constexpr (Out > 0) bf_split_pruned<CV, Fwd, P, Out, false>(x);
+      else run_butterfly<CV, Fwd, P>(x, r, table);
       if constexpr (Dif)
-        for (int j = 1; j < r; ++j) x[j] = twiddle<CV, Fwd>(x[j], t[j - 1]);
-      for (int j = 0; j < r; ++j) store(cv, q, j, x[j]);
+        for (int j = 1; j < stored; ++j) x[j] = twiddle<CV, Fwd>(x[j], t[j - 1]);
+      for (int j = 0; j < stored; ++j) store(cv, q, j, x[j]);
     };
-    int64_t q = 0;
-    for (; q + L <= rem; q += L, t += r - 1) one(W{}, q);
+    int64_t q = q0;
+    for (; q + L <= q1; q += L, t += r - 1) one(W{}, q);
     if constexpr (L == 2)
-      if (q < rem) one(N{}, q);
+      if (q < q1) one(N{}, q);
   }
 
   // The innermost step of a convolution in place, on `count` groups of P
@@ -212,7 +217,7 @@ struct Passes {
       const E *s = src + g * span;
       E *d = dst + g * span;
       butterflies<Fwd, Dif, P>(
-          rem, tw, p, table,
+          0, rem, tw, p, table,
           [&](auto cv, int64_t q, int j) __attribute__((always_inline)) { return decltype(cv)::load(s + q + j * rem); },
           [&](auto cv, int64_t q, int j, auto v)
               __attribute__((always_inline)) { decltype(cv)::store(d + q + j * rem, v); });

@@ -48,13 +48,9 @@ inline void padded_copy(const E *src, zor_int ld, zor_int rows, zor_int cols, E 
 }
 
 template <class E>
-void gemm_one_order(char ta, char tb, zor_int m, zor_int n, zor_int k, const E *alpha, const E *a, zor_int lda,
-                    const E *b, zor_int ldb, const E *beta, E *c, zor_int ldc) {
+[[gnu::noinline]] void gemm_narrow(char ta, char tb, zor_int m, zor_int n, zor_int k, const E *alpha, const E *a,
+                                   zor_int lda, const E *b, zor_int ldb, const E *beta, E *c, zor_int ldc) {
   using imp = zor::imports<traits_of<E>>;
-  if (m >= kWidestM<E> && n >= kWidestN<E>) {
-    threaded_gemm<traits_of<E>>(&ta, &tb, &m, &n, &k, alpha, a, &lda, b, &ldb, beta, c, &ldc);
-    return;
-  }
   zor_gemm_desc_storage storage;
   zor_gemm_desc *d = reinterpret_cast<zor_gemm_desc *>(&storage);
   optimal_kernel<E>(d);
@@ -84,6 +80,17 @@ void gemm_one_order(char ta, char tb, zor_int m, zor_int n, zor_int k, const E *
   imp::xgemm(&ta, &tb, &mp, &np, &k, alpha, a, &lda_p, b, &ldb_p, beta, cp, &mp);
   for (zor_int j = 0; j < n; ++j) std::memcpy(c + j * ldc, cp + j * mp, size_t(m) * sizeof(E));
   zor_serv_deallocate(scratch);
+}
+
+// Wide products go to the tier straight away, or to the team when large.
+template <class E>
+inline void gemm_one_order(char ta, char tb, zor_int m, zor_int n, zor_int k, const E *alpha, const E *a, zor_int lda,
+                           const E *b, zor_int ldb, const E *beta, E *c, zor_int ldc) {
+  if (m < kWidestM<E> || n < kWidestN<E>) [[unlikely]]
+    return gemm_narrow(ta, tb, m, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
+  if (on_team(double(m) * double(n) * double(k)))
+    return threaded_gemm<traits_of<E>>(&ta, &tb, &m, &n, &k, alpha, a, &lda, b, &ldb, beta, c, &ldc);
+  zor::imports<traits_of<E>>::xgemm(&ta, &tb, &m, &n, &k, alpha, a, &lda, b, &ldb, beta, c, &ldc);
 }
 
 }  // namespace zor::front

@@ -26,11 +26,15 @@
 //
 // A step of the loop above takes 4.1 cycles in llvm-mca's model of the
 // development machine's processor (AMD EPYC, Zen 3: two vector loads, two
-// multiplies and two adds a cycle, so 4.0 is the limit). Measured on that
-// machine, shared and loaded, the kernel alone on packed operands (448 x 256
-// x 256) against the former kernels in the same process (15 interleaved
-// rounds, medians): row 1 1.04-1.18x, row 0 0.99-1.05x. The whole products
-// are in docs/performance.
+// multiplies and two adds a cycle, so 4.0 is the limit). The machine itself
+// (a virtual machine, shared and loaded) does not give that rate: timed
+// against a chain of dependent integer adds in the same run, eight mulpd and
+// eight addpd on registers alone take 5.5-6.6 cycles, this loop on operands
+// in the first-level cache 5.7-6.7, and the whole kernel on blocks of 64 to
+// 512 rows 7.1-7.9 (about 98% of its samples inside the loop). Against the
+// former kernels in the same process (448 x 256 x 256, 15 interleaved rounds,
+// medians): row 1 1.04-1.18x, row 0 0.99-1.05x. The whole products are in
+// docs/performance.
 #pragma once
 #include <cstdint>
 

@@ -50,15 +50,19 @@ template <class R> void range_adjust(R *small, R *large) {
 // strict scan from (i, i) in column order stops (equal values later do not
 // move it, so the diagonal comes before all others).
 //
-// The largest value first, by registers: the block's rows in strips of up
-// to kStrip registers, each register a fixed set of rows held across all
-// columns (max is the same over repeated elements, so the last register of
-// a strip reads back from the strip's end and overlaps the one before it).
-// max keeps the running value when the new one is NaN, so a NaN is never
-// larger. Then, only if that value beats the diagonal, its first place:
-// the first column holding it, found by comparing registers, and in it the
-// first row. A NaN on the diagonal is kept, as a strict scan from it keeps it.
+// One pass over the block, by registers, keeps each column's largest
+// magnitudes (a register of lanes a column) and the block's: the rows go in
+// strips of up to kStrip registers, each register a fixed set of rows (max
+// is the same over repeated elements, so the last register of a strip reads
+// back from the strip's end and overlaps the one before it). max keeps the
+// running value when the new one is NaN, so a NaN is never larger. Then,
+// only if the block's largest beats the diagonal, its first place: the
+// first column whose kept lanes hold it, and in it the first row. Columns
+// go kChunk at a time so that the kept lanes stay in a small local array;
+// a later chunk takes the place only on a strictly greater value. A NaN on
+// the diagonal is kept, as a strict scan from it keeps it.
 constexpr int kStrip = 8;
+constexpr int64_t kChunk = 32;
 
 // Registers k of a strip of `rows` rows (rows >= L) start at these rows.
 template <int L>
@@ -66,42 +70,30 @@ inline int64_t strip_row(int k, int64_t rows) {
   return std::min<int64_t>(int64_t(k) * L, rows - L);
 }
 
+// Each column's largest magnitude over a strip of K registers, into
+// most[c] (merged with what is there unless first); returns the largest of
+// all, lane by lane. Two chains from zero a column, so that no NaN enters.
 template <class R, int K>
-vec_t<R> strip_max(const R *a, int64_t lda, int64_t cols, int64_t rows) {
+vec_t<R> strip_columns(const R *a, int64_t lda, int64_t cols, int64_t rows, vec_t<R> *most, bool first) {
   using V = vec_t<R>;
   constexpr int L = 16 / sizeof(R);
-  V m[K];
-  for (int k = 0; k < K; ++k) m[k] = simd::zero<V>();
-  for (int64_t c = 0; c < cols; ++c, a += lda)
-    for (int k = 0; k < K; ++k) m[k] = simd::max(simd::abs(simd::load_u(a + strip_row<L>(k, rows))), m[k]);
-  for (int k = 1; k < K; ++k) m[0] = simd::max(m[k], m[0]);
-  return m[0];
-}
-
-// The first of the strip's columns with an element equal to v (v in every
-// lane); cols if none.
-template <class R, int K>
-int64_t strip_find(const R *a, int64_t lda, int64_t cols, int64_t rows, vec_t<R> v) {
-  constexpr int L = 16 / sizeof(R);
+  V all = simd::zero<V>();
   for (int64_t c = 0; c < cols; ++c, a += lda) {
-    auto hit = simd::cmp_eq(simd::abs(simd::load_u(a)), v);
-    for (int k = 1; k < K; ++k) hit = simd::or_(hit, simd::cmp_eq(simd::abs(simd::load_u(a + strip_row<L>(k, rows))), v));
-    if (simd::mask_bits(hit)) return c;
+    V m[2] = {simd::zero<V>(), simd::zero<V>()};
+    for (int k = 0; k < K; ++k) m[k & 1] = simd::max(simd::abs(simd::load_u(a + strip_row<L>(k, rows))), m[k & 1]);
+    V v = simd::max(m[1], m[0]);
+    if (!first) v = simd::max(most[c], v);
+    most[c] = v;
+    all = simd::max(v, all);
   }
-  return cols;
+  return all;
 }
 
 template <class R, int K = kStrip>
-vec_t<R> strip_max_of(int k, const R *a, int64_t lda, int64_t cols, int64_t rows) {
+vec_t<R> strip_columns_of(int k, const R *a, int64_t lda, int64_t cols, int64_t rows, vec_t<R> *most, bool first) {
   if constexpr (K > 1)
-    if (k < K) return strip_max_of<R, K - 1>(k, a, lda, cols, rows);
-  return strip_max<R, K>(a, lda, cols, rows);
-}
-template <class R, int K = kStrip>
-int64_t strip_find_of(int k, const R *a, int64_t lda, int64_t cols, int64_t rows, vec_t<R> v) {
-  if constexpr (K > 1)
-    if (k < K) return strip_find_of<R, K - 1>(k, a, lda, cols, rows, v);
-  return strip_find<R, K>(a, lda, cols, rows, v);
+    if (k < K) return strip_columns_of<R, K - 1>(k, a, lda, cols, rows, most, first);
+  return strip_columns<R, K>(a, lda, cols, rows, most, first);
 }
 
 template <class R>
@@ -125,35 +117,34 @@ void real_pivot(int64_t i, int64_t n, const R *a, int64_t lda, int64_t *ipv, int
   if (!(top == top)) return;
   const int64_t m = n - i;
   const R *block = a + i + i * lda;
-  auto registers = [](int64_t rows) { return int((rows + L - 1) / L); };
-  R most = top;
+  R best = top;
+  int64_t col = -1;
   if (m < L) {
     for (int64_t c = 0; c < m; ++c)
-      for (int64_t r = 0; r < m; ++r) most = std::fabs(block[r + c * lda]) > most ? std::fabs(block[r + c * lda]) : most;
-  } else {
-    for (int64_t r0 = 0; r0 < m; r0 += kRows) {
-      // a last strip shorter than a register reads back from the block's end
-      const int64_t s = std::min(r0, m - L), rows = std::min(kRows, m - s);
-      most = std::max(most, lanes_max<R>(strip_max_of<R>(registers(rows), block + s, lda, m, rows)));
-    }
-  }
-  if (!(most > top)) return;
-  // The first column holding it: each strip's first such column, the least.
-  int64_t col = m;
-  if (m < L) {
-    for (int64_t c = 0; c < m && col == m; ++c)
       for (int64_t r = 0; r < m; ++r)
-        if (std::fabs(block[r + c * lda]) == most) col = c;
+        if (std::fabs(block[r + c * lda]) > best) best = std::fabs(block[r + c * lda]), col = c;
   } else {
-    const vec_t<R> v = simd::splat(most);
-    for (int64_t r0 = 0; r0 < m; r0 += kRows) {
-      const int64_t s = std::min(r0, m - L), rows = std::min(kRows, m - s);
-      col = std::min(col, strip_find_of<R>(registers(rows), block + s, lda, col, rows, v));
+    vec_t<R> most[kChunk];
+    for (int64_t c0 = 0; c0 < m; c0 += kChunk) {
+      const int64_t cols = std::min(kChunk, m - c0);
+      vec_t<R> all = simd::zero<vec_t<R>>();
+      for (int64_t r0 = 0; r0 < m; r0 += kRows) {
+        // a last strip shorter than a register reads back from the block's end
+        const int64_t s = std::min(r0, m - L), rows = std::min(kRows, m - s);
+        all = strip_columns_of<R>(int((rows + L - 1) / L), block + s + c0 * lda, lda, cols, rows, most, r0 == 0);
+      }
+      const R chunk = lanes_max<R>(all);
+      if (!(chunk > best)) continue;
+      best = chunk;
+      const vec_t<R> v = simd::splat(best);
+      col = c0;
+      while (!simd::mask_bits(simd::cmp_eq(most[col - c0], v))) ++col;
     }
   }
+  if (col < 0) return;
   int64_t r = 0;
-  while (!(std::fabs(block[r + col * lda]) == most)) ++r;
-  *xmax = most;
+  while (!(std::fabs(block[r + col * lda]) == best)) ++r;
+  *xmax = best;
   *ipv = i + r, *jpv = i + col;
 }
 

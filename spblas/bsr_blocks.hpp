@@ -27,6 +27,7 @@
 #pragma once
 #include <algorithm>
 
+#include "spblas/block_parameters.hpp"
 #include "spblas/csr_common.hpp"
 
 namespace zor::spblas {

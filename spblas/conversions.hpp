@@ -14,7 +14,9 @@
 
 #include "frame/memory.hpp"
 #include "frame/simd.hpp"
+#include "spblas/conversion_parameters.hpp"
 #include "spblas/csr_common.hpp"
+#include "spblas/parameters.hpp"
 #include "spblas/sorting.hpp"
 
 namespace zor::spblas {

@@ -13,9 +13,9 @@
 //   h      r > c (l): y[r] += v (alpha x[c]), y[c] += conj(v) (alpha x[r]);
 //          r = c: y[r] += v (alpha x[c]), the stored imaginary part kept
 //   d      r = c: y[r] += (v alpha) x[r]
-// Part u exchanges the tests. mv of g and t walks the whole list, two
-// entries a pass; mv of s, a, h the entries of the range; mm applies the
-// same to each dense column of the range.
+// Part u exchanges the tests. mv of g and t walks the whole list (a run of
+// one row summed in a register); mv of s, a, h the entries of the range; mm
+// applies the same to each dense column of the range.
 #pragma once
 #include <cstring>
 
@@ -23,6 +23,7 @@
 #include "frame/memory.hpp"
 #include "frame/simd.hpp"
 #include "spblas/csr_common.hpp"
+#include "spblas/parameters.hpp"
 
 namespace zor::spblas {
 
@@ -82,16 +83,32 @@ inline void coo_entries(const Coo<E, I, K.base> &a, E alpha, X x, Y y, int64_t k
 
 // The same over the whole list with the x element of the entry
 // kGatherAhead places on prefetched: the gathered reads of x wait on memory
-// otherwise. The updates and their order are those of coo_entries.
+// otherwise. The updates and their order are those of coo_entries; g and t
+// keep y[r] in a register while the list stays on row r (stored when the
+// row changes), so a row's updates do not wait on each other through memory.
 template <Kind K, class E, class I>
 inline void coo_entries_ahead(const Coo<E, I, K.base> &a, E alpha, Contiguous<const E> x, Contiguous<E> y) {
+  static_assert(K.structure == 'g' || K.structure == 't');
   constexpr int64_t ahead = tuned::kGatherAhead;
-  int64_t k = 0;
+  if (a.nnz < 1) return;
+  int64_t k = 0, held = a.row(0);
+  E s = y(held);
+  auto entry = [&](int64_t e) {
+    const int64_t r = a.row(e), c = a.col(e);
+    if (r != held) {
+      y(held) = s;
+      held = r;
+      s = y(r);
+    }
+    if (K.structure == 'g' || inside<K.part>(r, c) || (K.diag == 'n' && r == c))
+      s = s + (conj_if<K.op == 's'>(a.vals[e]) * alpha) * x(c);
+  };
   for (; k + ahead < a.nnz; ++k) {
     zor::simd::prefetch_t0(x.p + a.col(k + ahead));
-    coo_entries<K>(a, alpha, x, y, k, k + 1);
+    entry(k);
   }
-  coo_entries<K>(a, alpha, x, y, k, a.nnz);
+  for (; k < a.nnz; ++k) entry(k);
+  y(held) = s;
 }
 
 // y[i] += x[i] alpha, i < m: the unit diagonal's term.

@@ -12,7 +12,6 @@
 #include <type_traits>
 
 #include "frame/element.hpp"
-#include "spblas/parameters.hpp"
 
 namespace zor::spblas {
 

@@ -10,6 +10,7 @@
 
 #include "frame/memory.hpp"
 #include "spblas/csr_common.hpp"
+#include "spblas/parameters.hpp"
 #include "spblas/sorting.hpp"
 
 namespace zor::spblas {

@@ -23,11 +23,12 @@
 
 #include "frame/simd.hpp"
 #include "spblas/csr_common.hpp"
+#include "spblas/dia_parameters.hpp"
 
 namespace zor::spblas {
 
 // The crossings of a block pair gathered before its rows are walked.
-inline constexpr int kDiaHeld = 8;
+inline constexpr int kDiaHeld = 16;
 
 template <class E, class I>
 struct Dia {
@@ -108,6 +109,8 @@ inline void dia_rows(const Dia<E, I> &a, E alpha, int64_t t, int64_t d, int64_t 
 // One pass over rows lo..hi for G diagonals (values v[g] by row, x offsets
 // dx[g]): each row takes the G terms in that order, y read and written once;
 // the values are touched tuned::kDiaAheadBytes ahead once a cache line.
+// Real elements with unit strides go a register of rows at a time, each lane
+// summing its own row in the same order.
 template <int G, class E, class X, class Y>
 inline void dia_pass(const E *const *v, const int64_t *dx, E alpha, int64_t lo, int64_t hi, X x, Y y) {
   auto row = [&](int64_t r) {
@@ -118,11 +121,26 @@ inline void dia_pass(const E *const *v, const int64_t *dx, E alpha, int64_t lo, 
   };
   constexpr int64_t line = std::max<int64_t>(1, 64 / int64_t(sizeof(E)));
   constexpr int64_t ahead = tuned::kDiaAheadBytes / int64_t(sizeof(E));
+  constexpr bool lanes = !is_complex_v<E> && std::is_same_v<X, Contiguous<const E>> && std::is_same_v<Y, Contiguous<E>>;
   int64_t r = lo;
   for (; r + line - 1 <= hi; r += line) {
     for (int g = 0; g < G; ++g) zor::simd::prefetch_t0(v[g] + r + ahead);
+    if constexpr (lanes) {
+      namespace vs = zor::simd;
+      constexpr int64_t L = 16 / int64_t(sizeof(E));
+      const auto al = vs::splat(alpha);
+#pragma GCC unroll 4
+      for (int64_t j = 0; j < line; j += L) {
+        auto s = vs::load_u(y.p + r + j - 1);
 #pragma GCC unroll 8
-    for (int64_t j = 0; j < line; ++j) row(r + j);
+        for (int g = 0; g < G; ++g)
+          s = vs::add(s, vs::mul(vs::mul(vs::load_u(v[g] + r + j), al), vs::load_u(x.p + r + j + dx[g])));
+        vs::store_u(y.p + r + j - 1, s);
+      }
+    } else {
+#pragma GCC unroll 8
+      for (int64_t j = 0; j < line; ++j) row(r + j);
+    }
   }
   for (; r <= hi; ++r) row(r);
 }
@@ -135,7 +153,7 @@ inline void dia_pass(const E *const *v, const int64_t *dx, E alpha, int64_t lo, 
 template <class E, class I, class X, class Y>
 inline void dia_pair_rows(const Dia<E, I> &a, E alpha, const int64_t (*held)[4], int count, X x, Y y) {
   constexpr int G = tuned::kDiaGroup;
-  static_assert(G >= 1 && G <= 4, "dia_pair_rows dispatches passes of 1 to 4 diagonals");
+  static_assert(G >= 1 && G <= 8, "dia_pair_rows dispatches passes of 1 to 8 diagonals");
   int64_t cuts[2 * kDiaHeld];
   int nc = 0;
   for (int g = 0; g < count; ++g) cuts[nc++] = held[g][2], cuts[nc++] = held[g][3] + 1;
@@ -154,7 +172,11 @@ inline void dia_pair_rows(const Dia<E, I> &a, E alpha, const int64_t (*held)[4],
         case 1: dia_pass<1>(v + f, dx + f, alpha, lo, hi, x, y); break;
         case 2: dia_pass<2>(v + f, dx + f, alpha, lo, hi, x, y); break;
         case 3: dia_pass<3>(v + f, dx + f, alpha, lo, hi, x, y); break;
-        default: dia_pass<4>(v + f, dx + f, alpha, lo, hi, x, y); break;
+        case 4: dia_pass<4>(v + f, dx + f, alpha, lo, hi, x, y); break;
+        case 5: dia_pass<5>(v + f, dx + f, alpha, lo, hi, x, y); break;
+        case 6: dia_pass<6>(v + f, dx + f, alpha, lo, hi, x, y); break;
+        case 7: dia_pass<7>(v + f, dx + f, alpha, lo, hi, x, y); break;
+        default: dia_pass<8>(v + f, dx + f, alpha, lo, hi, x, y); break;
       }
     }
   }

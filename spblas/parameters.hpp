@@ -1,4 +1,8 @@
-// The sparse family's constants, in two groups.
+// The constants of the CSR and COO kernels (and of the conversions and
+// sums that share their scratch and prefetch rules), in two groups; those of
+// the diagonal format, of CSR to CSC and of the block solves stand in
+// dia_parameters.hpp, conversion_parameters.hpp and block_parameters.hpp, so
+// that tuning one format recompiles only its own units.
 //
 // Fixed: row chunks, block sizes, thresholds and rules that are part of the
 // kernels' behaviour (an order of work the results depend on, or the point
@@ -39,12 +43,6 @@ struct MmWeights {
   static constexpr int q = (Letter == 'z' || Op == 's') ? 20 : 12;
 };
 
-// The diagonal-format products go over blocks of this many rows and columns
-// (the last block of each taking the rest); a row's terms come by column
-// block, then in the list order of the diagonals.
-inline constexpr int64_t kDiaRowBlock = 20000;
-inline constexpr int64_t kDiaColumnBlock = 5000;
-
 // The scratch of the sm kernels and of the COO solves is aligned to this
 // many bytes.
 inline constexpr uint64_t kScratchAlignment = 128;
@@ -79,23 +77,6 @@ inline constexpr int64_t kStreamAhead = 128;
 // Rows ahead whose dense-operand rows the row-major mm kernels touch.
 // Chosen with bench_spblas, dcsr0ng__c__mmout_par with 8 columns.
 inline constexpr int64_t kMmRowsAhead = 16;
-
-// The diagonal-format g and t products (op n) take up to kDiaGroup
-// diagonals of the walk in one pass over the rows they all cross, and touch
-// each diagonal's values kDiaAheadBytes ahead once a cache line. Chosen with
-// bench_spblas_formats on the 5-point Laplacian and the band of 9.
-inline constexpr int kDiaGroup = 4;
-inline constexpr int64_t kDiaAheadBytes = 1024;
-
-// CSR to CSC places the entries by groups of columns (at most kCscGroups of
-// them) from kCscGroupedFrom entries on. Chosen with bench_spblas_formats on
-// the random 1e6 x 1e6 matrix of 10 entries a row.
-inline constexpr int64_t kCscGroups = 512;
-inline constexpr int64_t kCscGroupedFrom = 1 << 18;
-
-// The block solves sum a block row's solved side into a frame array of this
-// many rows at a time (any lb is safe; the sums are those of a full row).
-inline constexpr int64_t kGaussRows = 16;
 
 }  // namespace tuned
 

@@ -477,6 +477,8 @@ int main(int argc, char **argv) {
     if (best_sse < 1e30) {
       std::printf(" best SSE-era %.2f (%.2fx, %s)", best_sse * 1e6, best_sse / ours[i], best_core.c_str());
       zor::bench::record("lapack", cases[i].group, cases[i].size, "vs best SSE-era", best_sse / ours[i], "x");
+      // our level-2 routine against the same peer, in the same run
+      if (cases[i].own) std::printf(" [%s: %.2fx]", cases[i].own_name, best_sse / own[i]);
     }
     std::printf("\n");
   }

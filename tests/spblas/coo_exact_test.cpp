@@ -46,8 +46,9 @@ TEST(CooExact, ProductOrders) {
   Rng rng(0xc0e);
   const int64_t m = 13;
   List a;
-  for (int k = 0; k < 60; ++k) {
-    a.r.push_back(rng.integer(0, m - 1)), a.c.push_back(rng.integer(0, m - 1)), a.v.push_back(rng.uniform());
+  for (int k = 0; k < 150; ++k) {  // runs of one row (held in a register), rows coming back later
+    a.r.push_back(k % 3 ? a.r.back() : rng.integer(0, m - 1));
+    a.c.push_back(rng.integer(0, m - 1)), a.v.push_back(rng.uniform());
     if (k % 7 == 0) a.c.back() = a.r.back();
   }
   std::vector<double> x(m), y0(m);

@@ -4,6 +4,7 @@
 // behind the list.
 #include <zor/spblas.h>
 
+#include <cmath>
 #include <vector>
 
 #include "common/testing.hpp"
@@ -32,15 +33,37 @@ TEST(DiaExact, TermsComeByColumnBlock) {
   EXPECT_EQ(y, 1.0);
 }
 
-// Rows crossed by two diagonals take the first one's term first, also where
-// only some rows of each cross: (1 - 1) + 1e-17 = 1e-17, whereas
-// (1 + 1e-17) - 1 = 0. Row 1 has only distance 1, row 4 only -1.
-TEST(DiaExact, OverlappingDiagonalsInListOrder) {
-  const int64_t m = 4, k = 4, lval = 4, ndiag = 2, dist[2] = {1, -1}, first = 1;
-  const double vals[8] = {-1, -1, -1, 7, 7, 1e-17, 1e-17, 1e-17}, x[4] = {1, 1, 1, 1}, alpha = 1;
-  double y[4] = {1, 1, 1, 1};
-  zor_spblas_ddia1ng__f__mvout_par(&first, &m, &m, &k, &alpha, vals, &lval, dist, &ndiag, x, y);
-  EXPECT_EQ((std::vector<double>(y, y + 4)), (std::vector<double>{0, 1e-17, 1e-17, 1}));
+// Each row takes its diagonals' terms in list order, also where only some
+// rows of a diagonal cross and where more diagonals cross a row than one
+// pass takes: the bits of a row-by-row model in list order, values of mixed
+// magnitudes so that another order would differ, both real precisions.
+template <class R, class F>
+void list_order_rows(F mv) {
+  Rng rng(0xd1a);
+  for (int64_t ndiag : {2, 5, 11, 13}) {
+    const int64_t m = 83, k = 90, lval = m + 3;
+    std::vector<int64_t> dist(ndiag);
+    for (auto &d : dist) d = rng.integer(-9, 12);
+    std::vector<R> vals(lval * ndiag), x(k), y(m), want(m);
+    for (auto &v : vals) v = R(rng.uniform() * std::pow(10.0, double(rng.integer(-6, 6))));
+    for (auto &v : x) v = R(rng.uniform());
+    for (auto &v : y) v = R(rng.uniform());
+    const R alpha = R(0.7);
+    for (int64_t r = 0; r < m; ++r) {
+      R s = y[r];
+      for (int64_t t = 0; t < ndiag; ++t)
+        if (r + dist[t] >= 0 && r + dist[t] < k) s = s + (vals[t * lval + r] * alpha) * x[r + dist[t]];
+      want[r] = s;
+    }
+    const int64_t first = 1;
+    mv(&first, &m, &m, &k, &alpha, vals.data(), &lval, dist.data(), &ndiag, x.data(), y.data());
+    for (int64_t r = 0; r < m; ++r) ASSERT_TRUE(same_bits(y[r], want[r])) << "ndiag " << ndiag << " row " << r + 1;
+  }
+}
+
+TEST(DiaExact, RowsTakeTheirDiagonalsInListOrder) {
+  list_order_rows<double>(zor_spblas_ddia1ng__f__mvout_par);
+  list_order_rows<float>(zor_spblas_sdia1ng__f__mvout_par);
 }
 
 // Alpha goes into the matrix element first: (v alpha) x.
