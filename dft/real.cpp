@@ -22,6 +22,13 @@
 // - Several dimensions keep the half spectrum as complex values: storage 39,
 //   or the ccs layout of storage 40 read as complex values; Pack and Perm
 //   are refused there (6).
+// - A plane's columns go eight at a time in both storages, through the one
+//   plane buffer of max(8 L1, longest axis + 2) complex values (L1 rounded
+//   up to the row pitch, which in single precision keeps odd columns off a
+//   shared 16-byte unit).
+// - Backward out of place leaves the input as it was: the complex axes run
+//   on a dense copy of each transform's half spectrum (a block beside the
+//   plane buffer), since the real output cannot hold it.
 #include <algorithm>
 #include <cstring>
 
