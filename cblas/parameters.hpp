@@ -29,7 +29,8 @@ namespace tuned {
 
 // A call runs on a team from this much work on (multiply-adds: m n k for
 // ?gemm, the order squared times the other side for ?symm/?hemm, half of
-// that for ?trmm/?trsm and n^2 k / 2 for ?syrk/?herk); below it the tier's
+// that for ?trmm/?trsm, n^2 k / 2 for ?syrk/?herk and n^2 k for
+// ?syr2k/?her2k); below it the tier's
 // routine is called once, directly. At this size one thread takes about a
 // quarter of a millisecond (dgemm of order 128: 276 us on AMD EPYC), a
 // hundred times what a team costs to start on idle cores; on busy cores a

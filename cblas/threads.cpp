@@ -11,6 +11,7 @@
 #include <zor/blas_threads.h>
 
 #include "cblas/parameters.hpp"
+#include "frame/element.hpp"
 #include "frame/imports.hpp"
 #include "frame/letters.hpp"
 
@@ -135,6 +136,17 @@ void threaded_symm(const char *side, const char *uplo, const int64_t *m, const i
   });
 }
 
+// The stored triangle of C in square blocks, block(i, j, i0, ni, j0, nj)
+// called once for each block of it, on the team.
+template <class F>
+void triangle_blocks(const Cuts &blocks, bool lower, const F &block) {
+  run(blocks.count * blocks.count, [&](int64_t q) {
+    const int64_t i = q / blocks.count, j = q % blocks.count;
+    if (lower ? i < j : i > j) return;
+    block(i == j, blocks.start(i), blocks.len(i), blocks.start(j), blocks.len(j));
+  });
+}
+
 template <class T, bool Herm>
 void threaded_syrk(const char *uplo, const char *trans, const int64_t *n, const int64_t *k,
                    const RankFactor<T, Herm> *alpha, const Elem<T> *a, const int64_t *lda,
@@ -147,21 +159,49 @@ void threaded_syrk(const char *uplo, const char *trans, const int64_t *n, const 
     return syrk(uplo, trans, n, k, alpha, a, lda, beta, c, ldc);
   const Cuts blocks = cut(*n);
   if (blocks.count < 2) return syrk(uplo, trans, n, k, alpha, a, lda, beta, c, ldc);
-  const bool lower = !is_letter(uplo, 'U');
   const bool transposed = is_letter(trans, 'T') || is_letter(trans, 'C');
   constexpr char t = Herm ? 'C' : 'T';
   const Elem<T> ea = as_elem<T, Herm>(*alpha), eb = as_elem<T, Herm>(*beta);
   // Block (i, j) of C: the diagonal ones by the rank-k update, those of the
   // stored triangle beside them by a product; the others are left alone.
-  run(blocks.count * blocks.count, [&](int64_t q) {
-    const int64_t i = q / blocks.count, j = q % blocks.count;
-    if (lower ? i < j : i > j) return;
-    const int64_t i0 = blocks.start(i), ni = blocks.len(i), j0 = blocks.start(j), nj = blocks.len(j);
+  triangle_blocks(blocks, !is_letter(uplo, 'U'), [&](bool diagonal, int64_t i0, int64_t ni, int64_t j0, int64_t nj) {
     const Elem<T> *ai = transposed ? a + i0 * *lda : a + i0, *aj = transposed ? a + j0 * *lda : a + j0;
     Elem<T> *cij = c + i0 + j0 * *ldc;
-    if (i == j) syrk(uplo, trans, &ni, k, alpha, ai, lda, beta, cij, ldc);
+    if (diagonal) syrk(uplo, trans, &ni, k, alpha, ai, lda, beta, cij, ldc);
     else if (transposed) imports<T>::xgemm(&t, "N", &ni, &nj, k, &ea, ai, lda, aj, lda, &eb, cij, ldc);
     else imports<T>::xgemm("N", &t, &ni, &nj, k, &ea, ai, lda, aj, lda, &eb, cij, ldc);
+  });
+}
+
+template <class T, bool Herm>
+void threaded_syr2k(const char *uplo, const char *trans, const int64_t *n, const int64_t *k, const Elem<T> *alpha,
+                    const Elem<T> *a, const int64_t *lda, const Elem<T> *b, const int64_t *ldb,
+                    const RankFactor<T, Herm> *beta, Elem<T> *c, const int64_t *ldc) {
+  constexpr auto syr2k = [] {
+    if constexpr (Herm) return imports<T>::xher2k;
+    else return imports<T>::xsyr2k;
+  }();
+  // Twice the multiply-adds of ?syrk.
+  if (*k < 1 || !large(double(*n) * double(*n) * double(*k)))
+    return syr2k(uplo, trans, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
+  const Cuts blocks = cut(*n);
+  if (blocks.count < 2) return syr2k(uplo, trans, n, k, alpha, a, lda, b, ldb, beta, c, ldc);
+  const bool transposed = is_letter(trans, 'T') || is_letter(trans, 'C');
+  constexpr char t = Herm ? 'C' : 'T';
+  // The second term: conj(alpha) B A^H for the Hermitian update.
+  Elem<T> alpha2 = load_any(alpha);
+  if constexpr (Herm) alpha2 = conj(alpha2);
+  const Elem<T> eb = as_elem<T, Herm>(load_any(beta)), one = one_of<Elem<T>>();
+  // Block (i, j) beside the diagonal: alpha A_i B_j' + beta C_ij, then
+  // alpha2 B_i A_j' added to it.
+  triangle_blocks(blocks, !is_letter(uplo, 'U'), [&](bool diagonal, int64_t i0, int64_t ni, int64_t j0, int64_t nj) {
+    const int64_t ra = transposed ? *lda : 1, rb = transposed ? *ldb : 1;
+    const Elem<T> *ai = a + i0 * ra, *aj = a + j0 * ra, *bi = b + i0 * rb, *bj = b + j0 * rb;
+    Elem<T> *cij = c + i0 + j0 * *ldc;
+    if (diagonal) return syr2k(uplo, trans, &ni, k, alpha, ai, lda, bi, ldb, beta, cij, ldc);
+    const char *ta = transposed ? &t : "N", *tb = transposed ? "N" : &t;
+    imports<T>::xgemm(ta, tb, &ni, &nj, k, alpha, ai, lda, bj, ldb, &eb, cij, ldc);
+    imports<T>::xgemm(ta, tb, &ni, &nj, k, &alpha2, bi, ldb, aj, lda, &one, cij, ldc);
   });
 }
 
@@ -201,6 +241,7 @@ void threaded_trsm(const char *side, const char *uplo, const char *transa, const
   template void threaded_gemm<T>(ZOR_GEMM_PARAMS(T)); \
   template void threaded_symm<T, false>(ZOR_SYMM_PARAMS(T)); \
   template void threaded_syrk<T, false>(ZOR_SYRK_PARAMS(T, false)); \
+  template void threaded_syr2k<T, false>(ZOR_SYR2K_PARAMS(T, false)); \
   template void threaded_trmm<T>(ZOR_TRI_PARAMS(T)); \
   template void threaded_trsm<T>(ZOR_TRI_PARAMS(T));
 #define ZOR_GEMM_PARAMS(T)                                                                                   \
@@ -213,6 +254,9 @@ void threaded_trsm(const char *side, const char *uplo, const char *transa, const
 #define ZOR_SYRK_PARAMS(T, H)                                                                                \
   const char *, const char *, const int64_t *, const int64_t *, const RankFactor<T, H> *, const Elem<T> *, \
       const int64_t *, const RankFactor<T, H> *, Elem<T> *, const int64_t *
+#define ZOR_SYR2K_PARAMS(T, H)                                                                               \
+  const char *, const char *, const int64_t *, const int64_t *, const Elem<T> *, const Elem<T> *,          \
+      const int64_t *, const Elem<T> *, const int64_t *, const RankFactor<T, H> *, Elem<T> *, const int64_t *
 #define ZOR_TRI_PARAMS(T)                                                                                    \
   const char *, const char *, const char *, const char *, const int64_t *, const int64_t *,                \
       const Elem<T> *, const Elem<T> *, const int64_t *, Elem<T> *, const int64_t *
@@ -224,6 +268,8 @@ template void threaded_symm<C, true>(ZOR_SYMM_PARAMS(C));
 template void threaded_symm<Z, true>(ZOR_SYMM_PARAMS(Z));
 template void threaded_syrk<C, true>(ZOR_SYRK_PARAMS(C, true));
 template void threaded_syrk<Z, true>(ZOR_SYRK_PARAMS(Z, true));
+template void threaded_syr2k<C, true>(ZOR_SYR2K_PARAMS(C, true));
+template void threaded_syr2k<Z, true>(ZOR_SYR2K_PARAMS(Z, true));
 
 }  // namespace zor::front
 

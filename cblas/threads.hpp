@@ -8,6 +8,9 @@
 //               'R'), each a ?symm/?hemm of its own;
 //   syrk, herk  the triangle of C in square blocks: the diagonal blocks by
 //               ?syrk/?herk, the blocks beside them by ?gemm;
+//   syr2k, her2k the same blocks: the diagonal ones by ?syr2k/?her2k, the
+//               others by two ?gemm calls each (the second adds to the
+//               first's result);
 //   trmm, trsm  pieces of the free side of B (columns for 'L', rows for 'R').
 // The pieces follow from the shape alone, so every thread count gives the
 // same bits; a call from inside a running OpenMP region, or with one thread,
@@ -41,6 +44,11 @@ template <class T, bool Herm>
 void threaded_syrk(const char *uplo, const char *trans, const int64_t *n, const int64_t *k,
                    const RankFactor<T, Herm> *alpha, const Elem<T> *a, const int64_t *lda,
                    const RankFactor<T, Herm> *beta, Elem<T> *c, const int64_t *ldc);
+
+template <class T, bool Herm>
+void threaded_syr2k(const char *uplo, const char *trans, const int64_t *n, const int64_t *k, const Elem<T> *alpha,
+                    const Elem<T> *a, const int64_t *lda, const Elem<T> *b, const int64_t *ldb,
+                    const RankFactor<T, Herm> *beta, Elem<T> *c, const int64_t *ldc);
 
 template <class T>
 void threaded_trmm(const char *side, const char *uplo, const char *transa, const char *diag, const int64_t *m,

@@ -149,7 +149,7 @@ ZOR_DFT_INLINE void bf_split(typename CV::V *x) {
   using V = typename CV::V;
   constexpr int H = N / 2;
   V a[H], b[H];
-  [&]<int... J>(std::integer_sequence<int, J...>) {
+  [&]<int... J>(std::integer_sequence<int, J...>) __attribute__((always_inline)) {
     ((a[J] = add<CV>(x[J], x[J + H]), b[J] = turn<CV, Fwd, J, N>(sub<CV>(x[J], x[J + H]))), ...);
   }(std::make_integer_sequence<int, H>{});
   if constexpr (H == 4) {

@@ -99,8 +99,8 @@ template <class R> int64_t commit_complex_axis(DftNode *root, DftNode *axis, int
 int64_t commit_split_per_axis(DftMethod *m, DftNode *n);
 int64_t commit_split_batch(DftMethod *m, DftNode *n);
 
-// The method of small complex cubes (dft/md_cube.cpp).
-extern DftMethod cube_double, cube_single;
+// The methods of small cubes, complex and real (dft/md_cube.cpp).
+extern DftMethod cube_double, cube_single, real_cube_double, real_cube_single;
 
 // The large-real method of the one-dimensional real creators (four steps
 // over half the points, then the even sweep).

@@ -36,7 +36,7 @@ void join(const cplx<R> *src, cplx<R> *dst, const DupRoot<R> *rows, int step) {
   for (int j = 0; j < 8; ++j) x[j] = CV::load(src + j * M);
   bf8<CV, Fwd>(x);
   for (int r = 0; r < 8; ++r) CV::store(dst + r * M, x[r]);
-  [&]<int... J>(std::integer_sequence<int, J...>) {
+  [&]<int... J>(std::integer_sequence<int, J...>) __attribute__((always_inline)) {
     ((x[J] = turn<CV, Fwd, J, 16>(CV::load(src + M / 2 + J * M))), ...);
   }(std::make_integer_sequence<int, 8>{});
   bf8<CV, Fwd>(x);

@@ -215,12 +215,14 @@ int64_t slices(const Frame &f, const E<R> *in, E<R> *out, int64_t first, int64_t
 }
 
 // Lines of axis a: the other axes and the batch as digits, the one with the
-// smallest input distance fastest.
+// smallest input distance fastest. Digits of one value are left out (a lone
+// transform's distance would otherwise come first and cut every run of
+// neighbouring lines to one).
 Odometer line_odometer(const Frame &f, int32_t a) {
   Odometer o;
   for (int32_t k = 0; k < f.rank; ++k)
-    if (k != a) o.add(f.dim[k]);
-  o.add(f.batch);
+    if (k != a && f.dim[k].length > 1) o.add(f.dim[k]);
+  if (f.batch.length > 1 || o.count == 0) o.add(f.batch);
   for (int32_t i = 1; i < o.count; ++i)
     for (int32_t j = i; j > 0 && magnitude(o.d[j].in) < magnitude(o.d[j - 1].in); --j) std::swap(o.d[j], o.d[j - 1]);
   return o;
@@ -322,12 +324,12 @@ int64_t md_driver(DftNode *node, void *in, void *out, int64_t transforms, void *
 
 template <class R, bool Fwd>
 int64_t sweep_later_axes(DftNode *root, cplx<R> *data, int64_t h, const int64_t *strides, int64_t transforms,
-                         int64_t distance, void *ws) {
+                         int64_t distance, void *ws, int32_t first_axis) {
   Frame f = frame_of(root, Sides::in_in, transforms);
   for (int32_t k = 0; k < f.rank; ++k) f.dim[k] = {k ? f.dim[k].length : h, strides[k], strides[k]};
   f.batch = {transforms, distance, distance};
-  for (int32_t j = 1; j < f.rank; ++j) {
-    const int32_t a = Fwd ? j : f.rank - j;
+  for (int32_t j = first_axis; j < f.rank; ++j) {
+    const int32_t a = Fwd ? j : f.rank - 1 + first_axis - j;
     if (int64_t s = lines<R, Fwd>(f, a, data, data, 0, line_total(f, a), ws)) return s;
   }
   return DFT_NO_ERROR;
@@ -376,7 +378,8 @@ int64_t md_entry_out(DftNode *node, void *a, void *b, void *, void *) {
 
 #define ZOR_DFT_MD_INSTANCES(R, F)                                                  \
   template int64_t md_driver<R, F>(DftNode *, void *, void *, int64_t, void *);     \
-  template int64_t sweep_later_axes<R, F>(DftNode *, cplx<R> *, int64_t, const int64_t *, int64_t, int64_t, void *); \
+  template int64_t sweep_later_axes<R, F>(DftNode *, cplx<R> *, int64_t, const int64_t *, int64_t, int64_t, void *, \
+                                          int32_t);                                                                \
   template int64_t half_spectrum_lines<R, F>(DftNode *, cplx<R> *, int64_t, const int64_t *, int64_t, int64_t,      \
                                              int32_t, int64_t, int64_t, void *);                                    \
   template int64_t md_entry_in<R, F>(DftNode *, void *, void *, void *, void *);    \

@@ -28,7 +28,7 @@ template <class R> dft_generic_fn dft2d_out_routine();
 // x{z,c}{forward,backward}[_out] at rank 2 and above).
 template <class R, bool Fwd> int64_t md_driver(DftNode *node, void *in, void *out, int64_t transforms, void *ws);
 
-// Axes 1 on of a task whose first axis has already been transformed into
+// Axes first_axis on of a task whose first axis has already been transformed into
 // h complex values (the half spectrum of real data), in place on data:
 // strides[k] of axis k (axis 0 with length h) and the batch `transforms` at
 // `distance`, all in complex elements. Forward takes the axes upwards,
@@ -36,7 +36,7 @@ template <class R, bool Fwd> int64_t md_driver(DftNode *node, void *in, void *ou
 // slice can go last together).
 template <class R, bool Fwd>
 int64_t sweep_later_axes(DftNode *root, cplx<R> *data, int64_t h, const int64_t *strides, int64_t transforms,
-                         int64_t distance, void *ws);
+                         int64_t distance, void *ws, int32_t first_axis = 1);
 // Lines first .. first + count - 1 of axis `axis` (1 on) of such a task,
 // numbered as the complex line shares number them.
 template <class R, bool Fwd>

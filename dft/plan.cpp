@@ -5,6 +5,7 @@
 // reduced to the first octant, and stored in the plan's precision.
 #include <cmath>
 #include <cstring>
+#include <utility>
 
 #include <zor/serv.h>
 
@@ -240,7 +241,9 @@ int32_t build_chirp(DftPlan *p, int64_t n) {
   using E = cplx<R>;
   int64_t L = chirp_length(n);
   p->conv_length = int32_t(L);
-  if (int32_t s = create<R>(&p->sub_plan, L, DFT_SCALE_NONE, 0, DFT_PLAN_TAG_COMPLEX, false)) return s;
+  // Unordered above 5000 points: the spectrum is kept in the order the
+  // forward passes leave it (see run_chirp).
+  if (int32_t s = create<R>(&p->sub_plan, L, DFT_SCALE_NONE, 0, DFT_PLAN_TAG_UNORDERED, true)) return s;
   auto *chirp = static_cast<E *>(plan_alloc(int64_t(sizeof(E)) * n));
   auto *spectrum = static_cast<E *>(plan_alloc(int64_t(sizeof(E)) * L));
   p->chirp = chirp;
@@ -459,12 +462,131 @@ void multiply_lines(const cplx<R> *a, const cplx<R> *b, cplx<R> *out, int64_t n)
   for (; k < n; ++k) N::store(out + k, simd::cmul(N::load(a + k), N::load(b + k)));
 }
 
+// The chirp convolution with a spectrum kept in the order the unordered
+// plan leaves it, in the buffer b of L points: the forward passes by
+// decimation in frequency and the backward ones by decimation in time meet
+// on each block of the innermost blocking level, where the product is
+// taken, so that a block goes through both transforms while it sits in the
+// cache. When the first pass has radix 8, it reads the input times the
+// chirp itself (zero from n on) and the last one writes the n values wanted
+// times the chirp, reversed from 1 on for the backward transform; otherwise
+// the line is prepared in b and taken from there.
+template <class R, bool Fwd>
+struct Convolver {
+  using E = cplx<R>;
+  using P = Passes<R>;
+  using W = Wide<R>;
+  using N = Narrow<R>;
+  using Tw = typename W::Tw;
+  Runner<R, true> fwd;
+  Runner<R, false> bwd;
+  const E *spectrum, *chirp, *in;
+  E *out;
+  int64_t n;
+  bool fused_ends;
+
+  Convolver(const DftPlan *q, E *b, const E *spec, const E *ch, const E *x, E *y, int64_t len)
+      : fwd{q, b, b, b, false, q->last_factor},
+        bwd{q, b, b, b, true, q->last_factor},
+        spectrum(spec),
+        chirp(ch),
+        in(x),
+        out(y),
+        n(len),
+        fused_ends(q->factors[0].radix == 8 && q->last_factor > 0) {}
+
+  int32_t run() {
+    E *b = fwd.out;
+    if (!fused_ends) {
+      multiply_lines(in, chirp, b, n);
+      std::memset(static_cast<void *>(b + n), 0, sizeof(E) * size_t(fwd.span(0) - n));
+    }
+    level(0, 0);
+    if (!fused_ends) {
+      multiply_lines(b, chirp, out, n);
+      if (!Fwd) reverse_tail(out, n);
+    }
+    return DFT_PLAN_OK;
+  }
+
+  static void reverse_tail(E *x, int64_t len) {
+    for (int64_t i = 1, j = len - 1; i < j; ++i, --j) std::swap(x[i], x[j]);
+  }
+
+  void level(int v, int64_t start) {
+    const int L = fwd.L, kc = fwd.lowest(v);
+    const int64_t size = fwd.span(kc);
+    if (fwd.level(L) > v) {
+      const int kn = fwd.lowest(v + 1);
+      const int64_t sub = fwd.span(kn);
+      for (int k = kc; k < kn; ++k) forward_pass(k, start, size);
+      for (int64_t s = start; s < start + size; s += sub) level(v + 1, s);
+      for (int k = kn - 1; k >= kc; --k) backward_pass(k, start, size);
+    } else {
+      for (int k = kc; k < L; ++k) forward_pass(k, start, size);
+      const DftFactor &leaf = fwd.p->factors[L];
+      P::leaf_product(leaf.radix, fwd.out + start, spectrum + start, size / leaf.radix, leaf.prime_table);
+      for (int k = L - 1; k >= kc; --k) backward_pass(k, start, size);
+    }
+  }
+
+  void forward_pass(int k, int64_t start, int64_t size) {
+    if (k > 0 || !fused_ends) return fwd.dif_pass(k, start, size);
+    const int64_t rem = fwd.p->factors[0].remaining;
+    E *b = fwd.out;
+    P::template butterflies<true, true, 8>(
+        rem, static_cast<const Tw *>(fwd.p->factors[0].twiddles), 8, nullptr,
+        [&](auto cv, int64_t q, int j) __attribute__((always_inline)) {
+          using CV = decltype(cv);
+          const int64_t at = q + j * rem;
+          if (at + CV::lanes <= n) return simd::cmul(CV::load(in + at), CV::load(chirp + at));
+          if (CV::lanes > 1 && at < n) return simd::cmul(N::load(in + at), N::load(chirp + at));
+          return simd::zero<typename CV::V>();
+        },
+        [&](auto cv, int64_t q, int j, auto v) __attribute__((always_inline)) {
+          decltype(cv)::store(b + q + j * rem, v);
+        });
+  }
+
+  int64_t target(int64_t at) const { return Fwd || at == 0 ? at : n - at; }
+
+  void backward_pass(int k, int64_t start, int64_t size) {
+    if (k > 0 || !fused_ends) return bwd.dit_pass(k, start, size);
+    const int64_t rem = fwd.p->factors[0].remaining;
+    const E *b = fwd.out;
+    P::template butterflies<false, false, 8>(
+        rem, static_cast<const Tw *>(fwd.p->factors[0].twiddles), 8, nullptr,
+        [&](auto cv, int64_t q, int j) __attribute__((always_inline)) { return decltype(cv)::load(b + q + j * rem); },
+        [&](auto cv, int64_t q, int j, auto v) __attribute__((always_inline)) {
+          using CV = decltype(cv);
+          const int64_t at = q + j * rem;
+          if (at + CV::lanes <= n) {
+            auto y = simd::cmul(v, CV::load(chirp + at));
+            if constexpr (CV::lanes == 1) CV::store(out + target(at), y);
+            else CV::store2(out + target(at), out + target(at + 1), y);
+          } else if (CV::lanes > 1 && at < n) {
+            N::store(out + target(at), simd::cmul(v, N::load(chirp + at)));
+          }
+        });
+  }
+};
+
+// The plan whose passes a chirp convolution runs: the inner power-of-two
+// plan or the mixed plan itself; null when the sub-plan runs in natural
+// order (then the two transforms run one after the other).
+inline const DftPlan *unordered_passes(const DftPlan *sub) {
+  const DftPlan *q = sub->uses_fft ? sub->fft : sub;
+  return q && q->mixed && q->unordered ? q : nullptr;
+}
+
 template <class R, bool Fwd>
 int32_t run_chirp(const DftPlan *p, const cplx<R> *in, cplx<R> *out, cplx<R> *work) {
   using E = cplx<R>;
   const int64_t n = p->length, L = p->conv_length;
   const E *chirp = static_cast<const E *>(p->chirp), *spectrum = static_cast<const E *>(p->chirp_spectrum);
   E *b = work;
+  if (const DftPlan *q = unordered_passes(p->sub_plan))
+    return Convolver<R, Fwd>(q, b, spectrum, chirp, in, out, n).run();
   void *sub_work = aligned32<E>(b + L);
   multiply_lines(in, chirp, b, n);
   std::memset(static_cast<void *>(b + n), 0, sizeof(E) * size_t(L - n));
@@ -472,12 +594,7 @@ int32_t run_chirp(const DftPlan *p, const cplx<R> *in, cplx<R> *out, cplx<R> *wo
   multiply_lines(b, spectrum, b, L);
   if (int32_t s = plan_backward<R>(b, b, p->sub_plan, sub_work)) return s;
   multiply_lines(b, chirp, out, n);
-  if (!Fwd)
-    for (int64_t i = 1, j = n - 1; i < j; ++i, --j) {
-      E t = out[i];
-      out[i] = out[j];
-      out[j] = t;
-    }
+  if (!Fwd) Convolver<R, Fwd>::reverse_tail(out, n);
   return DFT_PLAN_OK;
 }
 

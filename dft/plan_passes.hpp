@@ -137,12 +137,71 @@ struct Passes {
     else leaves_by_input<Fwd, 32>(src, stride, order, dst, count);
   }
 
-  // Butterflies q of groups [g0, g1), each group p * rem values. Dif: the
-  // turn follows the butterfly (on outputs) instead of preceding it.
+  // The butterflies q = 0 .. rem - 1 of one group, inputs and outputs j at
+  // q + j rem: load(cv, q, j) gives input j in the register of CVec cv
+  // (wide, or narrow for the last odd q of floats), store(cv, q, j, v)
+  // takes output j. Dif: the turn follows the butterfly (on outputs)
+  // instead of preceding it.
+  template <bool Fwd, bool Dif, int P, class Load, class Store>
+  ZOR_DFT_INLINE static void butterflies(int64_t rem, const Tw *t, int p, const void *table, Load &&load,
+                                         Store &&store) {
+    constexpr int Pc = P ? P : 160;
+    const int r = P ? P : p;
+    auto one = [&](auto cv, int64_t q) __attribute__((always_inline)) {
+      using CV = decltype(cv);
+      typename CV::V x[Pc];
+      for (int j = 0; j < r; ++j) x[j] = load(cv, q, j);
+      if constexpr (!Dif)
+        for (int j = 1; j < r; ++j) x[j] = twiddle<CV, Fwd>(x[j], t[j - 1]);
+      run_butterfly<CV, Fwd, P>(x, r, table);
+      if constexpr (Dif)
+        for (int j = 1; j < r; ++j) x[j] = twiddle<CV, Fwd>(x[j], t[j - 1]);
+      for (int j = 0; j < r; ++j) store(cv, q, j, x[j]);
+    };
+    int64_t q = 0;
+    for (; q + L <= rem; q += L, t += r - 1) one(W{}, q);
+    if constexpr (L == 2)
+      if (q < rem) one(N{}, q);
+  }
+
+  // The innermost step of a convolution in place, on `count` groups of P
+  // consecutive values: the forward transform of the group (the last pass
+  // by decimation in frequency), the product with the spectrum, the backward
+  // transform (the first pass by decimation in time).
+  template <int P>
+  static void leaf_product(E *b, const E *spec, int64_t count) {
+    auto one = [&](auto cv, int64_t g) __attribute__((always_inline)) {
+      using CV = decltype(cv);
+      typename CV::V x[P];
+      E *u = b + g * P, *v = u + (CV::lanes - 1) * P;
+      const E *s = spec + g * P, *t = s + (CV::lanes - 1) * P;
+      for (int j = 0; j < P; ++j) x[j] = CV::load2(u + j, v + j);
+      butterfly<CV, true, P>(x);
+      for (int j = 0; j < P; ++j) x[j] = simd::cmul(x[j], CV::load2(s + j, t + j));
+      butterfly<CV, false, P>(x);
+      for (int j = 0; j < P; ++j) CV::store2(u + j, v + j, x[j]);
+    };
+    int64_t g = 0;
+    for (; g + L <= count; g += L) one(W{}, g);
+    if constexpr (L == 2)
+      if (g < count) one(N{}, g);
+  }
+
+  // The same for any leaf radix: the three steps apart where the radix has
+  // no fused form.
+  static void leaf_product(int radix, E *b, const E *spec, int64_t count, const void *table) {
+    if (radix == 8) return leaf_product<8>(b, spec, count);
+    if (radix == 16) return leaf_product<16>(b, spec, count);
+    if (radix == 32) return leaf_product<32>(b, spec, count);
+    first_any<true>(radix, b, 1, nullptr, b, 0, count, table);
+    for (int64_t k = 0; k < count * radix; ++k) N::store(b + k, simd::cmul(N::load(b + k), N::load(spec + k)));
+    first_any<false>(radix, b, 1, nullptr, b, 0, count, table);
+  }
+
+  // Butterflies q of groups [g0, g1), each group p * rem values.
   template <bool Fwd, bool Dif, int P>
   static void twiddle_pass(const E *src, E *dst, int64_t g0, int64_t g1, int64_t rem, const Tw *tw, int p,
                            const void *table) {
-    constexpr int Pc = P ? P : 160;
     const int r = P ? P : p;
     const int64_t span = r * rem;
     if (rem == 1) {  // no turns: groups side by side
@@ -152,30 +211,11 @@ struct Passes {
     for (int64_t g = g0; g < g1; ++g) {
       const E *s = src + g * span;
       E *d = dst + g * span;
-      const Tw *t = tw;
-      int64_t q = 0;
-      for (; q + L <= rem; q += L, t += r - 1) {
-        WV x[Pc];
-        for (int j = 0; j < r; ++j) x[j] = W::load(s + q + j * rem);
-        if constexpr (!Dif)
-          for (int j = 1; j < r; ++j) x[j] = twiddle<W, Fwd>(x[j], t[j - 1]);
-        run_butterfly<W, Fwd, P>(x, r, table);
-        if constexpr (Dif)
-          for (int j = 1; j < r; ++j) x[j] = twiddle<W, Fwd>(x[j], t[j - 1]);
-        for (int j = 0; j < r; ++j) W::store(d + q + j * rem, x[j]);
-      }
-      if constexpr (L == 2) {
-        if (q < rem) {
-          NV x[Pc];
-          for (int j = 0; j < r; ++j) x[j] = N::load(s + q + j * rem);
-          if constexpr (!Dif)
-            for (int j = 1; j < r; ++j) x[j] = twiddle<N, Fwd>(x[j], t[j - 1]);
-          run_butterfly<N, Fwd, P>(x, r, table);
-          if constexpr (Dif)
-            for (int j = 1; j < r; ++j) x[j] = twiddle<N, Fwd>(x[j], t[j - 1]);
-          for (int j = 0; j < r; ++j) N::store(d + q + j * rem, x[j]);
-        }
-      }
+      butterflies<Fwd, Dif, P>(
+          rem, tw, p, table,
+          [&](auto cv, int64_t q, int j) __attribute__((always_inline)) { return decltype(cv)::load(s + q + j * rem); },
+          [&](auto cv, int64_t q, int j, auto v)
+              __attribute__((always_inline)) { decltype(cv)::store(d + q + j * rem, v); });
     }
   }
 

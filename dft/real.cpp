@@ -71,11 +71,15 @@ int64_t finish_line(const DftNode *node, R *y, Layout l) {
   return DFT_NO_ERROR;
 }
 
+// Out of place at rank 2 and above in ccs (real_fast_flag), the rows reach
+// the backward kernels already in perm form: the plane routine rearranges
+// each row as it gathers it.
 template <class R, bool Fwd>
 int64_t real_kernel(void *in, void *out, DftNode *node, void *ws) {
   using Routine = int32_t (*)(const R *, R *, const DftPlan *, void *);
   const Layout l = layout_of(node);
-  Routine r = l == Layout::ccs    ? (Fwd ? plan_ccs_forward<R> : plan_ccs_backward<R>)
+  Routine r = !Fwd && node->real_fast_flag ? plan_perm_backward<R>
+              : l == Layout::ccs          ? (Fwd ? plan_ccs_forward<R> : plan_ccs_backward<R>)
               : l == Layout::pack ? (Fwd ? plan_pack_forward<R> : plan_pack_backward<R>)
                                   : (Fwd ? plan_perm_forward<R> : plan_perm_backward<R>);
   R *y = static_cast<R *>(out);
@@ -121,7 +125,9 @@ void fixed_perm(R *x) {
 template <class R, bool Fwd, int N>
 int64_t fixed_real_kernel(void *in, void *out, DftNode *node, void *) {
   const Layout l = layout_of(node);
-  const int32_t format = l == Layout::ccs ? DFT_CCS_FORMAT : node->packed_format;
+  const int32_t format = !Fwd && node->real_fast_flag ? DFT_PERM_FORMAT
+                         : l == Layout::ccs           ? DFT_CCS_FORMAT
+                                                      : node->packed_format;
   R *y = static_cast<R *>(out);
   if (Fwd) {
     if (in != out) std::memcpy(y, in, sizeof(R) * N);
@@ -288,6 +294,7 @@ int64_t md_rows(DftNode *root, dft_axis_kernel kernel, R *real, const int64_t *r
       scatter_complex<R>(h, reinterpret_cast<const cplx<R> *>(buf), spectrum + co, cs[0]);
     } else {
       gather_complex<R>(h, spectrum + co, cs[0], reinterpret_cast<cplx<R> *>(buf));
+      if (root->real_fast_flag) perm_from_format<R>(DFT_CCS_FORMAT, buf, buf, n);
       if (int64_t s = kernel(buf, buf, root, ws)) return s;
       scatter_real<R>(n, buf, real + ro, rs[0]);
     }
@@ -335,30 +342,86 @@ struct MdTask {
   }
 };
 
-// Rank 2 and above. Forward: the rows into the half spectrum, then the
-// complex axes over it in place. Backward: the complex axes first, in place
-// when the task is, else on a dense copy of each transform's half spectrum
-// (the input is left as it was), then the rows.
+// The buffer of the planes of a task: max(8 L1, longest axis + 2) complex
+// values, L1 rounded up to the pitch of the column rows. The rows of a plane
+// go through it one at a time, then its columns eight at a time.
+template <class R>
+struct PlaneBuffer {
+  frame::PooledBuffer block;
+  static int64_t values(const int64_t *lengths, int32_t rank) {
+    const int64_t longest = *std::max_element(lengths, lengths + rank);
+    return std::max(8 * row_pitch<R>(lengths[1]), longest + 2);
+  }
+  PlaneBuffer(const int64_t *lengths, int32_t rank)
+      : block(uint64_t(values(lengths, rank)) * sizeof(cplx<R>) + 16, work_alignment()) {}
+  cplx<R> *get() const { return block.get() ? align_up<cplx<R>>(block.get(), 16) : nullptr; }
+};
+
+// Planes first .. first + count - 1 (over axes 2 on, then the transforms at
+// rdist and cdist): forward the plane's rows into its half spectrum, then
+// its h columns along axis 1; backward the reverse. Columns go by blocks of
+// eight when they are one element apart, else one by one.
+template <class R, bool Fwd>
+int64_t planes(DftNode *root, dft_axis_kernel row_kernel, R *real, const int64_t *rs, int64_t rdist,
+               cplx<R> *spectrum, const int64_t *cs, int64_t cdist, const int64_t *lengths, int32_t rank,
+               int64_t first, int64_t count, cplx<R> *buf, void *ws) {
+  DftNode *second = root->next_axis;
+  const int64_t h = root->length / 2 + 1, L1 = lengths[1];
+  const dft_axis_kernel k1 = second->kernels[kernel_slot<R>(Fwd, false)];
+  const int width = cs[0] == 1 ? 8 : 1;
+  int64_t at[kMaxAxes] = {}, t = first;
+  for (int32_t j = 2; j < rank; ++j) at[j] = t % lengths[j], t /= lengths[j];
+  for (int64_t c = 0; c < count; ++c) {
+    int64_t ro = t * rdist, co = t * cdist;
+    for (int32_t j = 2; j < rank; ++j) ro += at[j] * rs[j], co += at[j] * cs[j];
+    R *x = real + ro;
+    cplx<R> *z = spectrum + co;
+    auto rows = [&] {
+      return md_rows<R, Fwd>(root, row_kernel, x, rs, 0, z, cs, 0, lengths, 2, 0, L1, reinterpret_cast<R *>(buf), ws);
+    };
+    auto cols = [&]() -> int64_t {
+      if (L1 <= 1) return DFT_NO_ERROR;  // axes after the first carry no scale
+      return block_lines<R>(second, z, cs[0], cs[1], z, cs[0], cs[1], k1, h, width, buf, row_pitch<R>(L1), ws);
+    };
+    if (int64_t s = Fwd ? rows() : cols()) return s;
+    if (int64_t s = Fwd ? cols() : rows()) return s;
+    int32_t j = 2;
+    for (; j < rank && ++at[j] >= lengths[j]; ++j) at[j] = 0;
+    if (j >= rank) ++t;
+  }
+  return DFT_NO_ERROR;
+}
+
+// Rank 2 and above: the planes, and the axes from the third on over the
+// half spectrum in place (forward after the planes, backward before them).
+// Backward out of place works on a dense copy of each transform's half
+// spectrum, so the input is left as it was.
 template <class R, bool Fwd>
 int64_t real_md_driver(DftNode *node, void *in, void *out, int64_t transforms, void *ws) {
   if (!complex_view_ok(node, Fwd)) return DFT_INCONSISTENT_CONFIGURATION;
   const MdTask<R, Fwd> task(node, in, out, transforms);
   const MdSides<R> &m = task.m;
-  const int64_t h = task.h;
-  RowBuffer<R> line(node->length);
-  R *buf = line.get();
+  const int64_t h = task.h, per_transform = task.rows / std::max<int64_t>(transforms, 1) / task.lengths[1];
+  PlaneBuffer<R> buffer(task.lengths, m.rank);
+  cplx<R> *buf = buffer.get();
   if (!buf) return DFT_MEMORY_ERROR;
   cplx<R> *spectrum = task.spectrum;
+  auto all_planes = [&](R *real, cplx<R> *z, const int64_t *cs, int64_t cdist, int64_t count) {
+    return planes<R, Fwd>(node, task.row_kernel, real, m.real_stride, m.real_distance, z, cs, cdist, task.lengths,
+                          m.rank, 0, count, buf, ws);
+  };
+  auto later_axes = [&](cplx<R> *z, const int64_t *cs, int64_t count, int64_t cdist) {
+    return sweep_later_axes<R, Fwd>(node, z, h, cs, count, cdist, ws, 2);
+  };
   if (Fwd) {
-    if (int64_t s = task.rows_of(node, 0, task.rows, buf, ws)) return s;
-    return sweep_later_axes<R, true>(node, spectrum, h, m.complex_stride, transforms, m.complex_distance, ws);
+    if (int64_t s = all_planes(task.real, spectrum, m.complex_stride, m.complex_distance, transforms * per_transform))
+      return s;
+    return later_axes(spectrum, m.complex_stride, transforms, m.complex_distance);
   }
   if (!out) {
-    if (int64_t s = sweep_later_axes<R, false>(node, spectrum, h, m.complex_stride, transforms, m.complex_distance, ws))
-      return s;
-    return task.rows_of(node, 0, task.rows, buf, ws);
+    if (int64_t s = later_axes(spectrum, m.complex_stride, transforms, m.complex_distance)) return s;
+    return all_planes(task.real, spectrum, m.complex_stride, m.complex_distance, transforms * per_transform);
   }
-  R *real = task.real;
   int64_t dense[kMaxAxes], points = h;
   dense[0] = 1;
   for (int32_t k = 1; k < m.rank; ++k) dense[k] = points, points *= node->dims.entries[k].length;
@@ -377,10 +440,8 @@ int64_t real_md_driver(DftNode *node, void *in, void *out, int64_t transforms, v
       }
       gather_complex<R>(h, spectrum + o, m.complex_stride[0], c + p);
     }
-    if (int64_t s = sweep_later_axes<R, false>(node, c, h, dense, 1, 0, ws)) return s;
-    if (int64_t s = md_rows<R, false>(node, task.row_kernel, real + t * m.real_distance, m.real_stride, 0, c, dense,
-                                      0, task.lengths, m.rank, 0, task.rows / transforms, buf, ws))
-      return s;
+    if (int64_t s = later_axes(c, dense, 1, 0)) return s;
+    if (int64_t s = all_planes(task.real + t * m.real_distance, c, dense, 0, per_transform)) return s;
   }
   return DFT_NO_ERROR;
 }
@@ -425,37 +486,10 @@ int64_t real_slice_share(DftNode *root, void *in, void *out, int64_t first, int6
   if (!complex_view_ok(root, Fwd)) return DFT_INCONSISTENT_CONFIGURATION;
   const MdTask<R, Fwd> task(root, in, out, root->transforms);
   const MdSides<R> &m = task.m;
-  DftNode *second = root->next_axis;
-  const int64_t L1 = second->length, cs0 = m.complex_stride[0], cs1 = m.complex_stride[1];
-  const int width = cs0 == 1 ? 4 : 1;
-  RowBuffer<R> line(root->length);
-  frame::PooledBuffer block(uint64_t(width * row_pitch<R>(L1)) * sizeof(cplx<R>) + 16, work_alignment());
-  if (!line.get() || !block.get()) return DFT_MEMORY_ERROR;
-  cplx<R> *columns = align_up<cplx<R>>(block.get(), 16);
-  const dft_axis_kernel k1 = second->kernels[kernel_slot<R>(Fwd, false)];
-  // Position of slice `first` in axes 2 on, then the transform.
-  int64_t at[kMaxAxes] = {}, t = first;
-  for (int32_t j = 2; j < m.rank; ++j) at[j] = t % task.lengths[j], t /= task.lengths[j];
-  for (int64_t c = 0; c < count; ++c) {
-    int64_t ro = t * m.real_distance, co = t * m.complex_distance;
-    for (int32_t j = 2; j < m.rank; ++j) ro += at[j] * m.real_stride[j], co += at[j] * m.complex_stride[j];
-    R *x = task.real + ro;
-    cplx<R> *z = task.spectrum + co;
-    auto rows = [&] {
-      return md_rows<R, Fwd>(root, task.row_kernel, x, m.real_stride, 0, z, m.complex_stride, 0, task.lengths, 2, 0,
-                             L1, line.get(), ws);
-    };
-    auto cols = [&]() -> int64_t {
-      if (L1 <= 1) return DFT_NO_ERROR;  // axes after the first carry no scale
-      return block_lines<R>(second, z, cs0, cs1, z, cs0, cs1, k1, task.h, width, columns, row_pitch<R>(L1), ws);
-    };
-    if (int64_t s = Fwd ? rows() : cols()) return s;
-    if (int64_t s = Fwd ? cols() : rows()) return s;
-    int32_t j = 2;
-    for (; j < m.rank && ++at[j] >= task.lengths[j]; ++j) at[j] = 0;
-    if (j >= m.rank) ++t;
-  }
-  return DFT_NO_ERROR;
+  PlaneBuffer<R> buffer(task.lengths, m.rank);
+  if (!buffer.get()) return DFT_MEMORY_ERROR;
+  return planes<R, Fwd>(root, task.row_kernel, task.real, m.real_stride, m.real_distance, task.spectrum,
+                        m.complex_stride, m.complex_distance, task.lengths, m.rank, first, count, buffer.get(), ws);
 }
 
 // Rows first .. first + count - 1 of one plane: forward real rows of in into
@@ -560,6 +594,8 @@ int64_t core_r2c_1d(DftNode *root) {
   if (slot) plan_destroy(slot);
   slot = nullptr;
   root->axis_index = 0;
+  // Out of place at rank 2 and above, backward rows go to the kernels in
+  // perm form (see real_kernel).
   root->real_fast_flag = root->placement == DFT_NOT_INPLACE && root->rank >= 2 && layout_of(root) == Layout::ccs;
   if (fixed_real<R, true>(n) && root->input_stride == 1 && root->output_stride == 1) {
     root->uses_plan = 0;
@@ -614,8 +650,8 @@ template <class R> DftMethod threaded_real_md = {commit_threaded_real_md<R>, nul
 
 DftMethod *const method_list_dr1d[] = {&large_real_double, &threaded_real<double>, nullptr};
 DftMethod *const method_list_sr1d[] = {&large_real_single, &threaded_real<float>, nullptr};
-DftMethod *const method_list_drmd[] = {&threaded_real_md<double>, nullptr};
-DftMethod *const method_list_srmd[] = {&threaded_real_md<float>, nullptr};
+DftMethod *const method_list_drmd[] = {&real_cube_double, &threaded_real_md<double>, nullptr};
+DftMethod *const method_list_srmd[] = {&real_cube_single, &threaded_real_md<float>, nullptr};
 
 }  // namespace zor::dft
 

@@ -281,8 +281,7 @@ inline int syr2k(char uplo, char trans, zor_int n, zor_int k, const E *alpha, co
                                               : rules::kSyr2kOf<rules::kRealSyrk>;
   if (int bad = first_bad<table>(v)) return bad;
   if (n == 0 || ((is_zero(load_any(alpha)) || k == 0) && is_one(load_any(beta)))) return 0;
-  if constexpr (Hermitian) imp<E>::xher2k(&uplo, &trans, &n, &k, alpha, a, &lda, b, &ldb, beta, c, &ldc);
-  else imp<E>::xsyr2k(&uplo, &trans, &n, &k, alpha, a, &lda, b, &ldb, beta, c, &ldc);
+  threaded_syr2k<traits_of<E>, Hermitian>(&uplo, &trans, &n, &k, alpha, a, &lda, b, &ldb, beta, c, &ldc);
   return 0;
 }
 // B := alpha op(A) B, alpha B op(A) (trmm) or the solves (trsm)

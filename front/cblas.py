@@ -12,6 +12,9 @@ its column-major image and calls the Fortran front's body.
   cblas.py header             the public declarations (include/zor/cblas.h)
   cblas.py names              every exported C name, one a line
   cblas.py cases [OUT]        the table of names the tests walk
+  cblas.py renames OUT        the renaming that makes libblas64.so.3 of the
+                              same objects: the 64-bit routines under the
+                              plain names, the 32-bit ones out of the way
 """
 import sys
 
@@ -240,6 +243,22 @@ def cases():
     return '\n'.join(out)
 
 
+def renames():
+    """objcopy --redefine-syms lines: dgemm_64_ -> dgemm_, dgemm_ -> zor_lp64_dgemm_
+    (made local afterwards), and the same for every Fortran and C name."""
+    pairs = []
+    for name, family, p, is_sub, int_type, suffix in names.expanded():
+        if suffix == '_':
+            plain = names.exported(name, is_sub, '_')
+            pairs += [(plain, 'zor_lp64_' + plain), (names.exported(name, is_sub, '_64_'), plain)]
+    for plain in ('lsame_', 'xerbla_', 'xerbla_array_'):
+        pairs += [(plain, 'zor_lp64_' + plain), (plain[:-1] + '_64_', plain)]
+    for cname, family, p, int_type in expanded():
+        if int_type == 'int':
+            pairs += [(cname, 'zor_lp64_' + cname), (cname + '64_', cname)]
+    return '\n'.join(f'{old} {new}' for old, new in pairs) + '\n'
+
+
 if __name__ == '__main__':
     command = sys.argv[1]
     if command == 'wrappers':
@@ -252,6 +271,9 @@ if __name__ == '__main__':
                 f.write(cases() + '\n')
         else:
             print(cases())
+    elif command == 'renames':
+        with open(sys.argv[2], 'w') as f:
+            f.write(renames())
     elif command == 'names':
         for cname, *_ in expanded():
             print(cname)

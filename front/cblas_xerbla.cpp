@@ -10,21 +10,36 @@
 
 namespace {
 
-// Pairs of positions a row-major image exchanges, by routine family.
+// Pairs of positions a row-major image exchanges, by routine family (the
+// name after "cblas_" and the precision letter).
 struct Exchange {
   const char *family;
   int pairs[2][2];
 };
 constexpr Exchange kExchanges[] = {
-    {"gemm", {{4, 5}, {9, 11}}}, {"symm", {{4, 5}, {0, 0}}}, {"hemm", {{4, 5}, {0, 0}}},
-    {"trmm", {{6, 7}, {0, 0}}},  {"trsm", {{6, 7}, {0, 0}}}, {"gemv", {{3, 4}, {0, 0}}},
-    {"gbmv", {{3, 4}, {5, 6}}},  {"ger", {{2, 3}, {6, 8}}},
+    {"gemm", {{4, 5}, {9, 11}}}, {"gemm3m", {{4, 5}, {9, 11}}}, {"symm", {{4, 5}, {0, 0}}},
+    {"hemm", {{4, 5}, {0, 0}}},  {"trmm", {{6, 7}, {0, 0}}},    {"trsm", {{6, 7}, {0, 0}}},
+    {"gemv", {{3, 4}, {0, 0}}},  {"gbmv", {{3, 4}, {5, 6}}},    {"ger", {{2, 3}, {6, 8}}},
+    {"geru", {{2, 3}, {6, 8}}},  {"gerc", {{2, 3}, {6, 8}}},    {"her2", {{6, 8}, {0, 0}}},
+    {"hpr2", {{6, 8}, {0, 0}}},
 };
+
+// The family of "cblas_dgemm" (trailing blanks aside) is "gemm".
+bool of_family(const char *routine, const char *family) {
+  constexpr size_t kPrefix = 7;  // "cblas_" and the precision
+  if (std::strncmp(routine, "cblas_", 6) != 0 || std::strlen(routine) < kPrefix) return false;
+  const char *own = routine + kPrefix;
+  const size_t length = std::strlen(family);
+  if (std::strncmp(own, family, length) != 0) return false;
+  for (const char *rest = own + length; *rest; ++rest)
+    if (*rest != ' ') return false;
+  return true;
+}
 
 int caller_position(int position, const char *routine) {
   if (!RowMajorStrg) return position;
   for (const Exchange &e : kExchanges) {
-    if (!std::strstr(routine, e.family)) continue;
+    if (!of_family(routine, e.family)) continue;
     for (const auto &p : e.pairs) {
       if (position == p[0]) return p[1];
       if (position == p[1]) return p[0];

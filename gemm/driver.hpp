@@ -257,48 +257,6 @@ int32_t xgemm_par(const char *transa, const char *transb, const int64_t *m_, con
   return 0;
 }
 
-// A product small enough for one block in every dimension runs that block on
-// stack buffers: the row's copies and kernel, called as the blocked path
-// calls them (B read in place in the real rows, packed in the complex ones),
-// so the bits are the blocked path's, without its descriptor, block rules and
-// pooled allocation. Depths up to kDepthFloor and at most
-// tuned::kStackBlockOrder rows and columns are one block under every block
-// rule; the buffers (each with tuned::kStackBlockSlack bytes past its end)
-// must fit tuned::kStackBlockBytes. False: not such a product, nothing done.
-template <class T>
-bool one_stack_block(const KernelRow &r, const char *transa, const char *transb, const int64_t *m_,
-                     const int64_t *n_, const int64_t *k_, const typename T::elem *alpha, const typename T::elem *a,
-                     const int64_t *lda, const typename T::elem *b, const int64_t *ldb, typename T::elem *c,
-                     const int64_t *ldc) {
-  using E = typename T::elem;
-  const int64_t M = *m_, N = *n_, K = *k_;
-  if (K > fixed::kDepthFloor || M > tuned::kStackBlockOrder || N > tuned::kStackBlockOrder) return false;
-  if (M < r.min_m || N < r.min_n || K < r.min_k) return false;
-  constexpr int64_t eb = T::elem_bytes, slack = tuned::kStackBlockSlack;
-  // The unrolls are powers of two: round up by masks, not divisions.
-  const auto up = [](int64_t x, int64_t unit) { return (x + unit - 1) & -unit; };
-  const int64_t kw = up(K, r.unroll_k);
-  int64_t a_stride = r.unroll_m * kw, b_stride = kw * r.unroll_n;
-  const int64_t a_bytes = up(M, r.unroll_m) * kw * eb + slack;
-  const int64_t b_bytes = T::complex ? up(N, r.unroll_n) * kw * eb + slack : 0;
-  const int64_t dup_bytes = kw * eb * r.unroll_n * r.b_dup + slack;
-  if (a_bytes + b_bytes + dup_bytes > tuned::kStackBlockBytes) return false;
-  alignas(128) unsigned char area[tuned::kStackBlockBytes];
-  unsigned char *abuf = area, *dup = abuf + round_up(a_bytes, 128), *bbuf = dup + round_up(dup_bytes, 128);
-  static constexpr E kOne = one_of<E>();
-  int64_t kb = K;
-  copy_a_for<T>(transa, r)(m_, &kb, a, lda, abuf, &a_stride, alpha);
-  if constexpr (T::complex) {
-    int64_t nb = N, kbp = kw;
-    copy_b_for<T>(transb, r)(&kb, &nb, b, ldb, bbuf, &b_stride, nullptr);
-    r.kernel(transa, transb, m_, n_, &kbp, &kOne, abuf, &a_stride, bbuf, &b_stride, &kOne, c, ldc, dup,
-             kFlagPackedB);
-  } else {
-    r.kernel(transa, transb, m_, n_, &kb, &kOne, abuf, &a_stride, b, ldb, &kOne, c, ldc, dup, kFlagInPlaceB);
-  }
-  return true;
-}
-
 template <class T>
 void xgemm(const char *transa, const char *transb, const int64_t *m, const int64_t *n, const int64_t *k,
            const typename T::elem *alpha, const typename T::elem *a, const int64_t *lda,
@@ -312,7 +270,6 @@ void xgemm(const char *transa, const char *transb, const int64_t *m, const int64
   static constexpr typename T::elem kOne = one_of<typename T::elem>();
   const typename T::elem *one = &kOne;
   if (*m >= r.unroll_m && *n >= r.unroll_n && *k >= r.unroll_k) {
-    if (one_stack_block<T>(r, transa, transb, m, n, k, alpha, a, lda, b, ldb, c, ldc)) return;
     GemmDesc d;
     zor_blas_cgemm_zero_desc(&d);
     get_kernel<T>(row, &d);

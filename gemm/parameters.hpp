@@ -175,16 +175,6 @@ inline constexpr int64_t kMaxSwapDepth = 512;
 // both rows) was wider than any difference this could make; tune it there.
 inline constexpr int64_t kNextGroupTiles = 8;
 
-// ?gemm runs a product of one block on stack buffers when it has at most
-// kStackBlockOrder rows and columns and its buffers (each kStackBlockSlack
-// bytes longer) fit kStackBlockBytes; larger ones take pooled buffers.
-// Chosen so that the n = 4 to 32 calls of bench/gemm/gemm_bench.cpp skip the
-// descriptor and the pool, where that work is a visible share of the call;
-// beyond, it is not.
-inline constexpr int64_t kStackBlockOrder = 64;
-inline constexpr int64_t kStackBlockBytes = 20480;
-inline constexpr int64_t kStackBlockSlack = 256;
-
 }  // namespace tuned
 
 }  // namespace zor::gemm

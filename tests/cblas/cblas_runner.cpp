@@ -5,9 +5,12 @@
 // runs this program once on the reference library and once on ours, each in
 // a process of its own, and compares the lines.
 //   cblas_runner LIBRARY WIDTH [FILTER]
+//   cblas_runner LIBRARY handler
 // WIDTH 32: the plain names, integers passed with garbage in their upper
 // halves; 64: the names suffixed 64_ (ours only), full 64-bit integers.
 #include <dlfcn.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <cinttypes>
 #include <cmath>
@@ -108,6 +111,7 @@ struct Setting {
   int order = 102;
   int trans[2] = {111, 111}, uplo = 121, diag = 131, side = 141;
   I m = 5, n = 4, k = 3, kl = 1, ku = 2, ld = 13, inc[2] = {1, 1};
+  int offset = 0;     // arrays start this many reals (4 or 8 bytes) late
   int bad = 0;        // 1-based argument made bad, 0 none
   I bad_value = 0;    // its value
 };
@@ -173,7 +177,10 @@ Arguments build(const Case &c, const std::vector<ArgKind> &kinds, const Setting 
         }
         if (sp.name == "d1" || sp.name == "d2") arr[0] = std::fabs(arr[0]) + 0.5;  // rotmg's weights
         if (sp.name == "p") arr[0] = -1;                                           // rotm's flag
-        v = I(arr.data());
+        // The vectors and matrices start off the 16-byte boundary as asked.
+        const bool shifted = sp.name == "x" || sp.name == "y" || sp.name == "a" || sp.name == "b" ||
+                             sp.name == "c" || sp.name == "ap";
+        v = I(arr.data()) + (shifted ? I(s.offset) * (is_float(c.precision) ? 4 : 8) : 0);
       }
     }
     if (position == s.bad) v = s.bad_value;
@@ -257,6 +264,7 @@ std::vector<Setting> settings(const std::vector<ArgKind> &kinds) {
         s.n = n;
         s.inc[0] = inc;
         s.inc[1] = inc == 1 ? 1 : -inc + 1;
+        s.offset = int((out.size() + out.size() / 4) % 4);
         out.push_back(s);
       }
     return out;
@@ -282,6 +290,13 @@ std::vector<Setting> settings(const std::vector<ArgKind> &kinds) {
                 s.inc[1] = inc == 1 ? 1 : 3;
                 out.push_back(s);
               }
+  // Leading dimensions minimal for the largest side (5), a little above it
+  // and well above, and every start offset, spread over the settings.
+  constexpr I kLds[] = {13, 5, 7};
+  for (size_t i = 0; i < out.size(); ++i) {
+    out[i].ld = kLds[i % 3];
+    out[i].offset = int((i + i / 4) % 4);
+  }
   return out;
 }
 
@@ -324,6 +339,52 @@ std::vector<Setting> bad_settings(const std::vector<ArgKind> &kinds) {
   return out;
 }
 
+// What the library's own cblas_xerbla prints for each routine of the table
+// and each position, with RowMajorStrg 1 and 0: one child a call (the
+// reference's handler ends its process; a handler that returns is followed
+// by "returned"), its stderr read back through a pipe. One line per call:
+// "handler NAME POSITION ROW-MAJOR: TEXT".
+int print_handler_lines(void *lib) {
+  using Handler = void (*)(int, const char *, const char *, ...);
+  const auto handler = reinterpret_cast<Handler>(dlsym(lib, "cblas_xerbla"));
+  if (!handler || !g_row_major) return 2;
+  for (const Case &c : kCases) {
+    const auto kinds = parse(c.args);
+    if (!c.in_reference || kinds.empty() || kinds[0].kind != 'O') continue;
+    // The name as the checks of the C layer give it and as the Fortran
+    // checks do (the routine's name blank-padded to six letters).
+    std::string padded = c.name;
+    padded.resize(std::max<size_t>(padded.size(), 12), ' ');
+    for (const std::string &name : {std::string(c.name), padded})
+    for (int row_major : {0, 1})
+      for (int position = 1; position <= int(kinds.size()); ++position) {
+        int fds[2];
+        if (pipe(fds) != 0) return 2;
+        std::fflush(stdout);
+        const pid_t pid = fork();
+        if (pid == 0) {
+          dup2(fds[1], 2);
+          close(fds[0]);
+          *g_row_major = row_major;
+          handler(position, name.c_str(), "");
+          std::fprintf(stderr, "returned\n");
+          _exit(0);
+        }
+        close(fds[1]);
+        std::string text;
+        char buffer[256];
+        ssize_t got;
+        while ((got = read(fds[0], buffer, sizeof buffer)) > 0) text.append(buffer, size_t(got));
+        close(fds[0]);
+        waitpid(pid, nullptr, 0);
+        for (char &ch : text)
+          if (ch == '\n') ch = '|';
+        std::printf("handler '%s' %d %d: %s\n", name.c_str(), position, row_major, text.c_str());
+      }
+  }
+  return 0;
+}
+
 }  // namespace
 
 int main(int argc, char **argv) {
@@ -340,6 +401,7 @@ int main(int argc, char **argv) {
   const char *filter = argc > 3 ? argv[3] : "";
   g_row_major = static_cast<int *>(dlsym(lib, "RowMajorStrg"));
   g_from_c = static_cast<int *>(dlsym(lib, "CBLAS_CallFromC"));
+  if (std::strcmp(argv[2], "handler") == 0) return print_handler_lines(lib);
   const bool reference = std::strstr(argv[1], "/blas/libblas") != nullptr;
   for (const Case &c : kCases) {
     if (reference && !c.in_reference) continue;

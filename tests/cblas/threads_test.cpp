@@ -117,25 +117,40 @@ void symm_case(Rng &rng) {
       }
 }
 
-template <class T, bool Herm>
-void syrk_case(Rng &rng) {
+// ?syrk/?herk, and with Two ?syr2k/?her2k (B beside A, alpha of the
+// element type).
+template <class T, bool Herm, bool Two>
+void rank_k_case(Rng &rng) {
   using E = Elem<T>;
   using F = front::RankFactor<T, Herm>;
-  const F alpha = rng.value<F>(), beta = rng.value<F>();
+  using Alpha = std::conditional_t<Two, E, F>;
+  const Alpha alpha = rng.value<Alpha>();
+  const F beta = rng.value<F>();
   for (const Shape &s : kRankK)
     for (const char *uplo : {"U", "L"})
       for (const char *trans : {"N", Herm ? "C" : "T"}) {
-        SCOPED_TRACE(testing::Message() << s.n << "x" << s.k << " " << uplo << trans << " herm " << Herm);
-        const int64_t n = s.m, k = s.k, lda = (*trans == 'N' ? n : k) + 2, ldc = n + 1;
-        const auto a = random_matrix<T>(rng, lda * (*trans == 'N' ? k : n)), c = random_matrix<T>(rng, ldc * n);
-        const auto ours = same_for_every_count(c, [&](E *out) {
-          front::threaded_syrk<T, Herm>(uplo, trans, &n, &k, &alpha, a.data(), &lda, &beta, out, &ldc);
-        });
+        SCOPED_TRACE(testing::Message() << s.n << "x" << s.k << " " << uplo << trans << " herm " << Herm << " two "
+                                        << Two);
+        const int64_t n = s.m, k = s.k, rows = *trans == 'N' ? n : k, cols = *trans == 'N' ? k : n;
+        const int64_t lda = rows + 2, ldb = rows + 1, ldc = n + 1;
+        const auto a = random_matrix<T>(rng, lda * cols), b = random_matrix<T>(rng, ldb * cols),
+                   c = random_matrix<T>(rng, ldc * n);
         auto tier = c;
-        if constexpr (Herm) imports<T>::xherk(uplo, trans, &n, &k, &alpha, a.data(), &lda, &beta, tier.data(), &ldc);
+        const auto ours = same_for_every_count(c, [&](E *out) {
+          if constexpr (Two)
+            front::threaded_syr2k<T, Herm>(uplo, trans, &n, &k, &alpha, a.data(), &lda, b.data(), &ldb, &beta, out,
+                                           &ldc);
+          else front::threaded_syrk<T, Herm>(uplo, trans, &n, &k, &alpha, a.data(), &lda, &beta, out, &ldc);
+        });
+        if constexpr (Two && Herm)
+          imports<T>::xher2k(uplo, trans, &n, &k, &alpha, a.data(), &lda, b.data(), &ldb, &beta, tier.data(), &ldc);
+        else if constexpr (Two)
+          imports<T>::xsyr2k(uplo, trans, &n, &k, &alpha, a.data(), &lda, b.data(), &ldb, &beta, tier.data(), &ldc);
+        else if constexpr (Herm)
+          imports<T>::xherk(uplo, trans, &n, &k, &alpha, a.data(), &lda, &beta, tier.data(), &ldc);
         else imports<T>::xsyrk(uplo, trans, &n, &k, &alpha, a.data(), &lda, &beta, tier.data(), &ldc);
         // The other triangle is left as it was.
-        expect_close(ours, tier, 4.0 * k);
+        expect_close(ours, tier, (Two ? 8.0 : 4.0) * k);
       }
 }
 
@@ -168,10 +183,12 @@ TYPED_TEST(Threads, SymmetricAndHermitian) {
   Rng rng(202);
   SCOPED_TRACE("seed 202");
   symm_case<TypeParam, false>(rng);
-  syrk_case<TypeParam, false>(rng);
+  rank_k_case<TypeParam, false, false>(rng);
+  rank_k_case<TypeParam, false, true>(rng);
   if constexpr (TypeParam::complex) {
     symm_case<TypeParam, true>(rng);
-    syrk_case<TypeParam, true>(rng);
+    rank_k_case<TypeParam, true, false>(rng);
+    rank_k_case<TypeParam, true, true>(rng);
   }
 }
 

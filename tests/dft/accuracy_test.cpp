@@ -71,8 +71,10 @@ TEST(DftAccuracy, EveryLengthUpTo300) {
 
 // 194 = 2 * 97 is a mixed plan with a generic radix; 302 = 2 * 151 goes to
 // the chirp (151 is above 150); 9797 = 97 * 101 abandons its factorisation
-// past candidate 90; 4097 = 17 * 241 abandons on its last factor.
-TEST(DftAccuracy, LengthsOfEachAlgorithm) { check_lengths({194, 302, 1000, 1024, 4096, 4097, 9797}, 10); }
+// past candidate 90; 4097 = 17 * 241 abandons on its last factor. The chirps
+// of 4097 and 9797 convolve over powers of two, that of the prime 3001 over
+// 6144 = 2 * 4^5 * 3 (first pass of radix 2, leaves of 3).
+TEST(DftAccuracy, LengthsOfEachAlgorithm) { check_lengths({194, 302, 1000, 1024, 3001, 4096, 4097, 9797}, 10); }
 
 // Ordering 49: natural order up to 5000 points; above, the forward output is
 // a fixed permutation of the spectrum, which the backward transform takes.

@@ -72,24 +72,6 @@ TEST(DftRealPlan, LayoutsAgainstNaive) {
   }
 }
 
-// A backward transform of a spectrum that is not conjugate even on its own
-// (Z[0] and Z[n/2] carry imaginary parts in the complex form) reads only the
-// stored values: the layouts are the whole input.
-TEST(DftRealPlan, SmallLayouts) {
-  DftPlan *p = nullptr;
-  ASSERT_EQ(plan_create_real<double>(&p, 2, DFT_SCALE_NONE, 0), 0);
-  double x[4] = {3, 5, 9, 9};
-  ASSERT_EQ(plan_ccs_forward<double>(x, x, p, nullptr), 0);
-  EXPECT_EQ(std::vector<double>(x, x + 4), (std::vector<double>{8, 0, -2, 0}));
-  plan_destroy(p);
-  ASSERT_EQ(plan_create_real<double>(&p, 5, DFT_SCALE_NONE, 0), 0);
-  double y[5] = {1, 2, 3, 4, 5}, pack[5], perm[5];
-  ASSERT_EQ(plan_pack_forward<double>(y, pack, p, nullptr), 0);
-  ASSERT_EQ(plan_perm_forward<double>(y, perm, p, nullptr), 0);
-  EXPECT_EQ(std::memcmp(pack, perm, sizeof pack), 0);  // odd: the same layout
-  plan_destroy(p);
-}
-
 // The plan by order: perm layout forward, inverse divided by the length, for
 // every order up to 20; in place and the round trip.
 template <class T>

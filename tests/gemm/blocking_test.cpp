@@ -1,6 +1,5 @@
-// Descriptors, kernel rows, block-size rules and buffers of the real
-// precisions, and the later generation's buffer sizing reached through the
-// provider.
+// Descriptors, kernel rows, the block-size rules of every precision, buffers,
+// and the later generation's buffer sizing reached through the provider.
 #include <dlfcn.h>
 
 #include <cstring>
@@ -87,58 +86,62 @@ TEST(GemmDescriptor, GetKernelRefusesIndexTwoLeavingDescriptorAsItWas) {
   EXPECT_EQ(zor_blas_dgemm_get_kernel(-1, d.get()), 1);
 }
 
-template <class R>
-int64_t block_k_of(int row, int64_t k) {
-  Desc d = Desc::row<R>(row);
-  int64_t m = 1000, n = 1000;
-  (row == 0 ? Gemm<R>::get_blks_size : Gemm<R>::get_blks_size_bvr)(&m, &n, &k, d.get());
-  return d->block_k;
-}
-
-TEST(GemmBlocking, DepthBlockAtItsBoundaries) {
-  for (int row : {0, 1}) {
-    SCOPED_TRACE(row);
-    EXPECT_EQ(block_k_of<double>(row, 256), 256);
-    EXPECT_EQ(block_k_of<double>(row, 257), 128);  // half of 257 truncated
-    EXPECT_EQ(block_k_of<double>(row, 258), 132);  // 129 rounded up to 4
-    EXPECT_EQ(block_k_of<double>(row, 511), 256);
-    EXPECT_EQ(block_k_of<double>(row, 512), 256);
-    EXPECT_EQ(block_k_of<double>(row, 100), 128);
-    EXPECT_EQ(block_k_of<double>(row, 255), 256);
-    EXPECT_EQ(block_k_of<double>(row, 130), 132);
-    EXPECT_EQ(block_k_of<float>(row, 600), 256);
-    EXPECT_EQ(block_k_of<float>(row, 301), 152);
+// The block rules of every precision and row at their boundaries, with a
+// large second-level cache where row 1 asks.
+TEST(GemmBlocking, RulesAtTheBoundaries) {
+  struct Expect {
+    char p;
+    int row;
+    int64_t m, n, k, bm, bn, bk;
+  };
+  const Expect cases[] = {
+      {'d', 0, 1000, 1000, 256, 512, 1000, 256},  {'d', 1, 1000, 1000, 256, 1000, 1000, 256},
+      {'d', 0, 5, 1, 257, 512, 4, 128},          // half of 257 truncated; N raised to unroll_n
+      {'d', 1, 5, 6, 258, 1000, 8, 132},         // 129 rounded up to 4; row 1 rounds N up to unroll_n
+      {'d', 0, 5, 9999, 511, 512, 9999, 256},    {'d', 1, 5, 20000, 512, 1000, 10000, 256},
+      {'d', 0, 5, 6, 100, 512, 6, 128},          // raised to the floor
+      {'d', 1, 5, 5, 255, 1000, 8, 256},         {'d', 0, 5, 5, 130, 512, 5, 132},
+      {'s', 0, 5, 9999, 600, 1024, 5000, 256},   {'s', 1, 5, 20000, 301, 2000, 5000, 152},
+      {'c', 0, 1000, 100, 384, 880, 100, 128},   // multiple of 128, not of 256: 128; 112640 / 128
+      {'c', 0, 1000, 9000, 300, 748, 5000, 150}, // half of 300; 112640 / 150 rounded down to 4
+      {'c', 0, 1000, 1, 1000, 440, 2, 256},      // 112640 / 256 = 440; N raised to unroll_n
+      {'z', 0, 1000, 100, 448, 250, 100, 224},   // multiple of 224
+      {'z', 0, 1000, 100, 449, 250, 100, 224},   // last branch
+      {'z', 0, 3, 5, 2, 3, 5, 224},              // K' = 2: 56320 / 2 limited to M = 3
+      {'z', 0, 1000, 3000, 100, 562, 2000, 224}, // K' = 100 below the block
+      {'c', 1, 1000, 5, 100, 1000, 6, 128},      // row 1: at least 128; N rounded up to unroll_n
+      {'z', 1, 1000, 5, 1024, 512, 6, 128},      {'z', 1, 1000, 5, 1025, 512, 6, 256},
+  };
+  ForcedAnswer levels(ZOR_CORE_CACHE_LEVELS, 2), l2(ZOR_CORE_L2_SIZE, 8 << 20);
+  for (const Expect &e : cases) {
+    zor_gemm_desc_storage storage;
+    auto *d = reinterpret_cast<zor_gemm_desc *>(&storage);
+    zor_blas_cgemm_zero_desc(d);
+    using Rule = void (*)(const int64_t *, const int64_t *, const int64_t *, zor_gemm_desc *);
+    Rule rules[2];
+    switch (e.p) {
+      case 'd': zor_blas_dgemm_get_kernel(e.row, d), rules[0] = zor_blas_dgemm_get_blks_size, rules[1] = zor_blas_dgemm_get_blks_size_bvr; break;
+      case 's': zor_blas_sgemm_get_kernel(e.row, d), rules[0] = zor_blas_sgemm_get_blks_size, rules[1] = zor_blas_sgemm_get_blks_size_bvr; break;
+      case 'c': zor_blas_cgemm_get_kernel(e.row, d), rules[0] = zor_blas_cgemm_get_blks_size, rules[1] = zor_blas_cgemm_get_blks_size_bvr; break;
+      default: zor_blas_zgemm_get_kernel(e.row, d), rules[0] = zor_blas_zgemm_get_blks_size, rules[1] = zor_blas_zgemm_get_blks_size_bvr;
+    }
+    rules[e.row](&e.m, &e.n, &e.k, d);
+    SCOPED_TRACE(testing::Message() << e.p << e.row << " m " << e.m << " n " << e.n << " k " << e.k);
+    EXPECT_EQ(d->block_m, e.bm);
+    EXPECT_EQ(d->block_n, e.bn);
+    EXPECT_EQ(d->block_k, e.bk);
   }
 }
 
-TEST(GemmBlocking, RowAndColumnBlocksByRowAndCache) {
-  int64_t m = 5, k = 300;
-  struct Case {
-    int64_t n, row0_d, row0_s, row1_d, row1_s;
-  } cases[] = {{1, 4, 4, 4, 4}, {6, 6, 6, 8, 8}, {9999, 9999, 5000, 10000, 5000}, {20000, 10000, 5000, 10000, 5000}};
-  for (const auto &c : cases) {
-    int64_t n = c.n;
-    Desc d0 = Desc::row<double>(0), s0 = Desc::row<float>(0);
-    zor_blas_dgemm_get_blks_size(&m, &n, &k, d0.get());
-    zor_blas_sgemm_get_blks_size(&m, &n, &k, s0.get());
-    EXPECT_EQ(d0->block_n, c.row0_d) << n;
-    EXPECT_EQ(s0->block_n, c.row0_s) << n;
-    EXPECT_EQ(d0->block_m, 512);
-    EXPECT_EQ(s0->block_m, 1024);
-    Desc d1 = Desc::row<double>(1), s1 = Desc::row<float>(1);
-    zor_blas_dgemm_get_blks_size_bvr(&m, &n, &k, d1.get());
-    zor_blas_sgemm_get_blks_size_bvr(&m, &n, &k, s1.get());
-    EXPECT_EQ(d1->block_n, c.row1_d) << n;
-    EXPECT_EQ(s1->block_n, c.row1_s) << n;
-  }
-  // Row 1's row block: small when a level is known and the second level
-  // holds at most 3 MiB.
+// Row 1's row block: small when a level is known and the second level holds
+// at most 3 MiB.
+TEST(GemmBlocking, LaterRowBlockFollowsTheCache) {
   struct Cache {
     int64_t levels, l2, d, s;
   } caches[] = {{2, 0x300000, 448, 1024}, {2, 0x300001, 1000, 2000}, {0, 0x100000, 1000, 2000}};
   for (const auto &c : caches) {
     ForcedAnswer levels(ZOR_CORE_CACHE_LEVELS, c.levels), size(ZOR_CORE_L2_SIZE, c.l2);
-    int64_t n = 100;
+    int64_t m = 5, n = 100, k = 300;
     Desc d1 = Desc::row<double>(1), s1 = Desc::row<float>(1);
     zor_blas_dgemm_get_blks_size_bvr(&m, &n, &k, d1.get());
     zor_blas_sgemm_get_blks_size_bvr(&m, &n, &k, s1.get());

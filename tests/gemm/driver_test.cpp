@@ -77,38 +77,6 @@ TYPED_TEST(GemmDriver, RandomShapesAndScalarsBothRows) {
   }
 }
 
-// Products of one block run on stack buffers inside xgemm; they must give
-// the bits of the pooled blocked path (xgemm_par, plan chosen), on both sides
-// of the stack budget: orders up to 70, depths up to 130, odd leading
-// dimensions, C at a misaligned offset.
-TYPED_TEST(GemmDriver, StackBlockKeepsTheBlockedPathsBits) {
-  using E = TypeParam;
-  using R = real_of<E>;
-  for (int row : {0, 1}) {
-    ForcedAnswer force(ZOR_CORE_CPUHASQLX, row);
-    Rng rng(4400 + row);
-    for (int t = 0; t < 40; ++t) {
-      const char ta = "NTC"[t % (is_complex_v<E> ? 3 : 2)], tb = "NTC"[t / 3 % (is_complex_v<E> ? 3 : 2)];
-      const int64_t m = rng.integer(4, 70), n = rng.integer(4, 70), k = t < 8 ? 4 * (t + 1) : rng.integer(4, 130);
-      SCOPED_TRACE(testing::Message() << "seed " << rng.seed << " " << ta << tb << " m " << m << " n " << n << " k "
-                                      << k << " row " << row);
-      const size_t offset = sizeof(E) < 16 ? sizeof(E) * size_t(t % 2) : 0;
-      Problem<E> p(ta, tb, m, n, k, t % 3, rng.value<E>(), t % 4 ? rng.value<E>() : E(0), offset, rng);
-      Matrix<E> blocked(p.ldc, n, p.ldc);
-      std::copy(p.c.data(), p.c.data() + p.c.buf.size(), blocked.data());
-      p.run_ours();
-      Desc d = Desc::row<E>(row);
-      const char sa[2] = {ta, 0}, sb[2] = {tb, 0};
-      ASSERT_EQ(Gemm<E>::xgemm_par(sa, sb, &p.m, &p.n, &p.k, (const R *)&p.alpha, (const R *)p.a.data(), &p.lda,
-                                   (const R *)p.b.data(), &p.ldb, (const R *)&p.beta, (R *)blocked.data(), &p.ldc, 0,
-                                   d.get()),
-                0);
-      ASSERT_EQ(std::memcmp(p.c.data(), blocked.data(), p.c.buf.size() * sizeof(E)), 0);
-      ASSERT_TRUE(p.check());
-    }
-  }
-}
-
 // Each plan through xgemm_par, pre-packed operands made with the row's own
 // copies; plan 7, and in the complex rows the in-place B plans 4 and 16, are
 // refused with C untouched.

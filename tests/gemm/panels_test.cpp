@@ -91,29 +91,6 @@ void check_copies() {
 TEST(GemmPanels, DoubleCopiesMatchTheLayout) { check_copies<double>(); }
 TEST(GemmPanels, SingleCopiesMatchTheLayout) { check_copies<float>(); }
 
-TEST(GemmPanels, WorkedExamples) {
-  // m = 1, k = 1: alpha x a, then 15 zeros.
-  AlignedVec<double> pa(16);
-  const double a = 3.0, alpha = -2.0;
-  int64_t one = 1, stride = 16;
-  zor_blas_dgemm_copyan(&one, &one, &a, &one, pa.p, &stride, &alpha);
-  EXPECT_EQ(pa.p[0], -6.0);
-  for (int i = 1; i < 16; ++i) EXPECT_EQ(pa.p[i], 0.0) << i;
-  // n = 5, k = 3: panel 0 four columns with a zero last depth step; panel 1
-  // at element 16, compact in row 0 and two lanes wide in row 1.
-  double b[15];
-  for (int i = 0; i < 15; ++i) b[i] = i + 1;
-  int64_t k = 3, n = 5, ldb = 3, bstride = 16;
-  AlignedVec<double> p0(24), p1(24);
-  zor_blas_dgemm_copybn(&k, &n, b, &ldb, p0.p, &bstride, nullptr);
-  zor_blas_dgemm_copybn_bvr(&k, &n, b, &ldb, p1.p, &bstride, nullptr);
-  const double panel0[16] = {1, 4, 7, 10, 2, 5, 8, 11, 3, 6, 9, 12, 0, 0, 0, 0};
-  EXPECT_EQ(std::memcmp(p0.p, panel0, sizeof panel0), 0);
-  const double tail0[5] = {13, 14, 15, 0, -777}, tail1[9] = {13, 0, 14, 0, 15, 0, 0, 0, -777};
-  EXPECT_EQ(std::memcmp(p0.p + 16, tail0, sizeof tail0), 0);
-  EXPECT_EQ(std::memcmp(p1.p + 16, tail1, sizeof tail1), 0);
-}
-
 // The kernel entry on packed A (and packed or in-place B) through plans 64
 // and 16: every combination of row, B form, C alignment and remaining rows
 // gives the same bits as the full-panel run, since each element is one sum
