@@ -485,10 +485,10 @@ struct Convolver {
   int64_t n;
   bool fused_ends;
 
-  Convolver(const DftPlan *q, E *b, const E *spec, const E *ch, const E *x, E *y, int64_t len)
+  Convolver(const DftPlan *q, E *b, const E *chirp_spectrum, const E *ch, const E *x, E *y, int64_t len)
       : fwd{q, b, b, b, false, q->last_factor},
         bwd{q, b, b, b, true, q->last_factor},
-        spectrum(spec),
+        spectrum(chirp_spectrum),
         chirp(ch),
         in(x),
         out(y),

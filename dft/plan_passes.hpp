@@ -174,12 +174,12 @@ struct Passes {
   // by decimation in frequency), the product with the spectrum, the backward
   // transform (the first pass by decimation in time).
   template <int P>
-  static void leaf_product(E *b, const E *spec, int64_t count) {
+  static void leaf_product(E *b, const E *kernel, int64_t count) {
     auto one = [&](auto cv, int64_t g) __attribute__((always_inline)) {
       using CV = decltype(cv);
       typename CV::V x[P];
       E *u = b + g * P, *v = u + (CV::lanes - 1) * P;
-      const E *s = spec + g * P, *t = s + (CV::lanes - 1) * P;
+      const E *s = kernel + g * P, *t = s + (CV::lanes - 1) * P;
       for (int j = 0; j < P; ++j) x[j] = CV::load2(u + j, v + j);
       butterfly<CV, true, P>(x);
       for (int j = 0; j < P; ++j) x[j] = simd::cmul(x[j], CV::load2(s + j, t + j));
@@ -194,12 +194,12 @@ struct Passes {
 
   // The same for any leaf radix: the three steps apart where the radix has
   // no fused form.
-  static void leaf_product(int radix, E *b, const E *spec, int64_t count, const void *table) {
-    if (radix == 8) return leaf_product<8>(b, spec, count);
-    if (radix == 16) return leaf_product<16>(b, spec, count);
-    if (radix == 32) return leaf_product<32>(b, spec, count);
+  static void leaf_product(int radix, E *b, const E *kernel, int64_t count, const void *table) {
+    if (radix == 8) return leaf_product<8>(b, kernel, count);
+    if (radix == 16) return leaf_product<16>(b, kernel, count);
+    if (radix == 32) return leaf_product<32>(b, kernel, count);
     first_any<true>(radix, b, 1, nullptr, b, 0, count, table);
-    for (int64_t k = 0; k < count * radix; ++k) N::store(b + k, simd::cmul(N::load(b + k), N::load(spec + k)));
+    for (int64_t k = 0; k < count * radix; ++k) N::store(b + k, simd::cmul(N::load(b + k), N::load(kernel + k)));
     first_any<false>(radix, b, 1, nullptr, b, 0, count, table);
   }
 
